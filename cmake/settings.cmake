@@ -1,0 +1,22 @@
+# What every target of the project is compiled with, through the function movane_settings(TARGET).
+
+find_package(Threads REQUIRED)
+
+function(movane_settings target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+        $<$<BOOL:${MOVANE_WERROR}>:-Werror>)
+    if(MOVANE_SANITIZE)
+        list(JOIN MOVANE_SANITIZE "," sanitizers)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PUBLIC -fsanitize=${sanitizers})
+    endif()
+    # Programs of other people's files and of a shell get what the compiler can do for them.
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+        target_compile_options(${target} PRIVATE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+        target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now)
+    endif()
+endfunction()

@@ -1,0 +1,48 @@
+// Where the application keeps its files.
+//
+//     recordings   MOVANE_RECORDINGS_DIR, else the folder Movane in the user's videos folder
+//                  (xdg-user-dirs; ~/Videos without it)
+//     runtime      MOVANE_RUNTIME_DIR, else a folder of this process under $XDG_RUNTIME_DIR/movane
+//                  (/tmp/movane-UID without it)
+//     state        $XDG_STATE_HOME/movane (~/.local/state/movane)
+//
+// The places follow the XDG Base Directory Specification 0.8 and xdg-user-dirs; a relative path in an
+// XDG variable is ignored, as it says. UI thread only, but for RuntimeDir and RecordingsDir once
+// PrepareRuntimeDir has succeeded.
+
+#pragma once
+
+#include <string>
+
+class AppPaths
+{
+public:
+    /// The folder that holds this process's temporary files, an absolute path. It belongs to this
+    /// process and user alone, and "temp", mode 0700, is in it. Made at the first call here or in
+    /// PrepareRuntimeDir; when that fails, the sentence is logged and the path is returned all the same.
+    static std::string RuntimeDir();
+
+    /// The folder for recordings, an absolute path, read from the environment at each call. Not made
+    /// here.
+    static std::string RecordingsDir();
+
+    /// Makes the runtime folder and clears those that dead processes left behind. False sets OutError
+    /// to one sentence that names the folder.
+    static bool PrepareRuntimeDir(std::string& OutError);
+
+    /// Removes the runtime folder, as the end of the program does by itself. The next RuntimeDir makes a
+    /// new one.
+    static void RemoveRuntimeDir();
+
+    /// Makes the recordings folder and tests that files can be made in its "clips". False sets
+    /// OutError to one sentence that names the folder; what was missing may have been made by then.
+    static bool PrepareRecordingsDir(std::string& OutError);
+
+    /// Remembers the file as the default video, across runs. A failure is logged.
+    static void SetDefaultVideoFile(const std::string& Path);
+    /// The file remembered last, empty when there is none.
+    static std::string DefaultVideoFile();
+
+    /// The folder for what is remembered across runs, an absolute path. Not made here.
+    static std::string StateDir();
+};

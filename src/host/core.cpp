@@ -1,0 +1,3 @@
+#include "host/core.h"
+
+Core* p = nullptr;

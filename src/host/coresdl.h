@@ -1,0 +1,10 @@
+// The size of the application's drawing surface.
+
+#pragma once
+
+class CoreSDL
+{
+public:
+    int Width = 1280; ///< pixels
+    int Height = 720; ///< pixels
+};

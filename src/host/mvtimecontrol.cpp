@@ -1,0 +1,55 @@
+#include "host/mvtimecontrol.h"
+
+#include <utility>
+
+void MvTimeControl::SetRangeSelection(double StartSec, double EndSec, bool bQuiet)
+{
+    Current.bHasRange = true;
+    Current.RangeStartSec = StartSec;
+    Current.RangeEndSec = EndSec;
+    if (!bQuiet)
+    {
+        Changed.emit();
+    }
+}
+
+void MvTimeControl::ClearRangeSelection(bool bQuiet)
+{
+    Current.bHasRange = false;
+    Current.RangeStartSec = 0.0;
+    Current.RangeEndSec = 0.0;
+    if (!bQuiet)
+    {
+        Changed.emit();
+    }
+}
+
+void MvTimeControl::AddMarkerAtCurrentTime()
+{
+    Marker marker;
+    marker.TimeSec = TimeSec;
+    marker.Label = "Marker " + std::to_string(Markers.size() + 1);
+    Markers.push_back(std::move(marker));
+    Changed.emit();
+}
+
+void MvTimeControl::SetDisplayedTimeSec(double NewTimeSec)
+{
+    TimeSec = NewTimeSec;
+    Changed.emit();
+}
+
+void MvTimeControl::ShowSource(const std::string& Path, double NewDurationSec)
+{
+    SourceDurationSec = NewDurationSec;
+    if (Path != SourcePath)
+    {
+        Current.Markers = std::move(Markers);
+        MarkingOfHiddenSources[SourcePath] = std::move(Current);
+        Current = std::exchange(MarkingOfHiddenSources[Path], {});
+        Markers = std::move(Current.Markers);
+        SourcePath = Path;
+        TimeSec = 0.0;
+    }
+    Changed.emit();
+}
