@@ -1,0 +1,8 @@
+#pragma once
+
+class CoreSDL
+{
+public:
+    int Width = 1280;
+    int Height = 720;
+};

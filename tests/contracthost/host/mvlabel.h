@@ -1,0 +1,9 @@
+#pragma once
+
+#include <string>
+
+class MvLabel
+{
+public:
+    std::string Text;
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+class TTF
+{
+public:
+    int GetCellWidth(int Px);
+};

@@ -1,0 +1,36 @@
+# The panel's sources once more, on the recording host. Their include roots are that host and a
+# folder with nothing but the panel in it, so a header of the real host can't be reached: a panel that
+# needs more than the recording host has does not compile.
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/panelroot)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src/panel ${CMAKE_CURRENT_BINARY_DIR}/panelroot/panel SYMBOLIC)
+get_target_property(panelSources movane_panel SOURCES)
+list(TRANSFORM panelSources PREPEND ${PROJECT_SOURCE_DIR}/src/panel/)
+
+add_library(movane_panel_on_contracthost STATIC ${panelSources} contracthost/contracthost.cpp)
+movane_settings(movane_panel_on_contracthost)
+target_compile_options(movane_panel_on_contracthost PRIVATE -ffp-contract=off)
+target_include_directories(movane_panel_on_contracthost
+    PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/contracthost ${CMAKE_CURRENT_BINARY_DIR}/panelroot
+    PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(movane_panel_on_contracthost PUBLIC Threads::Threads)
+
+movane_test(panel_contract_test
+    SOURCES
+        fakes/fakeplatform.cpp
+        panel_edit_test.cpp
+        panel_job_test.cpp
+        panel_labels_test.cpp
+        panel_naming_test.cpp
+        panel_navigation_test.cpp
+        panel_request_test.cpp
+        panel_save_test.cpp
+        panel_state_test.cpp
+        panel_status_test.cpp
+        panel_table_test.cpp
+    LIBRARIES movane_panel_on_contracthost)
+# The layout is computed a second time in the tests, to the same bits.
+target_compile_options(panel_contract_test PRIVATE -ffp-contract=off)
+# Commands and searches of the export are watched: fakes/fakeplatform.h.
+target_link_options(panel_contract_test PRIVATE LINKER:--wrap=access,--wrap=system)
+
+movane_test(panel_host_test SOURCES panel_host_test.cpp LIBRARIES movane_panel)
