@@ -33,6 +33,5 @@ public:
         }
     }
 
-    // Named as the slots' users know it, in lower case like connect and emit.
-    std::vector<Slot> slots; // NOLINT(readability-identifier-naming)
+    std::vector<Slot> slots; ///< in the order of calling
 };

@@ -1,0 +1,757 @@
+#include "media/mpvvideo.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <mpv/client.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace
+{
+constexpr double UsPerSec = 1e6;
+// Steps in a file that does not tell its frame rate.
+constexpr double FallbackFrameRate = 25.0;
+// The player shows the first frame that begins no more than this before the time asked for.
+constexpr double FrameToleranceSec = 0.005;
+constexpr std::chrono::milliseconds ServePeriod{5};
+constexpr unsigned TopicBits = 8;
+
+struct MpvOption
+{
+    const char* Name;
+    const char* Value;
+};
+
+// No user's configuration, scripts or keys; nothing is read but the file that was asked for, so that
+// opening a list or a reference file reaches neither another file nor the network.
+constexpr std::array FixedOptions = {
+    MpvOption{"config", "no"},
+    MpvOption{"terminal", "no"},
+    MpvOption{"load-scripts", "no"},
+    MpvOption{"osc", "no"},
+    MpvOption{"ytdl", "no"},
+    MpvOption{"load-stats-overlay", "no"},
+    MpvOption{"load-osd-console", "no"},
+    MpvOption{"load-auto-profiles", "no"},
+    MpvOption{"input-default-bindings", "no"},
+    MpvOption{"input-vo-keyboard", "no"},
+    MpvOption{"autoload-files", "no"},
+    MpvOption{"sub-auto", "no"},
+    MpvOption{"access-references", "no"},
+    MpvOption{"ordered-chapters", "no"},
+    MpvOption{"idle", "yes"},
+    MpvOption{"keep-open", "yes"},
+    // Pausing at the end is done here: were it the player's, a seek that is just under way would end
+    // up paused.
+    MpvOption{"keep-open-pause", "no"},
+    MpvOption{"pause", "yes"},
+    MpvOption{"hr-seek", "yes"},
+    MpvOption{"hwdec", "no"},
+    MpvOption{"gpu-hwdec-interop", "no"},
+    MpvOption{"audio-fallback-to-null", "yes"},
+};
+
+bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& OutError)
+{
+    const auto set = [&](const char* pName, const char* pValue)
+    {
+        if (mpv_set_option_string(pMpv, pName, pValue) >= 0)
+        {
+            return true;
+        }
+        OutError = "The video player does not take " + std::string(pName) + "=" + pValue +
+                   ": install libmpv 0.35 or newer.";
+        return false;
+    };
+    return std::all_of(FixedOptions.begin(), FixedOptions.end(),
+                       [&](const MpvOption& Option) { return set(Option.Name, Option.Value); }) &&
+           set("vo", Wanted.VideoOutput.c_str()) && set("ao", Wanted.AudioOutput.c_str());
+}
+
+std::string ReasonForNoHandle()
+{
+    const char* locale = std::setlocale(LC_NUMERIC, nullptr); // NOLINT(concurrency-mt-unsafe)
+    if (locale != nullptr && std::strcmp(locale, "C") != 0)
+    {
+        return "The video player can't start with the number format of the locale " +
+               std::string(locale) + ": set LC_NUMERIC to C.";
+    }
+    return "The video player can't start: free some memory and try again.";
+}
+
+// Why no player should be asked to open the path; empty when it is a regular file that can be read.
+std::string ReasonNotToOpen(const std::string& Path)
+{
+    if (Path.empty())
+    {
+        return "No file was named: give the path of a video.";
+    }
+    struct stat status = {};
+    // A zero byte would cut the path short and open another file.
+    if (Path.find('\0') != std::string::npos || ::stat(Path.c_str(), &status) != 0)
+    {
+        const int reason = Path.find('\0') != std::string::npos ? ENOENT : errno;
+        if (reason == ENOENT || reason == ENOTDIR)
+        {
+            return Path + " does not exist: check the name.";
+        }
+        return Path + " can't be read (" + std::generic_category().message(reason) +
+               "): check its permissions.";
+    }
+    if (S_ISDIR(status.st_mode))
+    {
+        return Path + " is a folder: choose a video in it.";
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        return Path + " is not a regular file: choose a video.";
+    }
+    const int file = ::open(Path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+    {
+        return Path + " can't be read (" + std::generic_category().message(errno) +
+               "): check its permissions.";
+    }
+    ::close(file);
+    return {};
+}
+
+const mpv_node* Find(const mpv_node& Map, std::string_view Key)
+{
+    if (Map.format != MPV_FORMAT_NODE_MAP)
+    {
+        return nullptr;
+    }
+    for (int i = 0; i < Map.u.list->num; ++i)
+    {
+        if (Map.u.list->keys[i] == Key)
+        {
+            return &Map.u.list->values[i];
+        }
+    }
+    return nullptr;
+}
+
+std::int64_t UsOf(const mpv_node& Seconds)
+{
+    return Seconds.format == MPV_FORMAT_DOUBLE ? std::llround(Seconds.u.double_ * UsPerSec) : 0;
+}
+
+bool IsTrue(const mpv_node& Flag)
+{
+    return Flag.format == MPV_FORMAT_FLAG && Flag.u.flag != 0;
+}
+
+bool FlagOf(const mpv_node& Map, std::string_view Key)
+{
+    const mpv_node* pValue = Find(Map, Key);
+    return pValue != nullptr && IsTrue(*pValue);
+}
+
+std::int64_t IntOf(const mpv_node& Map, std::string_view Key)
+{
+    const mpv_node* pValue = Find(Map, Key);
+    return pValue != nullptr && pValue->format == MPV_FORMAT_INT64 ? pValue->u.int64 : 0;
+}
+
+double DoubleOf(const mpv_node& Map, std::string_view Key)
+{
+    const mpv_node* pValue = Find(Map, Key);
+    return pValue != nullptr && pValue->format == MPV_FORMAT_DOUBLE ? pValue->u.double_ : 0.0;
+}
+
+bool IsVideoTrack(const mpv_node& Track)
+{
+    const mpv_node* pType = Find(Track, "type");
+    return pType != nullptr && pType->format == MPV_FORMAT_STRING &&
+           std::strcmp(pType->u.string, "video") == 0 && !FlagOf(Track, "albumart");
+}
+} // namespace
+
+std::unique_ptr<MpvVideo> MpvVideo::Create(const Options& Wanted, std::string& OutError)
+{
+    mpv_handle* pHandle = mpv_create();
+    if (pHandle == nullptr)
+    {
+        OutError = ReasonForNoHandle();
+        return nullptr;
+    }
+    // From here on the object owns the handle.
+    std::unique_ptr<MpvVideo> pVideo(new MpvVideo(pHandle, Wanted.OpenTimeout));
+    if (!SetOptions(pHandle, Wanted, OutError))
+    {
+        return nullptr;
+    }
+    if (const int error = mpv_initialize(pHandle); error < 0)
+    {
+        OutError = "The video player can't start (" + std::string(mpv_error_string(error)) +
+                   "): install libmpv again.";
+        return nullptr;
+    }
+    mpv_set_wakeup_callback(pHandle, &MpvVideo::OnWakeUp, pVideo.get());
+    mpv_observe_property(pHandle, NoticeTag(Topic::Time), "time-pos", MPV_FORMAT_NODE);
+    mpv_observe_property(pHandle, NoticeTag(Topic::End), "eof-reached", MPV_FORMAT_NODE);
+    return pVideo;
+}
+
+MpvVideo::MpvVideo(mpv_handle* pNewMpv, std::chrono::milliseconds NewOpenTimeout)
+    : pMpv(pNewMpv)
+    , OpenTimeout(NewOpenTimeout)
+{
+}
+
+MpvVideo::~MpvVideo()
+{
+    mpv_set_wakeup_callback(pMpv, nullptr, nullptr);
+    mpv_terminate_destroy(pMpv);
+}
+
+bool MpvVideo::Open(const std::string& Path, std::string& OutError)
+{
+    OutError = ReasonNotToOpen(Path);
+    if (!OutError.empty())
+    {
+        return false;
+    }
+    // Copies, because Path may be FilePath itself, which loading clears.
+    const std::string newPath = Path; // NOLINT(performance-unnecessary-copy-initialization)
+    const std::string earlierPath = FilePath;
+    const std::string earlierLoadedPath = LoadedPath;
+    const std::int64_t earlierPlayheadUs = PlayheadUs;
+    const bool bEarlierPlaying = bPlaying;
+
+    // Absolute, because the player takes a "://" in a relative name for a protocol.
+    std::error_code ec;
+    const std::string absolutePath = std::filesystem::absolute(newPath, ec).string();
+    if (!ec && Load(absolutePath))
+    {
+        FilePath = newPath;
+        OutError.clear();
+        return true;
+    }
+    OutError =
+        newPath + (ec ? " can't be found from a deleted folder: go to another one." : Refusal);
+    if (!earlierPath.empty() && Load(earlierLoadedPath))
+    {
+        FilePath = earlierPath;
+        SeekToUs(earlierPlayheadUs);
+        SetPlaying(bEarlierPlaying);
+    }
+    return false;
+}
+
+// Opens the file paused at its start; on failure no file is open, and Refusal says why.
+bool MpvVideo::Load(const std::string& AbsolutePath)
+{
+    Forget();
+    SetPlaying(false);
+    Loading = LoadPhase::Sent;
+    Refusal = " takes too long to open: try again, or choose another video.";
+    std::array<const char*, 4> command = {"loadfile", AbsolutePath.c_str(), "replace", nullptr};
+    if (mpv_command_async(pMpv, Tag(Topic::Load), command.data()) < 0)
+    {
+        Refuse(" can't be opened by the video player: start it again.");
+    }
+    WaitUntil([this] { return Loading == LoadPhase::Ready || Loading == LoadPhase::Idle; },
+              OpenTimeout);
+    if (Loading == LoadPhase::Ready)
+    {
+        LoadedPath = AbsolutePath;
+        pMediaInfo = &MediaInfo;
+        return true;
+    }
+    Forget();
+    std::array<const char*, 2> stop = {"stop", nullptr};
+    mpv_command_async(pMpv, Tag(Topic::Nothing), stop.data());
+    return false;
+}
+
+// Back to no open file; what the player still reports of the earlier one is no longer used.
+void MpvVideo::Forget()
+{
+    ++Generation;
+    Loading = LoadPhase::Idle;
+    EntryId = 0;
+    LoadedPath.clear();
+    FilePath.clear();
+    pMediaInfo = nullptr;
+    MediaInfo = {};
+    FrameRate = 0.0;
+    WidthPx = 0;
+    HeightPx = 0;
+    Seeking = SeekPhase::Landed;
+    PlayheadUs = 0;
+    bPlaying = false;
+    bChanged = true;
+}
+
+void MpvVideo::Play()
+{
+    if (FilePath.empty())
+    {
+        return;
+    }
+    if (IsAtEnd())
+    {
+        SeekToUs(0);
+    }
+    SetPlaying(true);
+    // The picture may stand at its end before the playhead does; then no news of the end would come.
+    Ask(Topic::EndNow, "eof-reached");
+}
+
+void MpvVideo::Pause()
+{
+    if (!bPlaying)
+    {
+        return;
+    }
+    SetPlaying(false);
+    // The picture stops a frame or two after the last report of the time.
+    Ask(Topic::TimeNow, "time-pos");
+}
+
+void MpvVideo::SetPlaying(bool bNewPlaying)
+{
+    bChanged = bChanged || bPlaying != bNewPlaying;
+    bPlaying = bNewPlaying;
+    int paused = bNewPlaying ? 0 : 1;
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "pause", MPV_FORMAT_FLAG, &paused);
+}
+
+void MpvVideo::Seek(int Request)
+{
+    if (FilePath.empty())
+    {
+        return;
+    }
+    switch (Request)
+    {
+    case SeekToStart:
+        SeekToUs(0);
+        break;
+    case SeekToEnd:
+        if (MediaInfo.DurationUs > 0)
+        {
+            SeekToUs(MediaInfo.DurationUs);
+        }
+        break;
+    case StepFrameBack:
+        StepFrames(-1);
+        break;
+    case StepFrameForward:
+        StepFrames(1);
+        break;
+    case SeekToTarget:
+        SeekToUs(SeekTargetUs);
+        break;
+    default:
+        break;
+    }
+}
+
+void MpvVideo::SeekToUs(std::int64_t TargetUs)
+{
+    ++Generation;
+    SetPlayheadUs(TargetUs);
+    Seeking = SeekPhase::Sent;
+    bChanged = true;
+    const auto wholeUs = static_cast<std::int64_t>(UsPerSec);
+    std::array<char, 32> seconds{};
+    std::snprintf(seconds.data(), seconds.size(), "%lld.%06lld",
+                  static_cast<long long>(PlayheadUs / wholeUs),
+                  static_cast<long long>(PlayheadUs % wholeUs));
+    std::array<const char*, 4> command = {"seek", seconds.data(), "absolute+exact", nullptr};
+    if (mpv_command_async(pMpv, Tag(Topic::Seek), command.data()) < 0)
+    {
+        Seeking = SeekPhase::Landed;
+    }
+}
+
+void MpvVideo::StepFrames(int Count)
+{
+    Pause();
+    const double frameRate = FrameRate > 0.0 ? FrameRate : FallbackFrameRate;
+    const auto numberAt = [&](double TimeSec)
+    { return std::ceil((TimeSec - FrameToleranceSec) * frameRate); };
+    double frame = numberAt(CurrentTimeSec());
+    if (MediaInfo.DurationUs > 0)
+    {
+        // At the very end the last frame still stands.
+        const double lastFrame =
+            numberAt(static_cast<double>(MediaInfo.DurationUs) / UsPerSec) - 1.0;
+        frame = std::min(frame, lastFrame);
+    }
+    SeekToUs(std::llround((frame + Count) / frameRate * UsPerSec));
+}
+
+double MpvVideo::CurrentTimeSec() const
+{
+    return static_cast<double>(PlayheadUs) / UsPerSec;
+}
+
+void MpvVideo::SetPlayheadUs(std::int64_t NewPlayheadUs)
+{
+    std::int64_t playheadUs = std::max<std::int64_t>(NewPlayheadUs, 0);
+    if (MediaInfo.DurationUs > 0)
+    {
+        playheadUs = std::min(playheadUs, MediaInfo.DurationUs);
+    }
+    bChanged = bChanged || playheadUs != PlayheadUs;
+    PlayheadUs = playheadUs;
+}
+
+bool MpvVideo::IsAtEnd() const
+{
+    return MediaInfo.DurationUs > 0 && PlayheadUs >= MediaInfo.DurationUs;
+}
+
+void MpvVideo::SetSpeed(double Factor)
+{
+    double speed = std::clamp(Factor, 0.01, 100.0);
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "speed", MPV_FORMAT_DOUBLE, &speed);
+}
+
+void MpvVideo::SetVolume(double Percent)
+{
+    double volume = std::clamp(Percent, 0.0, 100.0);
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "volume", MPV_FORMAT_DOUBLE, &volume);
+}
+
+void MpvVideo::SetMuted(bool bMuted)
+{
+    int muted = bMuted ? 1 : 0;
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "mute", MPV_FORMAT_FLAG, &muted);
+}
+
+void MpvVideo::PumpEvents()
+{
+    TakeEvents();
+    if (std::exchange(bChanged, false))
+    {
+        Changed.emit();
+    }
+}
+
+bool MpvVideo::WaitForSeek(std::chrono::milliseconds Timeout)
+{
+    return WaitUntil([this] { return !IsSeeking(); }, Timeout);
+}
+
+void MpvVideo::SetWakeUp(std::function<void()> NewWakeUp)
+{
+    const std::lock_guard lock(WakeUpMutex);
+    WakeUp = std::move(NewWakeUp);
+}
+
+void MpvVideo::SetWhileWaiting(std::function<void()> NewWhileWaiting)
+{
+    WhileWaiting = std::move(NewWhileWaiting);
+}
+
+// On a thread of the library, which may hold its own locks meanwhile.
+void MpvVideo::OnWakeUp(void* pSelf)
+{
+    auto* pVideo = static_cast<MpvVideo*>(pSelf);
+    {
+        const std::lock_guard lock(pVideo->EventMutex);
+        pVideo->bEventWaits = true;
+    }
+    pVideo->EventArrived.notify_one();
+    const std::lock_guard lock(pVideo->WakeUpMutex);
+    if (pVideo->WakeUp)
+    {
+        pVideo->WakeUp();
+    }
+}
+
+bool MpvVideo::WaitUntil(const std::function<bool()>& bDone, std::chrono::milliseconds Timeout)
+{
+    const auto deadline = std::chrono::steady_clock::now() + Timeout;
+    for (;;)
+    {
+        TakeEvents();
+        const auto now = std::chrono::steady_clock::now();
+        if (bDone() || now >= deadline)
+        {
+            return bDone();
+        }
+        if (WhileWaiting)
+        {
+            WhileWaiting();
+        }
+        std::unique_lock lock(EventMutex);
+        EventArrived.wait_until(lock,
+                                WhileWaiting ? std::min(deadline, now + ServePeriod) : deadline,
+                                [this] { return bEventWaits; });
+    }
+}
+
+void MpvVideo::TakeEvents()
+{
+    {
+        const std::lock_guard lock(EventMutex);
+        bEventWaits = false;
+    }
+    for (;;)
+    {
+        const mpv_event* pEvent = mpv_wait_event(pMpv, 0.0);
+        if (pEvent->event_id == MPV_EVENT_NONE)
+        {
+            return;
+        }
+        TakeEvent(*pEvent);
+    }
+}
+
+void MpvVideo::TakeEvent(const mpv_event& Event)
+{
+    switch (Event.event_id)
+    {
+    case MPV_EVENT_COMMAND_REPLY:
+        TakeCommandReply(Event);
+        break;
+    case MPV_EVENT_START_FILE:
+        TakeStart(static_cast<const mpv_event_start_file*>(Event.data)->playlist_entry_id);
+        break;
+    case MPV_EVENT_FILE_LOADED:
+        TakeOpened();
+        break;
+    case MPV_EVENT_END_FILE:
+        TakeEndOfFile(static_cast<const mpv_event_end_file*>(Event.data)->playlist_entry_id);
+        break;
+    case MPV_EVENT_VIDEO_RECONFIG:
+        // No generation: a seek meanwhile does not change the size.
+        mpv_get_property_async(pMpv, NoticeTag(Topic::Picture), "video-out-params",
+                               MPV_FORMAT_NODE);
+        break;
+    case MPV_EVENT_SEEK:
+        if (Seeking == SeekPhase::Accepted)
+        {
+            Seeking = SeekPhase::Begun;
+        }
+        break;
+    case MPV_EVENT_PLAYBACK_RESTART:
+        TakeLanding();
+        break;
+    case MPV_EVENT_GET_PROPERTY_REPLY:
+    case MPV_EVENT_PROPERTY_CHANGE:
+        TakeProperty(Event);
+        break;
+    default:
+        break;
+    }
+}
+
+void MpvVideo::TakeCommandReply(const mpv_event& Event)
+{
+    if (Event.reply_userdata == Tag(Topic::Load))
+    {
+        // The answer comes before the file starts, so its number is known in time.
+        EntryId =
+            IntOf(static_cast<const mpv_event_command*>(Event.data)->result, "playlist_entry_id");
+        if (Event.error < 0)
+        {
+            Refuse(" can't be opened by the video player: choose another video.");
+        }
+    }
+    else if (Event.reply_userdata == Tag(Topic::Seek))
+    {
+        Seeking = Event.error < 0 ? SeekPhase::Landed : SeekPhase::Accepted;
+    }
+}
+
+void MpvVideo::TakeStart(std::int64_t StartedId)
+{
+    if (Loading == LoadPhase::Sent && StartedId == EntryId)
+    {
+        Loading = LoadPhase::Started;
+    }
+}
+
+void MpvVideo::TakeOpened()
+{
+    if (Loading != LoadPhase::Started)
+    {
+        return;
+    }
+    Loading = LoadPhase::Opened;
+    // The answers come in the order of asking: with the tracks everything is known.
+    Ask(Topic::Duration, "duration");
+    Ask(Topic::Tracks, "track-list");
+}
+
+void MpvVideo::TakeEndOfFile(std::int64_t EndedId)
+{
+    if (EntryId == 0 || EndedId != EntryId)
+    {
+        return;
+    }
+    if (Loading == LoadPhase::Ready)
+    {
+        Forget();
+        return;
+    }
+    Refuse(" is not a video: choose a video.");
+}
+
+void MpvVideo::TakeLanding()
+{
+    if (Seeking != SeekPhase::Begun)
+    {
+        return;
+    }
+    Seeking = SeekPhase::Landed;
+    bChanged = true;
+    Ask(Topic::EndNow, "eof-reached");
+}
+
+void MpvVideo::TakeProperty(const mpv_event& Event)
+{
+    const std::uint64_t generation = Event.reply_userdata >> TopicBits;
+    const auto* pProperty = static_cast<const mpv_event_property*>(Event.data);
+    if (generation != 0 && generation != Generation)
+    {
+        return;
+    }
+    if (Event.error < 0 && Event.reply_userdata == Tag(Topic::Tracks))
+    {
+        Refuse(" is not a video: choose a video.");
+        return;
+    }
+    // What can't be told, such as the length of some streams, has another format and stays unknown.
+    if (pProperty->format == MPV_FORMAT_NODE)
+    {
+        TakeValue(static_cast<Topic>(Event.reply_userdata % (1U << TopicBits)),
+                  *static_cast<const mpv_node*>(pProperty->data));
+    }
+}
+
+void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
+{
+    const bool bFollowing = Loading == LoadPhase::Ready && Seeking == SeekPhase::Landed;
+    switch (About)
+    {
+    case Topic::Duration:
+        MediaInfo.DurationUs = std::max<std::int64_t>(UsOf(Value), 0);
+        break;
+    case Topic::Tracks:
+        TakeTracks(Value);
+        break;
+    case Topic::Time:
+        if (bFollowing && bPlaying)
+        {
+            SetPlayheadUs(UsOf(Value));
+        }
+        break;
+    case Topic::TimeNow:
+        if (bFollowing)
+        {
+            SetPlayheadUs(UsOf(Value));
+        }
+        break;
+    case Topic::End:
+        // Only a hint, which may be older than the last seek.
+        if (bFollowing && bPlaying && IsTrue(Value))
+        {
+            Ask(Topic::EndNow, "eof-reached");
+        }
+        break;
+    case Topic::EndNow:
+        if (bFollowing && bPlaying && IsTrue(Value))
+        {
+            SetPlaying(false);
+            SetPlayheadUs(MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs);
+        }
+        break;
+    case Topic::Picture:
+        TakePicture(Value);
+        break;
+    case Topic::Nothing:
+    case Topic::Load:
+    case Topic::Seek:
+        break;
+    }
+}
+
+void MpvVideo::TakePicture(const mpv_node& Picture)
+{
+    // The first picture may be there before its file has been judged.
+    const bool bOfThisFile = Loading == LoadPhase::Opened || Loading == LoadPhase::Ready;
+    auto widthPx = static_cast<int>(IntOf(Picture, "dw"));
+    auto heightPx = static_cast<int>(IntOf(Picture, "dh"));
+    if (!bOfThisFile || widthPx <= 0 || heightPx <= 0)
+    {
+        return;
+    }
+    // An output that turns the picture itself gets it as it lies in the file.
+    if (IntOf(Picture, "rotate") % 180 == 90)
+    {
+        std::swap(widthPx, heightPx);
+    }
+    bChanged = bChanged || widthPx != WidthPx || heightPx != HeightPx;
+    WidthPx = widthPx;
+    HeightPx = heightPx;
+}
+
+void MpvVideo::TakeTracks(const mpv_node& Tracks)
+{
+    bool bStillPicture = false;
+    const int count = Tracks.format == MPV_FORMAT_NODE_ARRAY ? Tracks.u.list->num : 0;
+    for (int i = 0; i < count; ++i)
+    {
+        const mpv_node& track = Tracks.u.list->values[i];
+        if (!IsVideoTrack(track) || !FlagOf(track, "selected"))
+        {
+            continue;
+        }
+        if (FlagOf(track, "image"))
+        {
+            bStillPicture = true;
+            continue;
+        }
+        FrameRate = DoubleOf(track, "demux-fps");
+        if (WidthPx == 0)
+        {
+            WidthPx = static_cast<int>(IntOf(track, "demux-w"));
+            HeightPx = static_cast<int>(IntOf(track, "demux-h"));
+        }
+        Loading = LoadPhase::Ready;
+        bChanged = true;
+        return;
+    }
+    Refuse(bStillPicture ? " is not a video but a still picture: choose a video."
+                         : " is not a video, it has no moving pictures: choose a video.");
+}
+
+// Why begins where the file's path ends.
+void MpvVideo::Refuse(const std::string& Why)
+{
+    Refusal = Why;
+    Loading = LoadPhase::Idle;
+}
+
+void MpvVideo::Ask(Topic About, const char* pProperty)
+{
+    mpv_get_property_async(pMpv, Tag(About), pProperty, MPV_FORMAT_NODE);
+}
+
+std::uint64_t MpvVideo::Tag(Topic About) const
+{
+    return Generation << TopicBits | NoticeTag(About);
+}
+
+std::uint64_t MpvVideo::NoticeTag(Topic About)
+{
+    return static_cast<std::uint64_t>(About);
+}

@@ -1,0 +1,196 @@
+// A video player on libmpv: what a video window plays, seeks and steps through.
+//
+// The playhead is this class's own, in whole microseconds from the start of the file, and never leaves
+// the file: what the library reports may lie past the end, and lags behind a seek. The library is only
+// spoken to by asynchronous calls once it runs, because a thread that also renders would lock up in a
+// synchronous one; so its answers, and the news of playback, arrive in PumpEvents.
+//
+// UI thread only, but for the wake-up hook. LC_NUMERIC must be "C", or Create fails. The picture goes to
+// the options' video output: "null" for none, "libmpv" for a window that renders through Handle().
+
+#pragma once
+
+#include "host/mvvideo.h"
+#include "host/signal.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+struct mpv_event;
+struct mpv_handle;
+struct mpv_node;
+
+class MpvVideo : public MvVideo
+{
+public:
+    struct Options
+    {
+        std::string VideoOutput = "null";             ///< mpv's vo
+        std::string AudioOutput = "null";             ///< mpv's ao
+        std::chrono::milliseconds OpenTimeout{10000}; ///< how long Open waits for a file
+    };
+
+    /// Makes a player with no file open. Returns null on failure and sets OutError to one sentence.
+    static std::unique_ptr<MpvVideo> Create(const Options& Wanted, std::string& OutError);
+
+    /// Stops everything and waits for the player's threads, a few milliseconds. With a render context, free
+    /// that first.
+    ~MpvVideo() override;
+
+    /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout.
+    ///
+    /// Only a regular file with moving pictures is opened: sound alone, a still picture or a list of
+    /// other files is refused. A path that is no readable file leaves the open one alone; a file that
+    /// proves not to be a video takes its place for a moment, and then it comes back at its playhead,
+    /// playing if it played. If it can't come back (it was deleted, say), no file is open.
+    bool Open(const std::string& Path, std::string& OutError) override;
+
+    /// Plays on from the playhead, from the start when it is at the end. Playback stops by itself at
+    /// the end. Without an open file nothing happens.
+    void Play() override;
+    void Pause() override;
+
+    /// As MvVideo::Seek, to the exact frame; a target outside the file is moved to its nearer end.
+    ///
+    /// A step pauses and goes to the time of the next or the previous frame by the file's frame rate.
+    /// SeekToEnd does nothing when the length is unknown.
+    void Seek(int Request) override;
+
+    double CurrentTimeSec() const override;
+
+    bool IsPlaying() const { return bPlaying; }
+    /// False from a Seek until the picture has arrived.
+    bool IsSeeking() const { return Seeking != SeekPhase::Landed; }
+
+    void SetSpeed(double Factor);   ///< 1 is normal; kept within 0.01 and 100
+    void SetVolume(double Percent); ///< kept within 0 and 100
+    void SetMuted(bool bMuted);
+
+    /// Frames per second of the open file, 0 when unknown or no file is open.
+    double FramesPerSecond() const { return FrameRate; }
+    /// Size of the picture as it is shown, 0 while no file is open. Until the first picture it is the
+    /// size that the file declares, before any rotation.
+    int PictureWidthPx() const { return WidthPx; }
+    int PictureHeightPx() const { return HeightPx; }
+
+    /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
+    void PumpEvents();
+
+    /// Waits until the last Seek has landed; false when that takes longer than Timeout.
+    bool WaitForSeek(std::chrono::milliseconds Timeout);
+
+    /// Emitted in PumpEvents, at most once a call, after the playhead, the playing, the picture size or
+    /// the open file changed.
+    Signal<> Changed;
+
+    /// Sets what is called when PumpEvents has something to take. It runs on a thread of the player, so
+    /// it must be quick, not throw, and call nothing of this class; posting an event is right. An empty
+    /// function takes it away, and on return the earlier one is no longer running.
+    void SetWakeUp(std::function<void()> NewWakeUp);
+
+    /// Sets what is called again and again, at least every 5 ms, while Open and WaitForSeek wait: a
+    /// window serves its render context there, without which loading and seeking stall. It must call
+    /// nothing of this class but Handle.
+    void SetWhileWaiting(std::function<void()> NewWhileWaiting);
+
+    /// The library's handle, for a render context. Owned by the player; only asynchronous calls, please.
+    mpv_handle* Handle() const { return pMpv; }
+
+private:
+    enum class LoadPhase
+    {
+        Idle,    ///< no file, or the last one was refused
+        Sent,    ///< the library has the command, its answer is not here yet
+        Started, ///< the library is opening our file
+        Opened,  ///< opened, and asked what is in it
+        Ready,
+    };
+    enum class SeekPhase
+    {
+        Landed,   ///< no seek under way
+        Sent,     ///< the last seek is not taken yet: what lands now is an earlier one
+        Accepted, ///< taken, waiting for its turn
+        Begun,    ///< the next restart of playback is its landing
+    };
+    /// What a request and its answer, or a notice of the library, is about.
+    enum class Topic : std::uint64_t
+    {
+        Nothing,
+        Load,
+        Tracks,
+        Duration,
+        Seek,
+        TimeNow,
+        EndNow,
+        Time,
+        End,
+        Picture,
+    };
+
+    MpvVideo(mpv_handle* pNewMpv, std::chrono::milliseconds NewOpenTimeout);
+
+    bool Load(const std::string& AbsolutePath);
+    void Forget();
+    void SeekToUs(std::int64_t TargetUs);
+    void StepFrames(int Count);
+    void SetPlaying(bool bNewPlaying);
+    void SetPlayheadUs(std::int64_t NewPlayheadUs);
+    bool IsAtEnd() const;
+
+    void TakeEvents();
+    void TakeEvent(const mpv_event& Event);
+    void TakeCommandReply(const mpv_event& Event);
+    void TakeStart(std::int64_t StartedId);
+    void TakeOpened();
+    void TakeEndOfFile(std::int64_t EndedId);
+    void TakeLanding();
+    void TakeProperty(const mpv_event& Event);
+    void TakeValue(Topic About, const mpv_node& Value);
+    void TakePicture(const mpv_node& Picture);
+    void TakeTracks(const mpv_node& Tracks);
+
+    void Refuse(const std::string& Why);
+    void Ask(Topic About, const char* pProperty);
+    std::uint64_t Tag(Topic About) const;
+    static std::uint64_t NoticeTag(Topic About);
+    bool WaitUntil(const std::function<bool()>& bDone, std::chrono::milliseconds Timeout);
+    static void OnWakeUp(void* pSelf);
+
+    mpv_handle* pMpv = nullptr;
+    std::chrono::milliseconds OpenTimeout;
+
+    // -- The open file, or the one that is being opened.
+    LoadPhase Loading = LoadPhase::Idle;
+    std::int64_t EntryId = 0; ///< the library's number for it
+    std::string LoadedPath;   ///< absolute
+    std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
+    MvMediaInfo MediaInfo;
+    double FrameRate = 0.0;
+    int WidthPx = 0;
+    int HeightPx = 0;
+
+    // -- Playback.
+    SeekPhase Seeking = SeekPhase::Landed;
+    std::int64_t PlayheadUs = 0;
+    bool bPlaying = false;
+    bool bChanged = false;
+    /// Counts loads and seeks. A request carries it, and an answer to an older one is not used; notices
+    /// carry 0.
+    std::uint64_t Generation = 0;
+
+    std::function<void()> WhileWaiting;
+
+    std::mutex EventMutex;
+    std::condition_variable EventArrived;
+    // -- Guarded by EventMutex.
+    bool bEventWaits = false;
+
+    std::mutex WakeUpMutex;
+    // -- Guarded by WakeUpMutex, which is never held together with EventMutex.
+    std::function<void()> WakeUp;
+};

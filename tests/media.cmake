@@ -1,0 +1,15 @@
+# The test of exact seeks asks the player itself where it stands.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
+
+movane_test(media_test
+    SOURCES
+        encoderprocess_test.cpp
+        mpvvideo_test.cpp
+    LIBRARIES movane_media PkgConfig::MPV)
+
+movane_test(exportprogress_test
+    SOURCES
+        exportprogress_test.cpp
+        reportlines_test.cpp
+    LIBRARIES movane_media)
