@@ -5,6 +5,7 @@ pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 movane_test(media_test
     SOURCES
         encoderprocess_test.cpp
+        mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_media PkgConfig::MPV)
 

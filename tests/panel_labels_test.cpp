@@ -3,6 +3,7 @@
 #include "panelfixture.h"
 
 #include <limits>
+#include <stdexcept>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -275,6 +276,13 @@ TEST_F(NameInputSync, IsSuppressedWhileThePanelWrites)
     EXPECT_EQ(NameInput.Text, "typed");
     EXPECT_TRUE(Panel->bSyncingNameInput);
     EXPECT_THAT(Log(), IsEmpty());
+}
+
+TEST_F(NameInputSync, GoesOnAfterAWriteThatThrew)
+{
+    Host().OnCall = [](const std::string&) { throw std::runtime_error("an observer failed"); };
+    EXPECT_THROW(Panel->SyncNameInputFromSelection(), std::runtime_error);
+    EXPECT_FALSE(Panel->bSyncingNameInput);
 }
 
 TEST_F(NameInputSync, IsNotEnteredAgainByAChangeDuringTheWrite)

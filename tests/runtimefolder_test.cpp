@@ -365,9 +365,9 @@ TEST(NamedRuntimeFolder, IsAFolderBelowWhenAnotherProcessHasIt)
     EXPECT_FALSE(fs::exists(place.Path() / "run-1"));
 }
 
-TEST(NamedRuntimeFolder, IsAFolderBelowWhenOthersMayWriteToIt)
+TEST(NamedRuntimeFolder, IsAFolderBelowWhenItIsNotThisUsersAlone)
 {
-    for (const unsigned mode : {0720U, 0702U, 0777U, 01777U})
+    for (const unsigned mode : {0701U, 0750U, 0755U, 0777U, 01777U})
     {
         const TempFolder place;
         fs::permissions(place.Path(), fs::perms(mode));
@@ -428,15 +428,27 @@ TEST(NamedRuntimeFolder, SaysWhichFolderCannotBeMade)
     }
 }
 
-TEST(NamedRuntimeFolder, SaysSoWhenTempCannotBeMadeAndTakesTheLockBack)
+TEST(NamedRuntimeFolder, IsAFolderBelowWhenSomethingElseIsCalledTemp)
 {
     const TempFolder place;
     WriteFile(place.Path() / "temp", "a file in the way");
-    std::string error;
-    EXPECT_EQ(RuntimeFolder::TakeNamed(place.Path(), error), nullptr);
-    EXPECT_THAT(error, HasSubstr((place.Path() / "temp").native()));
+    const auto folder = TakeNamed(place.Path());
+    ASSERT_NE(folder, nullptr);
+    EXPECT_EQ(folder->Path().parent_path(), place.Path());
     EXPECT_EQ(ReadFile(place.Path() / "temp"), "a file in the way");
-    EXPECT_FALSE(fs::exists(place.Path() / ".movane.lock"));
+}
+
+TEST(NamedRuntimeFolder, ClearsTheFoldersBelowOfDeadProcesses)
+{
+    const TempFolder place;
+    {
+        const auto holder = TakeNamed(place.Path());
+        ASSERT_NE(holder, nullptr);
+        ASSERT_TRUE(DieWithNamedFolder(place.Path()));
+        ASSERT_TRUE(fs::exists(place.Path() / "run-1"));
+    }
+    TakeNamed(place.Path());
+    EXPECT_TRUE(fs::is_empty(place.Path()));
 }
 
 TEST(NamedRuntimeFolder, SaysWhichFolderCannotBeWritten)

@@ -163,7 +163,9 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::TakeNamed(const std::filesystem::p
         OutError = CannotMake(Named, errno);
         return nullptr;
     }
-    if (!BelongsToUser(Named, 022))
+    const fs::path temp = Named / "temp";
+    const bool bTempExisted = fs::exists(fs::symlink_status(temp, ec));
+    if (!BelongsToUser(Named, 077) || (bTempExisted && !BelongsToUser(temp, 077)))
     {
         return MakeNumbered(Named, OutError);
     }
@@ -179,11 +181,11 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::TakeNamed(const std::filesystem::p
         OutError = CannotMake(Named, errno);
         return nullptr;
     }
-    const fs::path temp = Named / "temp";
+    RemoveFoldersOfDeadProcesses(Named);
     // A dead process has told in its lock file what it had made; that is ours to remove as well.
     const std::string madeEarlier = bLeftover ? ReadWholeFile(lockFile.native()) : std::string();
     const bool bOwnsFolder = !bExisted || madeEarlier.find('F') != std::string::npos;
-    const bool bOwnsTemp = !fs::exists(temp, ec) || madeEarlier.find('T') != std::string::npos;
+    const bool bOwnsTemp = !bTempExisted || madeEarlier.find('T') != std::string::npos;
     const std::string made = std::string(bOwnsFolder ? "F" : "") + (bOwnsTemp ? "T" : "");
     if (!MakePrivateFolders(temp) || ftruncate(lock.Get(), 0) != 0 ||
         pwrite(lock.Get(), made.data(), made.size(), 0) < 0)

@@ -24,7 +24,8 @@ public:
     /// Takes the folder that the user has named, making it when it is missing.
     ///
     /// Only what was made here is removed at the end. When another process has the folder already, or
-    /// others than the user may write to it, the folder is one of this process's own below it.
+    /// it or its "temp" is not this user's alone (mode 0700), the folder is one of this process's own
+    /// below it.
     static std::unique_ptr<RuntimeFolder> TakeNamed(const std::filesystem::path& Folder,
                                                     std::string& OutError);
 

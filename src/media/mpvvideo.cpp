@@ -1,5 +1,7 @@
 #include "media/mpvvideo.h"
 
+#include "media/mediafile.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -267,6 +269,10 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
     if (Loading == LoadPhase::Ready)
     {
         LoadedPath = AbsolutePath;
+        if (IsMatroskaWithoutDuration(AbsolutePath))
+        {
+            MediaInfo.DurationUs = 0;
+        }
         pMediaInfo = &MediaInfo;
         return true;
     }

@@ -131,6 +131,23 @@ bool ResolveFFmpegExecutable(std::string& OutPath, std::string& OutError)
     return false;
 }
 
+// Holds a flag at true for its own life, also when an exception ends it.
+class FlagGuard
+{
+public:
+    explicit FlagGuard(bool& NewFlag)
+        : Flag(NewFlag)
+    {
+        Flag = true;
+    }
+    ~FlagGuard() { Flag = false; }
+    FlagGuard(const FlagGuard&) = delete;
+    FlagGuard& operator=(const FlagGuard&) = delete;
+
+private:
+    bool& Flag;
+};
+
 // -- Clips and the video
 
 // A difference that is not greater than zero counts as 0, NaN among them.
@@ -168,20 +185,19 @@ std::string FormatSeconds(double Sec)
 }
 
 std::string FFmpegCommand(const MvClipControlPanel::SavedClip& Clip,
+                          const std::string& StartText,
+                          const std::string& DurationText,
                           const std::filesystem::path& OutputPath,
                           const std::filesystem::path& ErrorLogPath,
                           const std::string& FFmpegExecutable)
 {
-    // Meant so: a negative In is cut from 0, but the length still counts from where In was.
-    const std::string startText = FormatSeconds(Clip.StartSec > 0.0 ? Clip.StartSec : 0.0);
-    const std::string durationText = FormatSeconds(ExportDurationSec(Clip));
     // -ss and -t stand behind -i: ffmpeg then decodes from the beginning and cuts at the exact frame.
     return MvClipControlPanel::ShellQuote(FFmpegExecutable) +
            " -y -hide_banner -loglevel error -i " +
-           MvClipControlPanel::ShellQuote(Clip.SourcePath) + " -ss " + startText + " -t " +
-           durationText +
-           " -map 0:v:0? -map 0:a? -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p -c:a "
-           "copy " +
+           MvClipControlPanel::ShellQuote(Clip.SourcePath) + " -ss " + StartText + " -t " +
+           DurationText +
+           " -map 0:v:0? -map 0:a? -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p "
+           "-c:a copy " +
            MvClipControlPanel::ShellQuote(OutputPath.native()) + " 2> " +
            MvClipControlPanel::ShellQuote(ErrorLogPath.native());
 }
@@ -211,10 +227,14 @@ std::pair<bool, std::string> RunExport(const MvClipControlPanel::SavedClip& Clip
     {
         return {false, "Clip export failed: clip is too short."};
     }
+    // Meant so: a negative In is cut from 0, but the length still counts from where In was.
+    const std::string startText = FormatSeconds(Clip.StartSec > 0.0 ? Clip.StartSec : 0.0);
+    const std::string durationText = FormatSeconds(ExportDurationSec(Clip));
     std::error_code ec;
     std::filesystem::remove(ErrorLogPath, ec);
 
-    const std::string command = FFmpegCommand(Clip, OutputPath, ErrorLogPath, FFmpegExecutable);
+    const std::string command =
+        FFmpegCommand(Clip, startText, durationText, OutputPath, ErrorLogPath, FFmpegExecutable);
     const int exitStatus = std::system(command.c_str()); // NOLINT(concurrency-mt-unsafe)
     const bool bSuccess = exitStatus == 0 && std::filesystem::exists(OutputPath);
     std::string message = bSuccess ? "Exported " + FileName : ExportFailureMessage(ErrorLogPath);
@@ -550,9 +570,8 @@ void MvClipControlPanel::SyncNameInputFromSelection()
         return;
     }
     const SavedClip* const clip = SelectedClip();
-    bSyncingNameInput = true;
+    const FlagGuard syncing(bSyncingNameInput);
     pNameInput->SetText(clip != nullptr ? clip->Name : std::string(), false);
-    bSyncingNameInput = false;
 }
 
 // -- Table
@@ -995,7 +1014,7 @@ void MvClipControlPanel::StartExport(const SavedClip& Clip,
                 [completeExport, bSuccess = bSuccess, message = std::move(message)]() mutable
                 { completeExport(bSuccess, std::move(message)); });
         };
-        jobSystem->Enqueue(std::move(job), "clip export");
+        static_cast<void>(jobSystem->Enqueue(std::move(job), "clip export"));
         return;
     }
     auto [bSuccess, message] = runExport();

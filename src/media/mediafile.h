@@ -1,0 +1,17 @@
+// What a media file says of itself, asked of its container (libavformat) and not of a player.
+//
+// Any thread. Each call opens and closes the file.
+
+#pragma once
+
+#include <string>
+
+/// Whether the file is a Matroska one whose header does not say how long it is: a recording that was
+/// never finished, or that was written into a pipe. The player's "duration" of such a file is only how
+/// far it has read by chance.
+bool IsMatroskaWithoutDuration(const std::string& Path);
+
+/// Whether the file is a Matroska one without a single picture in it, complete or not. ffmpeg ends well
+/// and leaves such a file when In lies where the source has no pictures any more. False for files of
+/// other kinds, whatever they hold.
+bool IsMatroskaWithoutPicture(const std::string& Path);

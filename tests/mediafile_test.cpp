@@ -1,0 +1,102 @@
+// What a media file says of itself, on files made by the real ffmpeg.
+
+#include "media/mediafile.h"
+#include "media/mpvvideo.h"
+
+#include "fakes/tempfolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace
+{
+// Makes a file in Place with these arguments of ffmpeg, and returns its path.
+std::string MakeFile(const TempFolder& Place, const std::string& Arguments, const std::string& Name)
+{
+    std::string path = (Place.Path() / Name).native();
+    const std::string command =
+        "ffmpeg -y -nostdin -loglevel error " + Arguments + " '" + path + "' </dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0) << command; // NOLINT(concurrency-mt-unsafe)
+    return path;
+}
+
+const std::string Picture = "-f lavfi -i testsrc2=size=64x64:rate=25:duration=2 -preset ultrafast";
+const std::string Tone = "-f lavfi -i sine=duration=1";
+
+// A Matroska file that was written where its header could not be completed.
+std::string MakePiped(const TempFolder& Place)
+{
+    std::string path = (Place.Path() / "piped.mkv").native();
+    const std::string command = "ffmpeg -nostdin -loglevel error " + Picture +
+                                " -f matroska - </dev/null | cat > '" + path + "'";
+    EXPECT_EQ(std::system(command.c_str()), 0); // NOLINT(concurrency-mt-unsafe)
+    return path;
+}
+} // namespace
+
+TEST(IsMatroskaWithoutDuration, IsTrueForOneThatWasWrittenIntoAPipe)
+{
+    const TempFolder place;
+    EXPECT_TRUE(IsMatroskaWithoutDuration(MakePiped(place)));
+}
+
+TEST(IsMatroskaWithoutDuration, IsFalseForAFinishedOneAndForOtherFiles)
+{
+    const TempFolder place;
+    EXPECT_FALSE(IsMatroskaWithoutDuration(MakeFile(place, Picture, "finished.mkv")));
+    EXPECT_FALSE(IsMatroskaWithoutDuration(MakeFile(place, Picture, "other.ts")));
+    EXPECT_FALSE(IsMatroskaWithoutDuration((place.Path() / "absent.mkv").native()));
+}
+
+TEST(IsMatroskaWithoutPicture, IsFalseForAVideo)
+{
+    const TempFolder place;
+    EXPECT_FALSE(IsMatroskaWithoutPicture(MakeFile(place, Picture, "video.mkv")));
+}
+
+TEST(IsMatroskaWithoutPicture, IsTrueForSoundAlone)
+{
+    const TempFolder place;
+    EXPECT_TRUE(IsMatroskaWithoutPicture(MakeFile(place, Tone, "sound.mkv")));
+}
+
+TEST(IsMatroskaWithoutPicture, IsTrueForWhatIsLeftWhenInLiesPastTheLastPicture)
+{
+    const TempFolder place;
+    const std::string source =
+        MakeFile(place, "-f lavfi -i sine=duration=6 " + Picture + " -c:a aac", "source.mkv");
+    EXPECT_TRUE(IsMatroskaWithoutPicture(MakeFile(
+        place, "-i '" + source + "' -ss 3 -t 2 -map 0:v:0? -map 0:a? -c:a copy", "late.mkv")));
+}
+
+TEST(IsMatroskaWithoutPicture, IsTrueForAHeaderAlone)
+{
+    const TempFolder place;
+    const std::string source = MakeFile(place, Picture, "source.mkv");
+    EXPECT_TRUE(IsMatroskaWithoutPicture(
+        MakeFile(place, "-i '" + source + "' -ss 3 -t 2 -map 0:v:0?", "empty.mkv")));
+}
+
+TEST(IsMatroskaWithoutPicture, IsFalseForOtherFiles)
+{
+    const TempFolder place;
+    EXPECT_FALSE(IsMatroskaWithoutPicture((place.Path() / "absent.mkv").native()));
+    EXPECT_FALSE(IsMatroskaWithoutPicture(MakeFile(place, Tone, "sound.ogg")));
+}
+
+// Its player may have read one second or the whole by the time that it is asked.
+TEST(MpvVideo, TakesTheLengthForUnknownWhereTheFileDoesNotTellIt)
+{
+    const TempFolder place;
+    const std::string path = MakePiped(place);
+    for (int i = 0; i < 10; ++i)
+    {
+        std::string error;
+        const std::unique_ptr<MpvVideo> video = MpvVideo::Create({}, error);
+        ASSERT_NE(video, nullptr) << error;
+        ASSERT_TRUE(video->Open(path, error)) << error;
+        EXPECT_EQ(video->pMediaInfo->DurationUs, 0);
+    }
+}
