@@ -1,0 +1,63 @@
+#include "cli/processsetup.h"
+
+#include "cli/exportreport.h"
+#include "host/log.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/stdout_sinks.h>
+
+#include <clocale>
+#include <csignal>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace
+{
+extern "C" void DoNothing(int /*Number*/) {}
+} // namespace
+
+void KeepDecimalPoint()
+{
+    std::setlocale(LC_NUMERIC, "C"); // NOLINT(concurrency-mt-unsafe): before any thread
+}
+
+void OpenMissingStandardStreams()
+{
+    int opened = open("/dev/null", O_RDWR);
+    while (opened >= 0 && opened <= STDERR_FILENO)
+    {
+        opened = open("/dev/null", O_RDWR);
+    }
+    close(opened);
+}
+
+void SurviveBrokenPipes()
+{
+    struct sigaction action = {};
+    action.sa_handler = DoNothing;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+void PointStandardInputAtNull()
+{
+    const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(null, STDIN_FILENO);
+    close(null);
+}
+
+void AdoptOrphans()
+{
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+void LogToStandardError()
+{
+    const auto logger = std::make_shared<spdlog::logger>(
+        "movane", std::make_shared<spdlog::sinks::stderr_sink_mt>());
+    logger->set_pattern("%n: %v");
+    SetLogSink([logger](const std::string& Line) { logger->error(OneLine(Line)); });
+}

@@ -1,0 +1,28 @@
+// What the process needs before its work begins. Main thread, before any other thread is started.
+
+#pragma once
+
+/// Keeps LC_NUMERIC at C, whatever the environment says: the player and the numbers in the export's
+/// command line need a decimal point.
+void KeepDecimalPoint();
+
+/// Opens /dev/null for each of the three standard streams that is closed. A file that is opened later
+/// would take its number otherwise, and what is printed would go into that file.
+void OpenMissingStandardStreams();
+
+/// Makes writing to a closed pipe an error of the write instead of the end of the process: exports go
+/// on when nobody reads the output any longer. By a handler that does nothing, since an ignored SIGPIPE
+/// would stay ignored in the programs that are run.
+void SurviveBrokenPipes();
+
+/// Turns standard input to /dev/null: ffmpeg would read the terminal and take what is typed for
+/// commands.
+void PointStandardInputAtNull();
+
+/// Makes this process the parent of what its children leave behind. A signal to the whole process
+/// group ends the shell of an export at once, while the ffmpeg below it still closes its file: so it
+/// stays a descendant, which is found and waited for.
+void AdoptOrphans();
+
+/// Sends the host's log lines to standard error.
+void LogToStandardError();

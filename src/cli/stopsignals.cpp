@@ -1,0 +1,172 @@
+#include "cli/stopsignals.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <initializer_list>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace
+{
+// Read and write end. Kept for the life of the process, since a handler may write at any time.
+std::array<int, 2> signalPipe = {-1, -1};
+constexpr unsigned char EndOfListening = 0;
+
+std::atomic<int> firstSignal{0};
+static_assert(std::atomic<int>::is_always_lock_free); // a handler writes it
+
+void WriteToPipe(unsigned char Number)
+{
+    [[maybe_unused]] const ssize_t written = write(signalPipe[1], &Number, 1);
+}
+
+extern "C" void NoteSignal(int Number)
+{
+    const int savedErrno = errno;
+    // Here and not by the listener: a program that the same signal ended must not be seen to have
+    // failed before the signal is known.
+    int none = 0;
+    firstSignal.compare_exchange_strong(none, Number);
+    WriteToPipe(static_cast<unsigned char>(Number));
+    errno = savedErrno;
+}
+
+[[noreturn]] void ThrowSystemError(const char* Call)
+{
+    throw std::system_error(errno, std::generic_category(), Call);
+}
+
+bool IsIgnored(int Number)
+{
+    struct sigaction current = {};
+    sigaction(Number, nullptr, &current);
+    return current.sa_handler == SIG_IGN;
+}
+
+void HandleWithPipe(int Number)
+{
+    struct sigaction action = {};
+    action.sa_handler = NoteSignal;
+    action.sa_flags = SA_RESTART;
+    sigaction(Number, &action, nullptr);
+}
+
+// For this thread and all that it starts from now on.
+void ChangeMask(int How, std::initializer_list<int> Numbers)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : Numbers)
+    {
+        sigaddset(&signals, number);
+    }
+    pthread_sigmask(How, &signals, nullptr);
+}
+
+UniqueFd OpenInterruptFd()
+{
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    return UniqueFd(signalfd(-1, &interrupt, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+} // namespace
+
+StopSignals::StopSignals(std::function<void()> OnStop, std::function<void()> OnKill)
+{
+    // A full pipe must not hold up a handler.
+    if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    {
+        ThrowSystemError("pipe2");
+    }
+    InterruptFd = OpenInterruptFd();
+    if (!InterruptFd.IsOpen())
+    {
+        ThrowSystemError("signalfd");
+    }
+    ChangeMask(SIG_BLOCK, {SIGINT});
+    HandleWithPipe(SIGTERM);
+    if (!IsIgnored(SIGHUP))
+    {
+        HandleWithPipe(SIGHUP);
+    }
+    ChangeMask(SIG_UNBLOCK, {SIGTERM, SIGHUP});
+    Listener = std::thread([this, onStop = std::move(OnStop), onKill = std::move(OnKill)]
+                           { Listen(onStop, onKill); });
+}
+
+StopSignals::~StopSignals()
+{
+    WriteToPipe(EndOfListening);
+    Listener.join();
+}
+
+void StopSignals::Listen(const std::function<void()>& OnStop, const std::function<void()>& OnKill)
+{
+    using Clock = std::chrono::steady_clock;
+    std::optional<Clock::time_point> lastAt;
+    bool bKilled = false;
+    for (int number = WaitForSignal(); number != EndOfListening; number = WaitForSignal())
+    {
+        const Clock::time_point now = Clock::now();
+        if (!lastAt.has_value())
+        {
+            OnStop();
+        }
+        else if (now - *lastAt < std::chrono::milliseconds(NextSignalMs))
+        {
+            continue;
+        }
+        else if (!bKilled)
+        {
+            bKilled = true;
+            OnKill();
+        }
+        else
+        {
+            _exit(128 + number);
+        }
+        lastAt = now;
+    }
+}
+
+int StopSignals::Received() const
+{
+    TakeInterrupt();
+    return firstSignal.load();
+}
+
+// All signals arrive through the pipe, whoever has taken them first.
+int StopSignals::WaitForSignal() const
+{
+    for (;;)
+    {
+        std::array<pollfd, 2> sources = {
+            {{signalPipe[0], POLLIN, 0}, {InterruptFd.Get(), POLLIN, 0}}};
+        poll(sources.data(), sources.size(), -1);
+        TakeInterrupt();
+        unsigned char number = 0;
+        if (read(signalPipe[0], &number, 1) == 1)
+        {
+            return number;
+        }
+    }
+}
+
+void StopSignals::TakeInterrupt() const
+{
+    signalfd_siginfo interrupt = {};
+    if (read(InterruptFd.Get(), &interrupt, sizeof interrupt) == sizeof interrupt)
+    {
+        NoteSignal(SIGINT);
+    }
+}
