@@ -1,1 +1,12 @@
+find_package(nlohmann_json REQUIRED)
+
 movane_test(cliptext_test SOURCES cliptext_test.cpp LIBRARIES movane_cli)
+movane_test(commandline_test SOURCES commandline_test.cpp LIBRARIES movane_cli)
+
+# The program itself, run as a child.
+movane_test(cli_program_test
+    SOURCES cli_program_test.cpp
+    LIBRARIES nlohmann_json::nlohmann_json)
+target_compile_definitions(cli_program_test PRIVATE
+    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_VERSION="${PROJECT_VERSION}")
+add_dependencies(cli_program_test movane)

@@ -1,0 +1,159 @@
+#include "desktop/cliptablemodel.h"
+
+#include "desktop/plainlabel.h"
+#include "panel/mvclipcontrolpanel.h"
+
+#include <QPainter>
+#include <QPixmap>
+
+#include <algorithm>
+
+namespace
+{
+QRgb ColorOf(const MvClipControlPanel::SavedClip& Clip)
+{
+    const auto component = [](float Value) { return std::clamp(Value, 0.0F, 1.0F); };
+    return QColor::fromRgbF(component(Clip.ColorR), component(Clip.ColorG), component(Clip.ColorB),
+                            component(Clip.ColorA))
+        .rgba();
+}
+} // namespace
+
+ClipTableModel::ClipTableModel(const MvClipControlPanel& ShownPanel, QObject* pParent)
+    : QAbstractTableModel(pParent)
+    , Panel(ShownPanel)
+{
+    TakeRowCount();
+}
+
+bool ClipTableModel::TakeRowCount()
+{
+    const int count = Panel.TableModel != nullptr ? Panel.TableModel->RowCount() : 0;
+    if (count > ToldRowCount)
+    {
+        beginInsertRows({}, ToldRowCount, count - 1);
+        ToldRowCount = count;
+        endInsertRows();
+        return true;
+    }
+    if (count < ToldRowCount)
+    {
+        beginRemoveRows({}, count, ToldRowCount - 1);
+        ToldRowCount = count;
+        endRemoveRows();
+        return true;
+    }
+    return false;
+}
+
+bool ClipTableModel::TakeRows(int FirstRow, int LastRow)
+{
+    const int first = std::max(FirstRow, 0);
+    const int last = std::min(LastRow, ToldRowCount - 1);
+    std::vector<ShownRow> rows;
+    for (int row = first; row <= last; ++row)
+    {
+        rows.push_back(RowNow(row));
+    }
+    if (rows == ToldRows)
+    {
+        return false;
+    }
+    ToldRows = std::move(rows);
+    if (first <= last)
+    {
+        Q_EMIT dataChanged(index(first, 0), index(last, ColumnCount - 1));
+    }
+    return true;
+}
+
+ClipTableModel::ShownRow ClipTableModel::RowNow(int Row) const
+{
+    ShownRow shown;
+    if (const MvTableModel::Row* const row = Panel.TableModel->RowAt(Row))
+    {
+        shown.Cells = *row;
+    }
+    if (static_cast<std::size_t>(Row) < Panel.Clips.size())
+    {
+        shown.Color = ColorOf(Panel.Clips[static_cast<std::size_t>(Row)]);
+    }
+    return shown;
+}
+
+int ClipTableModel::rowCount(const QModelIndex& Parent) const
+{
+    return Parent.isValid() ? 0 : ToldRowCount;
+}
+
+int ClipTableModel::columnCount(const QModelIndex& Parent) const
+{
+    return Parent.isValid() ? 0 : ColumnCount;
+}
+
+QVariant ClipTableModel::data(const QModelIndex& Index, int Role) const
+{
+    if (!Index.isValid() || Panel.TableModel == nullptr)
+    {
+        return {};
+    }
+    switch (Role)
+    {
+    case Qt::DisplayRole:
+        return CellText(Index.row(), Index.column()).replace('\n', ' ');
+    case Qt::ToolTipRole:
+        return PlainToolTip(CellText(Index.row(), Index.column()));
+    case Qt::DecorationRole:
+        if (Index.column() == ColorColumn &&
+            static_cast<std::size_t>(Index.row()) < Panel.Clips.size())
+        {
+            return Swatch(ColorOf(Panel.Clips[static_cast<std::size_t>(Index.row())]));
+        }
+        return {};
+    default:
+        return {};
+    }
+}
+
+QVariant ClipTableModel::headerData(int Section, Qt::Orientation Orientation, int Role) const
+{
+    if (Orientation == Qt::Horizontal && Role == Qt::TextAlignmentRole)
+    {
+        return QVariant::fromValue(Qt::AlignLeft | Qt::AlignVCenter);
+    }
+    const bool bText = Role == Qt::DisplayRole || Role == Qt::ToolTipRole;
+    if (Orientation != Qt::Horizontal || !bText || Panel.TableModel == nullptr)
+    {
+        return {};
+    }
+    const std::string* const header = Panel.TableModel->HeaderAt(Section);
+    return header != nullptr ? QString::fromStdString(*header) : QString();
+}
+
+QString ClipTableModel::CellText(int Row, int Column) const
+{
+    const std::string* const cell = Panel.TableModel->CellAt(Row, Column);
+    return cell != nullptr ? QString::fromStdString(*cell) : QString();
+}
+
+QIcon ClipTableModel::Swatch(QRgb Color) const
+{
+    const auto known = Swatches.constFind(Color);
+    if (known != Swatches.constEnd())
+    {
+        return *known;
+    }
+    // Larger than it is ever shown, so that the icon scales it down sharply.
+    QPixmap pixmap(128, 128);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(Color));
+    painter.drawRoundedRect(pixmap.rect(), 24, 24);
+    painter.end();
+    QIcon icon(pixmap);
+    icon.addPixmap(pixmap, QIcon::Selected); // a selected row must not tint the clip's colour
+    Swatches.insert(Color, icon);
+    return icon;
+}

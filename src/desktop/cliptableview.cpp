@@ -1,0 +1,189 @@
+#include "desktop/cliptableview.h"
+
+#include "desktop/theme.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QPainter>
+#include <QResizeEvent>
+#include <QStyledItemDelegate>
+
+#include <cmath>
+
+namespace
+{
+// Narrower than the narrowest column that a layout gives, wide enough to be found and dragged.
+constexpr int MinSectionPx = 16;
+constexpr int MinRows = 3;
+constexpr const char* EmptyHint = "Press I and O on the timeline, then + to save a clip.";
+
+// Rows are selected whole, so no cell shows a focus of its own, and a colour whose name has no room
+// is shown without it.
+class CellDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* pOption, const QModelIndex& Index) const override
+    {
+        QStyledItemDelegate::initStyleOption(pOption, Index);
+        pOption->state &= ~QStyle::State_HasFocus;
+        const QStyle& style = *pOption->widget->style();
+        const int wantedPx =
+            style.sizeFromContents(QStyle::CT_ItemViewItem, pOption, {}, pOption->widget).width();
+        if (!pOption->icon.isNull() && wantedPx > pOption->rect.width())
+        {
+            pOption->text.clear();
+        }
+    }
+};
+// A style sheet's header cuts a title that is too long, so it is shortened before.
+class TitleHeader : public QHeaderView
+{
+public:
+    explicit TitleHeader(QWidget* pParent)
+        : QHeaderView(Qt::Horizontal, pParent)
+    {
+    }
+
+protected:
+    void initStyleOptionForIndex(QStyleOptionHeader* pOption, int LogicalIndex) const override
+    {
+        QHeaderView::initStyleOptionForIndex(pOption, LogicalIndex);
+        const int roomPx = sectionSize(LogicalIndex) - 2 * TitleMarginPx;
+        pOption->text = fontMetrics().elidedText(pOption->text, Qt::ElideRight, roomPx);
+    }
+
+private:
+    static constexpr int TitleMarginPx = 5; // the style sheet's padding and edge
+};
+} // namespace
+
+ClipTableView::ClipTableView(QWidget* pParent)
+    : QTableView(pParent)
+{
+    setHorizontalHeader(new TitleHeader(this));
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setTabKeyNavigation(false);
+    setShowGrid(false);
+    setAlternatingRowColors(true);
+    setWordWrap(false);
+    setTextElideMode(Qt::ElideRight);
+    setItemDelegate(new CellDelegate(this));
+    setAccessibleName("Saved clips");
+    setAccessibleDescription(EmptyHint);
+
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setSectionsClickable(false);
+    horizontalHeader()->setMinimumSectionSize(MinSectionPx);
+    ApplyTextScale();
+}
+
+// By the font that the view has: it is the application's, which grows with the text scale.
+void ClipTableView::ApplyTextScale()
+{
+    const QFontMetrics metrics = fontMetrics();
+    const int rowHeightPx = metrics.height() + Theme::ScaledPx(6);
+    verticalHeader()->setMinimumSectionSize(1);
+    verticalHeader()->setDefaultSectionSize(rowHeightPx);
+    setIconSize(QSize(metrics.ascent(), metrics.ascent()) * 8 / 10);
+    setMinimumHeight(horizontalHeader()->sizeHint().height() + MinRows * rowHeightPx +
+                     2 * frameWidth());
+}
+
+void ClipTableView::ApplyFractions(const std::vector<double>& Fractions)
+{
+    const int columns = horizontalHeader()->count();
+    if (static_cast<int>(Fractions.size()) != columns)
+    {
+        return;
+    }
+    const int widthPx = viewport()->width();
+    double rightFraction = 0.0;
+    int leftPx = 0;
+    for (int column = 0; column < columns; ++column)
+    {
+        // From edge to edge, so that no rounding error adds up.
+        rightFraction += Fractions[static_cast<std::size_t>(column)];
+        const bool bLast = column == columns - 1;
+        const int rightPx =
+            bLast ? widthPx : static_cast<int>(std::lround(rightFraction * widthPx));
+        horizontalHeader()->resizeSection(column, rightPx - leftPx);
+        leftPx = rightPx;
+    }
+}
+
+int ClipTableView::CellPaddingPx()
+{
+    return Theme::ScaledPx(4);
+}
+
+std::pair<int, int> ClipTableView::RowsInView() const
+{
+    const int rows = model() != nullptr ? model()->rowCount() : 0;
+    const int first = rowAt(0);
+    const int last = rowAt(viewport()->height() - 1);
+    // No row under a point of the viewport means that it lies below the last one.
+    return {first < 0 ? rows : first, last < 0 ? rows - 1 : last};
+}
+
+void ClipTableView::paintEvent(QPaintEvent* pEvent)
+{
+    QTableView::paintEvent(pEvent);
+    if (model() != nullptr && model()->rowCount() > 0)
+    {
+        return;
+    }
+    QPainter painter(viewport());
+    painter.setPen(Theme::TextDim);
+    painter.setFont(font());
+    const int marginPx = Theme::ScaledPx(12);
+    painter.drawText(viewport()->rect().adjusted(marginPx, 0, -marginPx, 0),
+                     Qt::AlignCenter | Qt::TextWordWrap, EmptyHint);
+}
+
+void ClipTableView::resizeEvent(QResizeEvent* pEvent)
+{
+    QTableView::resizeEvent(pEvent);
+    // A status line that takes another line must not hide the row that it speaks of.
+    const QRect row = visualRect(currentIndex());
+    if (row.isValid() && row.top() >= 0 && row.bottom() < pEvent->oldSize().height())
+    {
+        scrollTo(currentIndex());
+    }
+    Q_EMIT ViewportResized();
+}
+
+void ClipTableView::changeEvent(QEvent* pEvent)
+{
+    QTableView::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::FontChange || pEvent->type() == QEvent::StyleChange)
+    {
+        ApplyTextScale();
+        Q_EMIT TextResized();
+    }
+}
+
+void ClipTableView::contextMenuEvent(QContextMenuEvent* pEvent)
+{
+    // The menu key means the selected row, wherever the pointer is.
+    if (pEvent->reason() == QContextMenuEvent::Keyboard)
+    {
+        if (selectionModel()->hasSelection())
+        {
+            const QRect row = visualRect(currentIndex());
+            Q_EMIT MenuRequested(viewport()->mapToGlobal(row.bottomLeft()));
+        }
+        return;
+    }
+    if (indexAt(pEvent->pos()).isValid())
+    {
+        Q_EMIT MenuRequested(pEvent->globalPos());
+    }
+}

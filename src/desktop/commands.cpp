@@ -1,0 +1,401 @@
+#include "desktop/commands.h"
+
+#include "desktop/session.h"
+#include "desktop/videodocument.h"
+#include "host/mvtheme.h"
+#include "host/mvtimecontrol.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+
+namespace
+{
+constexpr double MaxShuttleSpeed = 8.0;
+constexpr double VolumeStepPercent = 5.0;
+constexpr std::array TextScales = {0.75, 0.9, 1.0, 1.1, 1.25, 1.5, 1.75, 2.0, 2.5, 3.0};
+} // namespace
+
+Commands::Commands(Session& NewRunning)
+    : Running(NewRunning)
+{
+}
+
+// Acts on the target document while it has a file; without one there is nothing to play or mark.
+template <typename Action> void Commands::WithDocument(Action Act)
+{
+    VideoDocument* const document = Running.TargetDocument();
+    if (document != nullptr && document->HasFile())
+    {
+        Act(*document);
+        Running.RequestFrame();
+    }
+}
+
+// -- File
+
+void Commands::OpenFile()
+{
+    Q_EMIT OpenRequested();
+}
+
+void Commands::NewVideoWindow()
+{
+    Q_EMIT NewWindowRequested();
+}
+
+void Commands::CloseWindow()
+{
+    Q_EMIT CloseRequested();
+}
+
+void Commands::Quit()
+{
+    Q_EMIT QuitRequested();
+}
+
+// -- Playback
+
+void Commands::PlayPause()
+{
+    WithDocument([](VideoDocument& Document)
+                 { Document.IsPlaying() ? Document.Pause() : Document.Play(); });
+}
+
+void Commands::PlayBackward()
+{
+    WithDocument(
+        [](VideoDocument& Document)
+        {
+            if (Document.IsPlayingBackward())
+            {
+                Document.SetSpeed(std::min(Document.Speed() * 2.0, MaxShuttleSpeed));
+            }
+            else if (Document.IsPlaying() && Document.Speed() > 1.0)
+            {
+                Document.SetSpeed(Document.Speed() / 2.0);
+            }
+            else
+            {
+                Document.SetSpeed(1.0);
+                Document.PlayBackward();
+            }
+        });
+}
+
+void Commands::PlayStop()
+{
+    WithDocument(
+        [](VideoDocument& Document)
+        {
+            Document.Pause();
+            Document.SetSpeed(1.0);
+        });
+}
+
+void Commands::PlayForward()
+{
+    WithDocument(
+        [](VideoDocument& Document)
+        {
+            if (Document.IsPlayingBackward())
+            {
+                Document.SetSpeed(1.0);
+            }
+            else if (Document.IsPlaying())
+            {
+                Document.SetSpeed(std::min(Document.Speed() * 2.0, MaxShuttleSpeed));
+            }
+            Document.Play();
+        });
+}
+
+void Commands::Step(int Request)
+{
+    WithDocument(
+        [Request](VideoDocument& Document)
+        {
+            Document.Pause();
+            Document.pVideo->Seek(Request);
+        });
+}
+
+void Commands::StepBack()
+{
+    Step(StepFrameBack);
+}
+
+void Commands::StepForward()
+{
+    Step(StepFrameForward);
+}
+
+void Commands::SeekBy(double Sec)
+{
+    WithDocument([Sec](VideoDocument& Document)
+                 { Document.SeekTo(Document.pVideo->CurrentTimeSec() + Sec); });
+}
+
+void Commands::BackOneSecond()
+{
+    SeekBy(-1.0);
+}
+
+void Commands::ForwardOneSecond()
+{
+    SeekBy(1.0);
+}
+
+void Commands::BackTenSeconds()
+{
+    SeekBy(-10.0);
+}
+
+void Commands::ForwardTenSeconds()
+{
+    SeekBy(10.0);
+}
+
+void Commands::GoToStart()
+{
+    WithDocument([](VideoDocument& Document) { Document.pVideo->Seek(SeekToStart); });
+}
+
+void Commands::GoToEnd()
+{
+    WithDocument([](VideoDocument& Document) { Document.pVideo->Seek(SeekToEnd); });
+}
+
+void Commands::GoToTime()
+{
+    Q_EMIT GoToTimeRequested();
+}
+
+void Commands::MultiplySpeed(double Factor)
+{
+    WithDocument([Factor](VideoDocument& Document)
+                 { Document.SetSpeed(Document.Speed() * Factor); });
+}
+
+void Commands::SpeedDown()
+{
+    MultiplySpeed(0.5);
+}
+
+void Commands::SpeedUp()
+{
+    MultiplySpeed(2.0);
+}
+
+void Commands::SpeedNormal()
+{
+    SetSpeed(1.0);
+}
+
+void Commands::SetSpeed(double Factor)
+{
+    WithDocument([Factor](VideoDocument& Document) { Document.SetSpeed(Factor); });
+}
+
+void Commands::VolumeDown()
+{
+    SetVolume(Running.Volume() - VolumeStepPercent);
+}
+
+void Commands::VolumeUp()
+{
+    SetVolume(Running.Volume() + VolumeStepPercent);
+}
+
+void Commands::SetVolume(double Percent)
+{
+    Running.SetVolume(Percent);
+}
+
+void Commands::ToggleMute()
+{
+    Running.SetMuted(!Running.IsMuted());
+}
+
+void Commands::SeekTo(double Sec)
+{
+    WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
+}
+
+// -- Marking
+
+void Commands::SetIn()
+{
+    WithDocument([](VideoDocument& Document)
+                 { Document.MarkIn(Document.pVideo->CurrentTimeSec()); });
+}
+
+void Commands::SetOut()
+{
+    WithDocument([](VideoDocument& Document)
+                 { Document.MarkOut(Document.pVideo->CurrentTimeSec()); });
+}
+
+void Commands::ClearRange()
+{
+    if (VideoDocument* const document = Running.TargetDocument())
+    {
+        document->DropPendingMarks();
+    }
+    RunPanelAction(&MvClipControlPanel::ClearCurrentRange);
+}
+
+void Commands::AddMarker()
+{
+    RunPanelAction(&MvClipControlPanel::AddCurrentMarker);
+}
+
+// -- Clips
+
+// The panel lets file-system errors other than a missing file through: they end here, as its status.
+void Commands::RunPanelAction(void (MvClipControlPanel::*Action)())
+{
+    try
+    {
+        (Running.Panel().*Action)();
+    }
+    catch (const std::exception& error)
+    {
+        Running.Panel().SetStatusTextInternal(error.what(), true);
+    }
+    Running.RequestFrame();
+}
+
+void Commands::SaveClip()
+{
+    RunPanelAction(&MvClipControlPanel::SaveCurrentRangeAsClip);
+}
+
+void Commands::RenameClip()
+{
+    RunPanelAction(&MvClipControlPanel::RenameSelectedClip);
+}
+
+void Commands::DeleteClip()
+{
+    RunPanelAction(&MvClipControlPanel::DeleteSelectedClip);
+}
+
+void Commands::LoadClip()
+{
+    RunPanelAction(&MvClipControlPanel::LoadSelectedClip);
+}
+
+void Commands::JumpToIn()
+{
+    RunPanelAction(&MvClipControlPanel::JumpToSelectedClip);
+}
+
+void Commands::JumpToOut()
+{
+    RunPanelAction(&MvClipControlPanel::JumpOutSelectedClip);
+}
+
+void Commands::ExportClip()
+{
+    const std::uint64_t generation = Running.Panel().ExportGeneration;
+    RunPanelAction(&MvClipControlPanel::ExportSelectedClip);
+    if (Running.Panel().ExportGeneration != generation)
+    {
+        Q_EMIT ExportStarted();
+    }
+}
+
+void Commands::StopExport()
+{
+    Q_EMIT ExportStopRequested();
+}
+
+void Commands::SelectClip(int Row)
+{
+    Running.Records().Table.SelectRow(Row);
+}
+
+void Commands::SelectClipBeside(int Step)
+{
+    const int count = static_cast<int>(Running.Panel().Clips.size());
+    const int selected = Running.Panel().SelectedClipIndex();
+    if (count > 0)
+    {
+        SelectClip(selected < 0 ? 0 : std::clamp(selected + Step, 0, count - 1));
+    }
+}
+
+void Commands::SelectPreviousClip()
+{
+    SelectClipBeside(-1);
+}
+
+void Commands::SelectNextClip()
+{
+    SelectClipBeside(1);
+}
+
+void Commands::EditName()
+{
+    Q_EMIT NameEditRequested();
+}
+
+// -- View
+
+void Commands::ZoomIn()
+{
+    Q_EMIT ZoomRequested(1);
+}
+
+void Commands::ZoomOut()
+{
+    Q_EMIT ZoomRequested(-1);
+}
+
+void Commands::ZoomToFit()
+{
+    Q_EMIT ZoomRequested(0);
+}
+
+void Commands::SetTextScale(double Scale)
+{
+    MvTheme::SetTextScale(Scale);
+    Q_EMIT TextScaleChanged();
+    Running.RequestFrame();
+}
+
+void Commands::TextLarger()
+{
+    const auto larger =
+        std::upper_bound(TextScales.begin(), TextScales.end(), MvTheme::TextScale());
+    SetTextScale(larger == TextScales.end() ? TextScales.back() : *larger);
+}
+
+void Commands::TextSmaller()
+{
+    const auto same = std::lower_bound(TextScales.begin(), TextScales.end(), MvTheme::TextScale());
+    SetTextScale(same == TextScales.begin() ? TextScales.front() : *std::prev(same));
+}
+
+void Commands::TextNormal()
+{
+    SetTextScale(1.0);
+}
+
+void Commands::FullScreen()
+{
+    Q_EMIT FullScreenRequested();
+}
+
+// -- Help
+
+void Commands::ShowKeys()
+{
+    Q_EMIT KeysRequested();
+}
+
+void Commands::About()
+{
+    Q_EMIT AboutRequested();
+}

@@ -1,0 +1,369 @@
+#include "desktop/desktop.h"
+
+#include "cli/cliptext.h"
+#include "desktop/clippanelwidget.h"
+#include "desktop/commands.h"
+#include "desktop/desktopnotifier.h"
+#include "desktop/encodercheck.h"
+#include "desktop/exportwatch.h"
+#include "desktop/keyspage.h"
+#include "desktop/mainwindow.h"
+#include "desktop/notificationoverlay.h"
+#include "desktop/session.h"
+#include "desktop/theme.h"
+#include "desktop/timelinewidget.h"
+#include "desktop/timetext.h"
+#include "desktop/videodocument.h"
+#include "desktop/videopane.h"
+#include "host/apppaths.h"
+#include "host/mvtheme.h"
+#include "host/mvtimecontrol.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDesktopServices>
+#include <QEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFocusEvent>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace
+{
+VideoPane* PaneAround(QObject* pObject)
+{
+    for (QObject* object = pObject; object != nullptr; object = object->parent())
+    {
+        if (auto* const pane = qobject_cast<VideoPane*>(object))
+        {
+            return pane;
+        }
+    }
+    return nullptr;
+}
+} // namespace
+
+Desktop::Desktop(Session& NewRunning,
+                 Commands& NewActs,
+                 ExportWatch& NewExport,
+                 SurfaceKind NewKind)
+    : Running(NewRunning)
+    , Acts(NewActs)
+    , Export(NewExport)
+    , Kind(NewKind)
+    , Remembered(LoadSettings())
+{
+    Running.SetVolume(Remembered.VolumePercent);
+    Running.SetMuted(Remembered.bMuted);
+    ConnectCommands();
+    connect(&Running, &Session::NotificationQueued, this, &Desktop::ShowNotification);
+    qApp->installEventFilter(this);
+}
+
+Desktop::~Desktop()
+{
+    qApp->removeEventFilter(this);
+    Remembered.VolumePercent = Running.Volume();
+    Remembered.bMuted = Running.IsMuted();
+    Remembered.TextScale = MvTheme::TextScale();
+    if (pMain != nullptr)
+    {
+        pMain->Store(Remembered);
+    }
+    SaveSettings(Remembered);
+    FurtherWindows.clear();
+}
+
+bool Desktop::Start(std::string& OutError)
+{
+    VideoDocument* const document = Running.AddDocument(OutError);
+    if (document == nullptr)
+    {
+        return false;
+    }
+    pMain = std::make_unique<MainWindow>(Running, Acts, *document, Kind, Export);
+    ConnectWindow(*pMain);
+    pOverlay = new NotificationOverlay(*pMain->Pane().Picture());
+    pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
+    pMain->Restore(Remembered);
+    pMain->show();
+    pMain->FocusVideo();
+    if (const std::string problem =
+            EncoderProblem(qEnvironmentVariable("MOVANE_FFMPEG_BIN"), EncoderFolders());
+        !problem.empty())
+    {
+        Running.Panel().SetStatusTextInternal(problem, true);
+        Running.RequestFrame();
+    }
+    return true;
+}
+
+void Desktop::ConnectCommands()
+{
+    connect(&Acts, &Commands::OpenRequested, this, &Desktop::AskForFiles);
+    connect(&Acts, &Commands::NewWindowRequested, this,
+            [this]
+            {
+                std::string error;
+                if (AddWindow(error) == nullptr)
+                {
+                    Running.Panel().SetStatusTextInternal(error, true);
+                }
+            });
+    // Queued: a window must not go while the action that its own key has triggered is running.
+    connect(
+        &Acts, &Commands::CloseRequested, this, [this] { ActiveWindow().close(); },
+        Qt::QueuedConnection);
+    connect(
+        &Acts, &Commands::QuitRequested, this, [this] { pMain->close(); }, Qt::QueuedConnection);
+    connect(&Acts, &Commands::GoToTimeRequested, this, &Desktop::AskForTime);
+    connect(&Acts, &Commands::NameEditRequested, this, [this] { pMain->FocusName(); });
+    connect(
+        &Acts, &Commands::ZoomRequested, this,
+        [this](int steps)
+        {
+            TimelineWidget& timeline = ActiveWindow().Pane().Timeline();
+            steps > 0 ? timeline.ZoomIn() : steps < 0 ? timeline.ZoomOut() : timeline.ZoomToFit();
+        });
+    connect(&Acts, &Commands::TextScaleChanged, this, &Desktop::ApplyTextScale);
+    connect(&Acts, &Commands::FullScreenRequested, this, &Desktop::ToggleFullScreen);
+    connect(&Acts, &Commands::KeysRequested, this, &Desktop::ShowKeys);
+    connect(&Acts, &Commands::AboutRequested, this, &Desktop::ShowAbout);
+    connect(&Acts, &Commands::ExportStarted, &Export, &ExportWatch::Begin);
+    connect(&Acts, &Commands::ExportStopRequested, &Export, &ExportWatch::Stop);
+}
+
+void Desktop::ConnectWindow(VideoWindow& Window)
+{
+    connect(&Window, &VideoWindow::FilesDropped, this,
+            [this, &Window](const QStringList& paths)
+            {
+                Running.FocusDocument(Window.DocumentID());
+                OpenFiles(paths, &Window);
+            });
+    connect(&Window, &VideoWindow::RecentFilePicked, this,
+            [this, &Window](const QString& path) { OpenFiles({path}, &Window); });
+    connect(&Window.Pane(), &VideoPane::FileOpened, this,
+            [this, &Window](const QString& path, bool bLoaded)
+            { TakeOpened(path, bLoaded, Window.Pane().Shown().LoadError()); });
+    // By its number, which a window that is closed twice keeps when it is gone.
+    connect(
+        &Window, &VideoWindow::Closed, this,
+        [this, windowID = Window.DocumentID()] { CloseWindow(windowID); }, Qt::QueuedConnection);
+    Window.SetRecentFiles(Remembered.RecentFiles);
+}
+
+VideoWindow* Desktop::AddWindow(std::string& OutError)
+{
+    VideoDocument* const document = Running.AddDocument(OutError);
+    if (document == nullptr)
+    {
+        return nullptr;
+    }
+    auto& window =
+        *FurtherWindows.emplace_back(std::make_unique<VideoWindow>(Running, Acts, *document, Kind));
+    ConnectWindow(window);
+    window.resize(800, 560);
+    window.show();
+    window.activateWindow();
+    window.FocusVideo();
+    Running.FocusDocument(document->WindowID());
+    return &window;
+}
+
+void Desktop::CloseWindow(unsigned long WindowID)
+{
+    if (WindowID == pMain->DocumentID())
+    {
+        QApplication::quit();
+        return;
+    }
+    std::erase_if(FurtherWindows,
+                  [&](const auto& further) { return further->DocumentID() == WindowID; });
+    Running.RemoveDocument(WindowID);
+}
+
+std::vector<VideoWindow*> Desktop::Windows() const
+{
+    std::vector<VideoWindow*> windows = {pMain.get()};
+    for (const std::unique_ptr<VideoWindow>& further : FurtherWindows)
+    {
+        windows.push_back(further.get());
+    }
+    return windows;
+}
+
+VideoWindow& Desktop::ActiveWindow() const
+{
+    for (VideoWindow* const window : Windows())
+    {
+        if (window->isActiveWindow())
+        {
+            return *window;
+        }
+    }
+    return *pMain;
+}
+
+// The panel acts on the video that was used last: by a click, a key, or by going to its window.
+bool Desktop::eventFilter(QObject* pWatched, QEvent* pEvent)
+{
+    const QEvent::Type type = pEvent->type();
+    const bool bFocus = type == QEvent::FocusIn;
+    if (!bFocus && type != QEvent::MouseButtonPress && type != QEvent::ShortcutOverride)
+    {
+        return false;
+    }
+    if (VideoPane* const pane = PaneAround(pWatched))
+    {
+        // A click on one of the panel's buttons also brings the keyboard back to the main window, and
+        // there to its video: that alone must not change what the button acts on.
+        const bool bByWindow =
+            bFocus && static_cast<QFocusEvent*>(pEvent)->reason() == Qt::ActiveWindowFocusReason;
+        if (!bByWindow || pane->window() != pMain.get())
+        {
+            Running.FocusDocument(pane->Shown().WindowID());
+        }
+    }
+    return false;
+}
+
+// -- Files
+
+void Desktop::OpenFiles(const QStringList& Paths, VideoWindow* pWindow)
+{
+    VideoWindow* window = pWindow != nullptr ? pWindow : &ActiveWindow();
+    for (const QString& path : Paths)
+    {
+        std::string error;
+        if (window == nullptr)
+        {
+            window = AddWindow(error);
+        }
+        if (window == nullptr)
+        {
+            Running.Panel().SetStatusTextInternal(error, true);
+            return;
+        }
+        window->Pane().Open(QFileInfo(path).absoluteFilePath());
+        window = nullptr;
+    }
+}
+
+void Desktop::TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError)
+{
+    if (!bLoaded)
+    {
+        Running.Panel().SetStatusTextInternal(LoadError, true);
+        Running.RequestFrame();
+        return;
+    }
+    AppPaths::SetDefaultVideoFile(QFile::encodeName(Path).toStdString());
+    RememberRecentFile(Remembered.RecentFiles, Path);
+    for (VideoWindow* const window : Windows())
+    {
+        window->SetRecentFiles(Remembered.RecentFiles);
+    }
+}
+
+void Desktop::AskForFiles()
+{
+    VideoWindow& window = ActiveWindow();
+    auto* const dialog = new QFileDialog(&window, "Open a video");
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setNameFilters({"Videos (*.mp4 *.mkv *.mov *.webm *.avi *.m4v *.mpg *.mpeg *.ts *.mts "
+                            "*.m2ts *.wmv *.flv *.ogv *.3gp)",
+                            "All files (*)"});
+    if (!Remembered.RecentFiles.isEmpty())
+    {
+        dialog->setDirectory(QFileInfo(Remembered.RecentFiles.front()).absolutePath());
+    }
+    connect(dialog, &QFileDialog::filesSelected, &window,
+            [this, &window](const QStringList& paths) { OpenFiles(paths, &window); });
+    dialog->open();
+}
+
+// -- Dialogs
+
+void Desktop::AskForTime()
+{
+    VideoDocument* const document = Running.TargetDocument();
+    if (document == nullptr || !document->HasFile())
+    {
+        return;
+    }
+    auto* const dialog = new QInputDialog(&ActiveWindow());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle("Go to time");
+    dialog->setLabelText("Time, such as 75.5, 1:15.5 or 01:02:03:");
+    dialog->setTextValue(TimeText(document->Timeline().DisplayedTimeSec()));
+    connect(dialog, &QInputDialog::textValueSelected, this,
+            [this](const QString& text)
+            {
+                if (const std::optional<double> sec = ParseTime(text.toStdString()))
+                {
+                    Acts.SeekTo(*sec);
+                    return;
+                }
+                Running.Panel().SetStatusTextInternal(
+                    "\"" + text.toStdString() + "\" is not a time: write 75.5, 1:15.5 or 01:02:03.",
+                    true);
+                Running.RequestFrame();
+            });
+    dialog->open();
+}
+
+void Desktop::ShowKeys()
+{
+    auto* const page = new KeysPageDialog(&ActiveWindow());
+    page->setAttribute(Qt::WA_DeleteOnClose);
+    page->open();
+}
+
+void Desktop::ShowAbout()
+{
+    auto* const box = new QMessageBox(QMessageBox::NoIcon, "About Movane",
+                                      "Movane " + QApplication::applicationVersion(),
+                                      QMessageBox::Ok, &ActiveWindow());
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setInformativeText("Marks, names and exports clips of video.\nExported clips go to " +
+                            QFile::decodeName(AppPaths::RecordingsDir().c_str()) + "/clips.");
+    box->open();
+}
+
+void Desktop::ApplyTextScale()
+{
+    Theme::Apply();
+    pMain->ClipPanel().UpdateGeometryRecords();
+}
+
+void Desktop::ToggleFullScreen()
+{
+    VideoWindow& window = ActiveWindow();
+    window.setWindowState(window.windowState() ^ Qt::WindowFullScreen);
+}
+
+// -- Notifications
+
+void Desktop::ShowNotification(const Movane::Notification& Shown)
+{
+    std::function<void()> openFolder;
+    const bool bExported = Shown.Title == "Clip Export" && Running.Panel().bExportResultSuccess;
+    if (bExported)
+    {
+        const QString folder = QFile::decodeName((AppPaths::RecordingsDir() + "/clips").c_str());
+        openFolder = [folder] { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); };
+    }
+    const QString actionText = bExported ? QString("Open folder") : QString();
+    pOverlay->Add(Shown, actionText, openFolder);
+    if (QApplication::activeWindow() == nullptr)
+    {
+        pNotifier->Notify(Shown, actionText, openFolder);
+    }
+}

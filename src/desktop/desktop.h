@@ -1,0 +1,76 @@
+// The windows of the application: the main one, the further video windows, and what they ask for.
+//
+// It opens files, answers the requests of the commands, keeps the panel's target at the video that was
+// used last, and shows notifications. UI thread only. Destroyed before the session.
+
+#pragma once
+
+#include "desktop/settings.h"
+#include "desktop/videosurface.h"
+#include "host/movane.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class Commands;
+class DesktopNotifier;
+class ExportWatch;
+class MainWindow;
+class NotificationOverlay;
+class Session;
+class VideoWindow;
+
+class Desktop : public QObject
+{
+    Q_OBJECT
+
+public:
+    Desktop(Session& NewRunning, Commands& NewActs, ExportWatch& NewExport, SurfaceKind NewKind);
+    /// Saves the settings and closes all windows.
+    ~Desktop() override;
+
+    /// Makes the main window and shows it. False sets OutError to one sentence.
+    bool Start(std::string& OutError);
+
+    /// Opens the first file in Window (null for the active one) and each other in a new window.
+    void OpenFiles(const QStringList& Paths, VideoWindow* pWindow = nullptr);
+
+    MainWindow& Main() { return *pMain; }
+    /// All windows, the main one first.
+    std::vector<VideoWindow*> Windows() const;
+    /// The one with the keyboard, the main one when none has it.
+    VideoWindow& ActiveWindow() const;
+
+protected:
+    bool eventFilter(QObject* pWatched, QEvent* pEvent) override;
+
+private:
+    void ConnectCommands();
+    void ConnectWindow(VideoWindow& Window);
+    VideoWindow* AddWindow(std::string& OutError);
+    void CloseWindow(unsigned long WindowID);
+    void TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError);
+
+    void AskForFiles();
+    void AskForTime();
+    void ShowKeys();
+    void ShowAbout();
+    void ApplyTextScale();
+    void ToggleFullScreen();
+    void ShowNotification(const Movane::Notification& Shown);
+
+    Session& Running;
+    Commands& Acts;
+    ExportWatch& Export;
+    SurfaceKind Kind;
+    Settings Remembered;
+    std::unique_ptr<MainWindow> pMain;
+    std::vector<std::unique_ptr<VideoWindow>> FurtherWindows;
+    NotificationOverlay* pOverlay = nullptr;
+    DesktopNotifier* pNotifier = nullptr;
+};

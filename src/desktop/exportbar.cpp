@@ -1,0 +1,58 @@
+#include "desktop/exportbar.h"
+
+#include "desktop/theme.h"
+
+#include <QAction>
+#include <QHBoxLayout>
+#include <QProgressBar>
+#include <QToolButton>
+
+namespace
+{
+constexpr int MarginPx = 8; // that of the clip panel, above which it stands in line
+
+QString DetailsOf(const ExportProgressRecord& Progress)
+{
+    const int elapsedSec = static_cast<int>(Progress.ElapsedSec);
+    QString text =
+        QString("%1:%2").arg(elapsedSec / 60).arg(elapsedSec % 60, 2, 10, QLatin1Char('0'));
+    if (Progress.Speed > 0.0)
+    {
+        text += QString("  %1×").arg(Progress.Speed, 0, 'f', 1);
+    }
+    return text;
+}
+} // namespace
+
+ExportBar::ExportBar(QAction* pStop, QWidget* pParent)
+    : QWidget(pParent)
+    , pBar(new QProgressBar)
+{
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(MarginPx, 0, MarginPx, MarginPx);
+    layout->setSpacing(MarginPx);
+    pBar->setAccessibleName("Export progress");
+    auto* const stop = new QToolButton;
+    stop->setFocusPolicy(Qt::TabFocus);
+    stop->setText("Stop");
+    stop->setToolTip(pStop->toolTip());
+    connect(stop, &QToolButton::clicked, pStop, &QAction::trigger);
+    layout->addWidget(pBar, 1);
+    layout->addWidget(stop);
+    hide();
+}
+
+void ExportBar::ShowProgress(const ExportProgressRecord& Progress)
+{
+    // Without a number yet, the bar says only that something is going on.
+    const bool bKnown = Progress.Phase != ExportPhase::Unknown;
+    pBar->setRange(0, bKnown ? 100 : 0);
+    pBar->setValue(bKnown ? static_cast<int>(Progress.Fraction * 100.0) : 0);
+    const QString details = DetailsOf(Progress);
+    const QString percent = QString("%1 %").arg(pBar->value());
+    const QString all = bKnown ? percent + "  " + details : details;
+    // The bar must not widen the window, so with large text it may say the percent alone.
+    const bool bFits = pBar->fontMetrics().horizontalAdvance(all) < pBar->width();
+    pBar->setFormat(bFits ? all : percent);
+    pBar->setToolTip(details);
+}

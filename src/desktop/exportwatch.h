@@ -1,0 +1,63 @@
+// Follows the running export from outside: its progress, its end, and the wish to stop it.
+//
+// The panel runs the export and reports its result; this looks at the encoder's process and report. Its
+// timer runs only while an export runs. UI thread only.
+
+#pragma once
+
+#include "media/encoderprocess.h"
+#include "media/exportprogress.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+class Session;
+
+class ExportWatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// ReportPath is what EnableExportReport returned.
+    ExportWatch(Session& Running, std::string ReportPath);
+
+    /// Ends a running export and removes its unfinished file: the application goes.
+    ~ExportWatch() override;
+
+    /// Begins with the selected clip, whose export the panel has just started.
+    void Begin();
+
+    /// Asks the encoder to end, and kills it when it has not ended within its grace period. The panel
+    /// then reports the failure, and the unfinished file is removed. Without a running export nothing
+    /// happens.
+    void Stop();
+
+    bool IsRunning() const { return bRunning; }
+
+Q_SIGNALS:
+    void Progressed(const ExportProgressRecord& Progress);
+    /// The panel has taken the result. File is the exported one, empty after a failure.
+    void Ended(const QString& File);
+
+private:
+    void Look();
+    void PressStop();
+    void End();
+    void RemoveUnfinishedFile();
+
+    Session& Watched;
+    ExportProgress Progress;
+    QTimer Timer;
+    bool bRunning = false;
+    std::filesystem::path OutputPath;
+
+    // -- A stop that is under way.
+    bool bStopWanted = false;
+    std::optional<EncoderProcess> Encoder;
+    QElapsedTimer SinceAsked;
+};

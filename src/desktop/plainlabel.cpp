@@ -1,0 +1,137 @@
+#include "desktop/plainlabel.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <QTextLayout>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+// A line as wide as that needs no more room than it gets.
+constexpr int WidestHintCharacters = 60;
+
+// A layout is told the width by its lines, so it is made afresh for each question.
+qreal LayOutLines(QTextLayout& Layout, int WidthPx)
+{
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    Layout.setTextOption(option);
+    qreal heightPx = 0.0;
+    Layout.beginLayout();
+    for (QTextLine line = Layout.createLine(); line.isValid(); line = Layout.createLine())
+    {
+        line.setLineWidth(std::max(WidthPx, 1));
+        line.setPosition({0.0, heightPx});
+        heightPx += line.height();
+    }
+    Layout.endLayout();
+    return heightPx;
+}
+
+QString WithLineBreaks(QString Text)
+{
+    return Text.replace('\n', QChar::LineSeparator);
+}
+
+QString OnOneLine(QString Text)
+{
+    return Text.replace('\n', ' ');
+}
+} // namespace
+
+PlainLabel::PlainLabel(Overflow NewOverflow, QWidget* pParent)
+    : QLabel(pParent)
+    , WhenTooLong(NewOverflow)
+{
+    setTextFormat(Qt::PlainText);
+    const bool bWrap = WhenTooLong == Overflow::Wrap;
+    setWordWrap(bWrap); // makes it a widget whose height follows its width
+    setSizePolicy(QSizePolicy::Ignored, bWrap ? QSizePolicy::Preferred : QSizePolicy::Fixed);
+}
+
+void PlainLabel::Show(const QString& NewText)
+{
+    if (NewText != text())
+    {
+        setText(NewText);
+        UpdateToolTip();
+    }
+}
+
+QSize PlainLabel::sizeHint() const
+{
+    const QFontMetrics metrics = fontMetrics();
+    const int widestPx = metrics.averageCharWidth() * WidestHintCharacters;
+    const int widthPx = std::min(metrics.horizontalAdvance(OnOneLine(text())), widestPx);
+    return {widthPx, WhenTooLong == Overflow::Wrap ? heightForWidth(widthPx) : metrics.height()};
+}
+
+QSize PlainLabel::minimumSizeHint() const
+{
+    return {0, fontMetrics().height()};
+}
+
+bool PlainLabel::hasHeightForWidth() const
+{
+    return WhenTooLong == Overflow::Wrap;
+}
+
+int PlainLabel::heightForWidth(int Width) const
+{
+    if (WhenTooLong == Overflow::ElideMiddle)
+    {
+        return -1;
+    }
+    QTextLayout layout(WithLineBreaks(text()), font());
+    const int heightPx = static_cast<int>(std::ceil(LayOutLines(layout, Width)));
+    return std::max(heightPx, fontMetrics().height());
+}
+
+void PlainLabel::paintEvent(QPaintEvent* /*pEvent*/)
+{
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    if (WhenTooLong == Overflow::ElideMiddle)
+    {
+        painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                         ElidedText());
+        return;
+    }
+    QTextLayout layout(WithLineBreaks(text()), font());
+    LayOutLines(layout, width());
+    layout.draw(&painter, {0.0, 0.0});
+}
+
+void PlainLabel::resizeEvent(QResizeEvent* pEvent)
+{
+    QLabel::resizeEvent(pEvent);
+    UpdateToolTip();
+}
+
+void PlainLabel::changeEvent(QEvent* pEvent)
+{
+    QLabel::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::FontChange)
+    {
+        UpdateToolTip();
+        updateGeometry();
+    }
+}
+
+QString PlainLabel::ElidedText() const
+{
+    return fontMetrics().elidedText(OnOneLine(text()), Qt::ElideMiddle, width());
+}
+
+void PlainLabel::UpdateToolTip()
+{
+    const bool bLeftOut = WhenTooLong == Overflow::ElideMiddle && ElidedText() != OnOneLine(text());
+    setToolTip(bLeftOut ? PlainToolTip(text()) : QString());
+}
+
+QString PlainToolTip(const QString& Text)
+{
+    return Text.isEmpty() ? QString() : "<span>" + Text.toHtmlEscaped() + "</span>";
+}

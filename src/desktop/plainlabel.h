@@ -1,0 +1,45 @@
+// A label for text that comes from elsewhere, a file's name for example: shown as it is, never read as
+// markup, and never cut off.
+//
+// What has no room is either left out in the middle of the line or put on further lines, between words
+// where possible. UI thread only.
+
+#pragma once
+
+#include <QLabel>
+
+class PlainLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    enum class Overflow
+    {
+        ElideMiddle, ///< one line; the tooltip has all of it while some is left out
+        Wrap,        ///< as many lines as it takes
+    };
+
+    explicit PlainLabel(Overflow NewOverflow, QWidget* pParent = nullptr);
+
+    /// Shows another text; the same one again costs a comparison.
+    void Show(const QString& NewText);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override;
+    int heightForWidth(int Width) const override;
+
+protected:
+    void paintEvent(QPaintEvent* pEvent) override;
+    void resizeEvent(QResizeEvent* pEvent) override;
+    void changeEvent(QEvent* pEvent) override;
+
+private:
+    QString ElidedText() const;
+    void UpdateToolTip();
+
+    Overflow WhenTooLong;
+};
+
+/// Text as a tooltip that shows it literally: a tooltip takes what looks like markup for markup.
+QString PlainToolTip(const QString& Text);

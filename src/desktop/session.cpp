@@ -1,0 +1,167 @@
+#include "desktop/session.h"
+
+#include "desktop/qtfont.h"
+#include "desktop/videodocument.h"
+#include "host/mvtimecontrol.h"
+#include "media/mpvvideo.h"
+
+#include <QMetaObject>
+
+#include <algorithm>
+#include <utility>
+
+Session::Session(PlayerFactory MakePlayer)
+    : NewPlayer(std::move(MakePlayer))
+    , Font(std::make_unique<QtFont>())
+{
+    Application.pMovane = std::make_unique<Movane>();
+    Application.pRend = std::make_unique<Rend>();
+    Application.pRend->pTTF = Font.get();
+    Application.pCoreSDL = std::make_unique<CoreSDL>();
+    Application.pJobSystem = std::make_unique<JobSystem>();
+    Application.pJobSystem->SetWakeUp([this] { RequestFrame(); });
+    Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& shown)
+                                                    { Q_EMIT NotificationQueued(shown); });
+    Application.pJobSystem->JobFailed.connect(
+        [this](const JobSystem::Failure& failure)
+        {
+            Application.pMovane->QueueNotification(Movane::NotificationError, "Movane",
+                                                   "The job failed: " + failure.Text, 5000);
+        });
+    p = &Application;
+
+    ConnectPanelToRecords(ClipPanel, PanelRecords);
+    ClipPanel.pParentWindow = &PanelPlace;
+    PanelRecords.Table.SelectionChanged.connect([this] { RequestFrame(); });
+}
+
+Session::~Session()
+{
+    Application.pJobSystem->Stop();
+    Application.pJobSystem->SetWakeUp({});
+    p = nullptr;
+}
+
+VideoDocument* Session::AddDocument(std::string& OutError)
+{
+    std::unique_ptr<MpvVideo> player = NewPlayer(OutError);
+    if (player == nullptr)
+    {
+        return nullptr;
+    }
+    player->SetWakeUp([this] { RequestFrame(); });
+    player->SetVolume(VolumePercent);
+    player->SetMuted(bMuted);
+    const unsigned long windowID = NextWindowID++;
+    auto owned = std::make_unique<VideoDocument>(windowID, std::move(player));
+    VideoDocument* const document = owned.get();
+    document->Timeline().Changed.connect(
+        [this]
+        {
+            // What the players' news changes is shown by the frame that is running already.
+            if (!bPumpingPlayers)
+            {
+                RequestFrame();
+            }
+        });
+    Application.pMovane->AddWindow(windowID, std::move(owned));
+    return document;
+}
+
+void Session::RemoveDocument(unsigned long WindowID)
+{
+    auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(WindowID);
+    if (document == nullptr)
+    {
+        return;
+    }
+    document->bClosing = true;
+    document->bFocused = false;
+    document->bVisible = false;
+    document->bOpen = false;
+    Q_EMIT DocumentRemoved(WindowID);
+    Application.pMovane->RemoveWindow(WindowID);
+    RequestFrame();
+}
+
+void Session::FocusDocument(unsigned long WindowID)
+{
+    for (VideoDocument* const document : Documents())
+    {
+        document->bFocused = document->WindowID() == WindowID;
+    }
+    RequestFrame();
+}
+
+VideoDocument* Session::TargetDocument() const
+{
+    return dynamic_cast<VideoDocument*>(ClipPanel.ResolveTargetVideoWindow());
+}
+
+std::vector<VideoDocument*> Session::Documents() const
+{
+    std::vector<VideoDocument*> documents;
+    for (const unsigned long windowID : Application.pMovane->WindowIDs)
+    {
+        if (auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(windowID))
+        {
+            documents.push_back(document);
+        }
+    }
+    return documents;
+}
+
+void Session::SetVolume(double Percent)
+{
+    VolumePercent = std::clamp(Percent, 0.0, 100.0);
+    for (VideoDocument* const document : Documents())
+    {
+        document->Player().SetVolume(VolumePercent);
+    }
+    RequestFrame();
+}
+
+void Session::SetMuted(bool bNewMuted)
+{
+    bMuted = bNewMuted;
+    for (VideoDocument* const document : Documents())
+    {
+        document->Player().SetMuted(bMuted);
+    }
+    RequestFrame();
+}
+
+void Session::RequestFrame()
+{
+    if (!bFrameRequested.exchange(true))
+    {
+        QMetaObject::invokeMethod(this, &Session::Frame, Qt::QueuedConnection);
+    }
+}
+
+void Session::Frame()
+{
+    // First, so that what another thread reports from now on gets a frame of its own.
+    bFrameRequested = false;
+    PumpPlayers();
+    Application.pJobSystem->PumpMainThread();
+    ClipPanel.PumpExportResult();
+    ClipPanel.UpdateLiveLabels();
+    Q_EMIT FrameDone();
+}
+
+void Session::PumpPlayers()
+{
+    bPumpingPlayers = true;
+    for (VideoDocument* const document : Documents())
+    {
+        document->Player().PumpEvents();
+        document->ContinueBackward();
+        const double timeSec = document->Player().CurrentTimeSec();
+        if (timeSec != document->Timeline().DisplayedTimeSec())
+        {
+            document->Timeline().SetDisplayedTimeSec(timeSec);
+        }
+    }
+    bPumpingPlayers = false;
+}

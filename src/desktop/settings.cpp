@@ -1,0 +1,67 @@
+#include "desktop/settings.h"
+
+#include "host/apppaths.h"
+#include "host/log.h"
+
+#include <QFile>
+#include <QSettings>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr qsizetype RecentFileCount = 10;
+
+QSettings OpenStore()
+{
+    return QSettings(QFile::decodeName(AppPaths::StateDir().c_str()) + "/desktop.ini",
+                     QSettings::IniFormat);
+}
+
+// A number from a file that anyone may have edited.
+double NumberWithin(const QVariant& Value, double Min, double Max, double Default)
+{
+    bool bIsNumber = false;
+    const double number = Value.toDouble(&bIsNumber);
+    return bIsNumber && std::isfinite(number) ? std::clamp(number, Min, Max) : Default;
+}
+} // namespace
+
+Settings LoadSettings()
+{
+    const Settings defaults;
+    QSettings store = OpenStore();
+    Settings loaded;
+    loaded.WindowGeometry = store.value("WindowGeometry").toByteArray();
+    loaded.SplitterState = store.value("SplitterState").toByteArray();
+    loaded.VolumePercent =
+        NumberWithin(store.value("VolumePercent"), 0.0, 100.0, defaults.VolumePercent);
+    loaded.bMuted = store.value("Muted", defaults.bMuted).toBool();
+    loaded.TextScale = NumberWithin(store.value("TextScale"), 0.75, 3.0, defaults.TextScale);
+    loaded.RecentFiles = store.value("RecentFiles").toStringList().mid(0, RecentFileCount);
+    return loaded;
+}
+
+void SaveSettings(const Settings& Saved)
+{
+    QSettings store = OpenStore();
+    store.setValue("WindowGeometry", Saved.WindowGeometry);
+    store.setValue("SplitterState", Saved.SplitterState);
+    store.setValue("VolumePercent", Saved.VolumePercent);
+    store.setValue("Muted", Saved.bMuted);
+    store.setValue("TextScale", Saved.TextScale);
+    store.setValue("RecentFiles", Saved.RecentFiles);
+    store.sync();
+    if (store.status() != QSettings::NoError)
+    {
+        LogError("The settings can't be saved in " + AppPaths::StateDir() + ".");
+    }
+}
+
+void RememberRecentFile(QStringList& RecentFiles, const QString& Path)
+{
+    RecentFiles.removeAll(Path);
+    RecentFiles.prepend(Path);
+    RecentFiles = RecentFiles.mid(0, RecentFileCount);
+}

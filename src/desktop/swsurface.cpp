@@ -1,0 +1,120 @@
+#include "desktop/swsurface.h"
+
+#include "desktop/theme.h"
+#include "media/mpvvideo.h"
+
+#include <QPainter>
+
+#include <array>
+#include <mpv/render.h>
+#include <utility>
+
+namespace
+{
+// The player wants lines to start at such addresses, or it copies the whole picture.
+constexpr std::size_t AlignmentBytes = 64;
+} // namespace
+
+SwSurface::SwSurface(MpvVideo& NewPlayer, QWidget* pParent)
+    : QWidget(pParent)
+    , pPlayer(&NewPlayer)
+    , Text(*this)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    std::array<mpv_render_param, 2> params = {
+        {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
+         {MPV_RENDER_PARAM_INVALID, nullptr}}};
+    Render.Start(NewPlayer.Handle(), params.data(), [this] { TakePicture(); });
+    NewPlayer.SetWhileWaiting([this] { TakePicture(); });
+}
+
+SwSurface::~SwSurface()
+{
+    Detach();
+}
+
+void SwSurface::Detach()
+{
+    if (pPlayer == nullptr)
+    {
+        return;
+    }
+    std::exchange(pPlayer, nullptr)->SetWhileWaiting({});
+    Render.Stop();
+    update();
+}
+
+void SwSurface::SetState(const SurfaceState& NewState)
+{
+    Text.SetState(NewState);
+    update();
+}
+
+QSize SwSurface::sizeHint() const
+{
+    return {Theme::ScaledPx(640), Theme::ScaledPx(360)};
+}
+
+// Taken apart from drawing, so that the player goes on while nothing is painted.
+void SwSurface::TakePicture()
+{
+    if (Render.HasNewPicture())
+    {
+        Render.Take();
+        bImageIsOld = true;
+        update();
+    }
+}
+
+void SwSurface::FitImage()
+{
+    const QSize wanted = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    if (wanted == Image.size())
+    {
+        return;
+    }
+    const std::size_t lineBytes =
+        (static_cast<std::size_t>(wanted.width()) * 4 + AlignmentBytes - 1) / AlignmentBytes *
+        AlignmentBytes;
+    const std::size_t sizeBytes = lineBytes * static_cast<std::size_t>(wanted.height());
+    Pixels.reset(static_cast<uchar*>(std::aligned_alloc(AlignmentBytes, sizeBytes)));
+    Image = QImage(Pixels.get(), wanted.width(), wanted.height(), static_cast<qsizetype>(lineBytes),
+                   QImage::Format_RGB32);
+    bImageIsOld = true;
+}
+
+void SwSurface::DrawPicture()
+{
+    std::array<int, 2> sizePx = {Image.width(), Image.height()};
+    auto lineBytes = static_cast<std::size_t>(Image.bytesPerLine());
+    int zero = 0;
+    // "bgr0" is Format_RGB32 as it lies in memory.
+    std::array<mpv_render_param, 6> params = {
+        {{MPV_RENDER_PARAM_SW_SIZE, sizePx.data()},
+         {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+         {MPV_RENDER_PARAM_SW_STRIDE, &lineBytes},
+         {MPV_RENDER_PARAM_SW_POINTER, Pixels.get()},
+         {MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &zero},
+         {MPV_RENDER_PARAM_INVALID, nullptr}}};
+    Render.Draw(params.data());
+    bImageIsOld = false;
+}
+
+void SwSurface::paintEvent(QPaintEvent* /*pEvent*/)
+{
+    QPainter painter(this);
+    if (Text.State().bHasFile && Render.IsRunning())
+    {
+        FitImage();
+        if (bImageIsOld)
+        {
+            DrawPicture();
+        }
+        Image.setDevicePixelRatio(devicePixelRatioF());
+        painter.drawImage(QPoint(0, 0), Image);
+    }
+    else
+    {
+        painter.fillRect(rect(), Qt::black);
+    }
+}

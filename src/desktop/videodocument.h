@@ -1,0 +1,75 @@
+// One video window's records: its player, its timeline, and what is half marked on it.
+//
+// A document lives in the application object under its window's ID; the widgets of its window show it
+// and change it. UI thread only; times are seconds from the start of the source.
+
+#pragma once
+
+#include "host/mvvideowindow.h"
+#include "host/signal.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+class MpvVideo;
+
+class VideoDocument : public MvVideoWindow
+{
+public:
+    VideoDocument(unsigned long WindowID, std::unique_ptr<MpvVideo> pPlayer);
+
+    /// As in the base; a success also drops what was half marked on the file before.
+    bool LoadVideoFile(const std::string& Path, bool bPlay) override;
+
+    /// Sets In or Out at a time. A range exists once both are set; until then the one that was set
+    /// waits as pending. With a range, the other end stays where it is, also when In then lies behind
+    /// Out.
+    void MarkIn(double Sec);
+    void MarkOut(double Sec);
+    void DropPendingMarks();
+    const std::optional<double>& PendingInSec() const { return PendingIn; }
+    const std::optional<double>& PendingOutSec() const { return PendingOut; }
+
+    /// Moves the playhead, kept within the video. Nothing happens while no file is open.
+    void SeekTo(double Sec);
+
+    // -- Playing at a speed and in a direction, as J, K and L want it.
+
+    /// Plays on at Speed().
+    void Play();
+    /// Pauses, from playing in either direction.
+    void Pause();
+    /// Plays backward at Speed(): a picture for each seek that has landed, so that the time is kept and
+    /// pictures are left out where the machine is slow.
+    void PlayBackward();
+    /// Goes on playing backward; for the frame. Nothing happens while the last seek is under way.
+    void ContinueBackward();
+    bool IsPlayingBackward() const { return BackwardSince.has_value(); }
+    bool IsPlaying() const;
+    void SetSpeed(double Factor); ///< kept between 1/8 and 8
+    double Speed() const { return SpeedFactor; }
+
+    MpvVideo& Player() { return *pMpv; }
+    bool HasFile() const { return pVideo != nullptr && pVideo->pMediaInfo != nullptr; }
+    unsigned long WindowID() const { return ID; }
+
+    /// Emitted after each try to open a file, with what LoadVideoFile returned.
+    Signal<bool> FileOpened;
+
+private:
+    unsigned long ID;
+    MpvVideo* pMpv;
+    std::optional<double> PendingIn;
+    std::optional<double> PendingOut;
+    double SpeedFactor = 1.0;
+
+    /// Since when and from where the video has been playing backward.
+    struct BackwardStart
+    {
+        std::chrono::steady_clock::time_point Time;
+        double Sec = 0.0;
+    };
+    std::optional<BackwardStart> BackwardSince;
+};

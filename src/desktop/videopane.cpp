@@ -1,0 +1,177 @@
+#include "desktop/videopane.h"
+
+#include "desktop/actionset.h"
+#include "desktop/commands.h"
+#include "desktop/session.h"
+#include "desktop/theme.h"
+#include "desktop/timelinewidget.h"
+#include "desktop/transportbar.h"
+#include "desktop/videodocument.h"
+#include "host/mvtimecontrol.h"
+#include "media/mpvvideo.h"
+
+#include <QFile>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+QColor ColorOf(float Red, float Green, float Blue, float Alpha)
+{
+    return QColor::fromRgbF(Red, Green, Blue, Alpha);
+}
+
+std::vector<TimelineMarker> MarkersOf(const MvTimeControl& Timeline)
+{
+    std::vector<TimelineMarker> markers;
+    markers.reserve(Timeline.Markers.size());
+    for (const MvTimeControl::Marker& marker : Timeline.Markers)
+    {
+        markers.push_back({marker.TimeSec, QString::fromStdString(marker.Label),
+                           ColorOf(marker.ColorR, marker.ColorG, marker.ColorB, marker.ColorA)});
+    }
+    return markers;
+}
+
+std::vector<TimelineClip> ClipsOf(const MvClipControlPanel& Panel, const std::string& SourcePath)
+{
+    std::vector<TimelineClip> clips;
+    const int selectedRow = Panel.SelectedClipIndex();
+    for (std::size_t i = 0; i < Panel.Clips.size(); ++i)
+    {
+        const MvClipControlPanel::SavedClip& clip = Panel.Clips[i];
+        if (clip.SourcePath == SourcePath)
+        {
+            clips.push_back({static_cast<int>(i), QString::fromStdString(clip.Name),
+                             ColorOf(clip.ColorR, clip.ColorG, clip.ColorB, clip.ColorA),
+                             clip.StartSec, clip.EndSec, static_cast<int>(i) == selectedRow});
+        }
+    }
+    return clips;
+}
+} // namespace
+
+VideoPane::VideoPane(Session& NewRunning,
+                     Commands& Target,
+                     const ActionSet& Actions,
+                     VideoDocument& NewDocument,
+                     SurfaceKind Kind,
+                     QWidget* pParent)
+    : QWidget(pParent)
+    , Running(NewRunning)
+    , Document(NewDocument)
+    , Surface(MakeVideoSurface(Kind, NewDocument.Player(), this))
+    , pTransport(new TransportBar({.pPlayPause = Actions.Get(ActionId::PlayPause),
+                                   .pStepFrameBack = Actions.Get(ActionId::StepFrameBack),
+                                   .pStepFrameForward = Actions.Get(ActionId::StepFrameForward),
+                                   .pMute = Actions.Get(ActionId::Mute)},
+                                  this))
+    , pTimeline(new TimelineWidget(this))
+{
+    setFocusPolicy(Qt::ClickFocus);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(Theme::ScaledPx(4));
+    layout->addWidget(Surface->Widget(), 1);
+    layout->addWidget(pTransport);
+    layout->addWidget(pTimeline);
+    setFocusProxy(pTimeline);
+
+    connect(pTransport, &TransportBar::VolumeEdited, &Target, &Commands::SetVolume);
+    connect(pTransport, &TransportBar::SpeedPicked, &Target, &Commands::SetSpeed);
+    connect(pTimeline, &TimelineWidget::SeekRequested, &Target, &Commands::SeekTo);
+    connect(pTimeline, &TimelineWidget::ClipPicked, &Target, &Commands::SelectClip);
+    connect(pTimeline, &TimelineWidget::ClipOpened, &Target,
+            [&Target](int Row)
+            {
+                Target.SelectClip(Row);
+                Target.LoadClip();
+            });
+    connect(pTimeline, &TimelineWidget::RangeEdited, this,
+            [this](double StartSec, double EndSec)
+            { Document.Timeline().SetRangeSelection(StartSec, EndSec, false); });
+    connect(&Running, &Session::FrameDone, this, &VideoPane::SyncFromHost);
+    Surface->Ready.connect(
+        [this]
+        {
+            if (!WaitingPath.isEmpty())
+            {
+                OpenNow(std::exchange(WaitingPath, {}));
+            }
+        });
+    SyncFromHost();
+}
+
+VideoPane::~VideoPane()
+{
+    Surface->Detach();
+}
+
+void VideoPane::Open(const QString& Path)
+{
+    if (Surface->IsReady())
+    {
+        OpenNow(Path);
+    }
+    else
+    {
+        WaitingPath = Path;
+    }
+}
+
+void VideoPane::OpenNow(const QString& Path)
+{
+    const bool bLoaded = Document.LoadVideoFile(QFile::encodeName(Path).toStdString(), false);
+    OpenError = bLoaded ? QString() : QString::fromStdString(Document.LoadError());
+    if (bLoaded)
+    {
+        pTimeline->ZoomToFit();
+    }
+    Running.RequestFrame();
+    Q_EMIT FileOpened(Path, bLoaded);
+}
+
+// The picture keeps most of the height, also with large text.
+void VideoPane::resizeEvent(QResizeEvent* pEvent)
+{
+    QWidget::resizeEvent(pEvent);
+    pTimeline->setMaximumHeight(std::max(height() / 3, pTimeline->minimumSizeHint().height()));
+}
+
+void VideoPane::SyncFromHost()
+{
+    // What could not be opened is said in the picture's place only where there is no picture.
+    Surface->SetState({Document.HasFile(), Document.HasFile() ? QString() : OpenError});
+    pTransport->SetState({.bHasFile = Document.HasFile(),
+                          .bPlaying = Document.IsPlaying(),
+                          .TimeSec = Document.Timeline().DisplayedTimeSec(),
+                          .DurationSec = Document.Timeline().DurationSec(),
+                          .FramesPerSecond = Document.Player().FramesPerSecond(),
+                          .Speed = Document.Speed(),
+                          .VolumePercent = Running.Volume(),
+                          .bMuted = Running.IsMuted()});
+    pTimeline->SetState(MakeTimelineState());
+}
+
+TimelineState VideoPane::MakeTimelineState() const
+{
+    const MvTimeControl& timeline = Document.Timeline();
+    TimelineState state;
+    if (!Document.HasFile())
+    {
+        return state;
+    }
+    state.DurationSec = timeline.DurationSec();
+    state.PlayheadSec = timeline.DisplayedTimeSec();
+    state.FramesPerSecond = Document.Player().FramesPerSecond();
+    state.bHasRange = timeline.HasRangeSelection();
+    state.RangeStartSec = timeline.RangeStartSec();
+    state.RangeEndSec = timeline.RangeEndSec();
+    state.PendingInSec = Document.PendingInSec();
+    state.PendingOutSec = Document.PendingOutSec();
+    state.Markers = MarkersOf(timeline);
+    state.Clips = ClipsOf(Running.Panel(), Document.pVideo->FilePath);
+    return state;
+}

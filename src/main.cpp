@@ -1,0 +1,39 @@
+// The program: sets the process up, reads its arguments and runs the command.
+
+#include "cli/commandline.h"
+#include "cli/exportcommand.h"
+#include "cli/exportreport.h"
+#include "cli/processsetup.h"
+#include "desktop/application.h"
+
+#include <exception>
+#include <string>
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        OpenMissingStandardStreams();
+        SurviveBrokenPipes();
+        KeepDecimalPoint();
+        LogToStandardError();
+        const CommandLine commandLine = ParseCommandLine(argc, argv);
+        switch (commandLine.Chosen)
+        {
+        case CommandLine::Command::PrintText:
+            return PrintText(commandLine.Text) ? 0 : 1;
+        case CommandLine::Command::Refuse:
+            PrintError(commandLine.Text);
+            return static_cast<int>(ExitCode::CallWrong);
+        case CommandLine::Command::Export:
+            return RunExport(commandLine.Export);
+        case CommandLine::Command::OpenWindow:
+            return RunDesktop(commandLine.Window, argc, argv);
+        }
+    }
+    catch (const std::exception& error)
+    {
+        PrintError(std::string("The program can't go on: ") + error.what() + '.');
+    }
+    return 1;
+}

@@ -1,0 +1,64 @@
+find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets DBus Test)
+find_program(XVFB_RUN xvfb-run)
+
+# movane_desktop_test(NAME SOURCES … LIBRARIES …): a QtTest program, run as one test without a screen.
+function(movane_desktop_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    movane_settings(${name})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE movane_desktop ${arg_LIBRARIES} Qt6::Test)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        ENVIRONMENT QT_QPA_PLATFORM=offscreen
+        TIMEOUT 120)
+endfunction()
+
+movane_test(timetext_test SOURCES timetext_test.cpp LIBRARIES movane_desktop)
+movane_desktop_test(desktop_transport_test SOURCES desktop_transport_test.cpp)
+
+# The same rules three times: in memory, on a screen of twice the pixels, and with OpenGL.
+movane_desktop_test(desktop_surface_test SOURCES desktop_surface_test.cpp)
+add_test(NAME desktop_surface_test_scaled COMMAND desktop_surface_test)
+set_tests_properties(desktop_surface_test_scaled PROPERTIES
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_SCALE_FACTOR=2"
+    TIMEOUT 120)
+if(XVFB_RUN)
+    add_test(NAME desktop_surface_test_opengl
+             COMMAND ${XVFB_RUN} -a -s "-screen 0 1280x800x24" $<TARGET_FILE:desktop_surface_test>)
+    set_tests_properties(desktop_surface_test_opengl PROPERTIES
+        ENVIRONMENT "QT_QPA_PLATFORM=xcb;MOVANE_TEST_SURFACE=gl"
+        RESOURCE_LOCK xvfb
+        TIMEOUT 120)
+endif()
+
+movane_test(timelinescale_test SOURCES timelinescale_test.cpp LIBRARIES movane_desktop)
+movane_desktop_test(desktop_timeline_test SOURCES desktop_timeline_test.cpp)
+add_test(NAME desktop_timeline_test_scaled COMMAND desktop_timeline_test)
+set_tests_properties(desktop_timeline_test_scaled PROPERTIES
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_SCALE_FACTOR=2"
+    TIMEOUT 120)
+
+movane_desktop_test(desktop_clippanel_test SOURCES desktop_clippanel_test.cpp)
+movane_desktop_test(desktop_notifications_test SOURCES desktop_notifications_test.cpp LIBRARIES Qt6::DBus)
+
+movane_desktop_test(desktop_actions_test SOURCES desktop_actions_test.cpp)
+target_compile_definitions(desktop_actions_test PRIVATE
+    MOVANE_KEYS_PAGE="${PROJECT_SOURCE_DIR}/docs/keys.md")
+
+movane_desktop_test(desktop_app_test SOURCES desktop_app_test.cpp)
+movane_desktop_test(desktop_windows_test SOURCES desktop_windows_test.cpp)
+movane_desktop_test(desktop_firstminutes_test SOURCES desktop_firstminutes_test.cpp)
+movane_desktop_test(desktop_export_test SOURCES desktop_export_test.cpp)
+
+# Helpers of what runs in a real X server.
+foreach(helper awaitpixel xdndsource)
+    add_executable(${helper} ${helper}.cpp)
+    movane_settings(${helper})
+    target_link_libraries(${helper} PRIVATE Qt6::Widgets)
+endforeach()
+add_test(NAME xserver_smoke
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/xserver_smoke_test.sh
+        $<TARGET_FILE:movane> $<TARGET_FILE:xdndsource> $<TARGET_FILE:awaitpixel>)
+set_tests_properties(xserver_smoke PROPERTIES RESOURCE_LOCK xvfb TIMEOUT 120 SKIP_RETURN_CODE 77)

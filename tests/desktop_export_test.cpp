@@ -1,0 +1,386 @@
+// Exports in the application: progress, the end of one, stopping it, and closing while one runs.
+
+#include "desktop/encodercheck.h"
+#include "desktop/exportbar.h"
+#include "desktop/notificationcard.h"
+#include "desktopstage.h"
+#include "fakes/fakeffmpeg.h"
+
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalSpy>
+
+#include <algorithm>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+/// In ffmpeg's place, with the first clip of the first video saved.
+struct ExportStage
+{
+    explicit ExportStage(const FakeFfmpeg::Behaviour& How = {})
+        : Ffmpeg(Folder.Path(), How)
+    {
+        pStage = std::make_unique<DesktopStage>();
+        if (!pStage->OpenFile(Environment().One()))
+        {
+            qFatal("the video does not open");
+        }
+        pStage->Save(1.0, 2.0, "Intro");
+    }
+
+    DesktopStage* operator->() { return pStage.get(); }
+    ExportBar& Bar() { return *pStage->Main().findChild<ExportBar*>(); }
+    QToolButton& StopButton() { return *Bar().findChild<QToolButton*>(); }
+    std::filesystem::path Output() const
+    {
+        return Environment().ClipsFolder() / "clip_00000_Intro.mkv";
+    }
+    bool HasOutput() const { return std::filesystem::exists(Output()); }
+
+    TempFolder Folder;
+    FakeFfmpeg Ffmpeg;
+    EnvironmentGuard Override{"MOVANE_FFMPEG_BIN", Ffmpeg.Path()};
+    std::unique_ptr<DesktopStage> pStage;
+};
+
+/// An ffmpeg that begins its file and ends only when it is told to, by a line in a pipe beside it.
+struct SlowStage : ExportStage
+{
+    SlowStage()
+        : ExportStage({.OutputCommand = "printf begun > \"$out\"\nread line < \"$0.go\""})
+    {
+        const std::string pipe = Ffmpeg.Path() + ".go";
+        mkfifo(pipe.c_str(), 0600);
+        Pipe = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    }
+    ~SlowStage() { close(Pipe); }
+    SlowStage(const SlowStage&) = delete;
+    SlowStage& operator=(const SlowStage&) = delete;
+
+    /// Starts the export and waits until its file has been begun.
+    void Begin()
+    {
+        pStage->Press(Qt::Key_E);
+        QTRY_VERIFY(HasOutput());
+    }
+    void LetItEnd() { QCOMPARE(write(Pipe, "\n", 1), ssize_t{1}); }
+    bool IsRunning() { return pStage->Export.IsRunning(); }
+
+    /// Asks the window to close, and returns the question that it asks in turn.
+    QMessageBox* Close()
+    {
+        pStage->Main().close();
+        return pStage->Open<QMessageBox>();
+    }
+    static QPushButton* ButtonOf(QMessageBox* pBox, const QString& Text)
+    {
+        for (QAbstractButton* const button : pBox->buttons())
+        {
+            if (button->text() == Text)
+            {
+                return qobject_cast<QPushButton*>(button);
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    int Pipe = -1;
+};
+} // namespace
+
+class DesktopExportTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { Environment().CleanFolders(); }
+
+    void AClipIsExportedByKeyAndByButton()
+    {
+        ExportStage stage;
+        for (int i = 0; i < 3; ++i)
+        {
+            const QString file = QString("clip_0000%1_Intro.mkv").arg(i);
+            switch (i)
+            {
+            case 0:
+                stage->Press(Qt::Key_E);
+                break;
+            case 1:
+                stage->Press(Qt::Key_E, Qt::ControlModifier);
+                break;
+            default:
+                stage->Click(stage->Button(ActionId::ExportClip));
+                break;
+            }
+            QTRY_COMPARE(stage->Status(), "Exported " + file);
+            QVERIFY(!stage->Export.IsRunning());
+        }
+        QCOMPARE(stage.Ffmpeg.Runs(), std::size_t{3});
+    }
+
+    void TheBarIsThereWhileAnExportRuns()
+    {
+        SlowStage stage;
+        QVERIFY(!stage.Bar().isVisible());
+        stage.Begin();
+        QVERIFY(stage.Bar().isVisible());
+        QTRY_VERIFY(stage.Bar().findChild<QProgressBar*>()->toolTip().startsWith("0:0"));
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(!stage.Bar().isVisible());
+        QVERIFY(stage.HasOutput());
+    }
+
+    void TheRealEncodersProgressIsShown()
+    {
+        DesktopStage stage;
+        QVERIFY(stage.OpenFile(Environment().One()));
+        stage.Save(1.0, 3.0, "Real");
+        QList<double> fractions;
+        QObject::connect(&stage.Export, &ExportWatch::Progressed, &stage.Main(),
+                         [&](const ExportProgressRecord& progress)
+                         { fractions.append(progress.Fraction); });
+        stage.Press(Qt::Key_E);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.Status(), "Exported clip_00000_Real.mkv", stage.DeadlineMs);
+        QVERIFY(!fractions.isEmpty());
+        QVERIFY(std::is_sorted(fractions.begin(), fractions.end()));
+        QVERIFY(fractions.last() < 1.0);
+        QVERIFY(std::filesystem::file_size(Environment().ClipsFolder() / "clip_00000_Real.mkv") >
+                1000);
+    }
+
+    void ASecondExportIsRefusedWhileOneRuns()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Press(Qt::Key_E);
+        QCOMPARE(stage->Status(), "Clip export already in progress.");
+        QVERIFY(stage.IsRunning());
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(stage.HasOutput());
+    }
+
+    void TheSelectionMayChangeWhileAnExportRuns()
+    {
+        SlowStage stage;
+        stage->Save(2.0, 3.0, "Other");
+        stage->Press(Qt::Key_Up, Qt::AltModifier);
+        stage.Begin();
+        stage->Press(Qt::Key_Down, Qt::AltModifier);
+        stage->Press(Qt::Key_Delete);
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+    }
+
+    // -- Failures
+
+    void AFailingExportShowsItsFirstLine()
+    {
+        ExportStage stage({.ExitCode = 1, .ErrorText = "disk full\nmore\n"});
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Clip export failed: disk full");
+        auto* const card = stage->Main().findChild<NotificationCard*>();
+        QVERIFY(card != nullptr);
+        QVERIFY(card->findChild<QPushButton*>() == nullptr);
+        QVERIFY(!stage.Bar().isVisible());
+    }
+
+    void TheMessageOfTheRealEncoderIsTheSameWithProgress()
+    {
+        DesktopStage stage;
+        QVERIFY(stage.OpenFile(Environment().One()));
+        const std::filesystem::path noVideo = Environment().StateFolder() / "novideo.mp4";
+        QVERIFY(WriteFile(noVideo, "this is no video"));
+        stage.Save(1.0, 2.0, "Broken");
+        stage.Panel().Clips[0].SourcePath = noVideo.native();
+        stage.Press(Qt::Key_E);
+        QTRY_VERIFY_WITH_TIMEOUT(!stage.Export.IsRunning(), stage.DeadlineMs);
+        QVERIFY2(stage.Status().startsWith("Clip export failed: ") &&
+                     stage.Status().contains("moov atom not found"),
+                 qPrintable(stage.Status()));
+    }
+
+    void AMissingEncoderIsToldAndMarkingStillWorks()
+    {
+        const EnvironmentGuard missing("MOVANE_FFMPEG_BIN", "/nonexistent/ffmpeg");
+        DesktopStage stage;
+        QTRY_COMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
+        QVERIFY(stage.OpenFile(Environment().One()));
+        stage.Press(Qt::Key_I);
+        stage.Press(Qt::Key_Right);
+        stage.Press(Qt::Key_O);
+        stage.Press(Qt::Key_Plus);
+        QCOMPARE(stage.Status(), "Saved Clip 1 from one.mp4");
+        stage.Press(Qt::Key_E);
+        QCOMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
+        QVERIFY(!stage.Export.IsRunning());
+    }
+
+    void WithoutAnEncoderTheInstallCommandIsTold()
+    {
+        const TempFolder empty;
+        const QStringList folders = {QFile::decodeName(empty.Path().c_str())};
+        QVERIFY(EncoderProblem({}, folders).find("sudo apt install ffmpeg") != std::string::npos);
+        const FakeFfmpeg ffmpeg(empty.Path());
+        QCOMPARE(EncoderProblem({}, folders), std::string());
+        QCOMPARE(EncoderProblem(QString::fromStdString(ffmpeg.Path()), {}), std::string());
+        QVERIFY(!EncoderProblem(folders.front(), folders).empty()); // a folder is no program
+    }
+
+    // -- Stopping
+
+    void StopEndsTheExportAndRemovesItsFile_data()
+    {
+        QTest::addColumn<bool>("bByKey");
+        QTest::newRow("button") << false;
+        QTest::newRow("key") << true;
+    }
+    void StopEndsTheExportAndRemovesItsFile()
+    {
+        QFETCH(bool, bByKey);
+        SlowStage stage;
+        stage.Begin();
+        if (bByKey)
+        {
+            stage->Press(Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
+        }
+        else
+        {
+            stage->Click(stage.StopButton());
+        }
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Status().startsWith("Clip export failed"));
+        QVERIFY(!stage.HasOutput());
+        QTRY_VERIFY(!stage.Bar().isVisible());
+        QVERIFY(!EncoderProcess::Find(stage.Output().native()));
+    }
+
+    void AStopInTheFirstMomentCountsToo()
+    {
+        SlowStage stage;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
+        stage->Acts.StopExport(); // the encoder may not be there yet
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Status().startsWith("Clip export failed"));
+        QVERIFY(!stage.HasOutput());
+    }
+
+    void AnExportAfterAStoppedOneSucceeds()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Acts.StopExport();
+        QTRY_VERIFY(!stage.IsRunning());
+        stage.LetItEnd();
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(stage.HasOutput());
+    }
+
+    void TheEndOfTheProgramStopsTheExport()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage.pStage.reset();
+        QVERIFY(!stage.HasOutput());
+        QVERIFY(!EncoderProcess::Find(stage.Output().native()));
+    }
+
+    // -- Closing
+
+    void ClosingAsksAndWaits()
+    {
+        SlowStage stage;
+        stage.Begin();
+        QSignalSpy closed(&stage->Main(), &VideoWindow::Closed);
+        QMessageBox* const question = stage.Close();
+        QVERIFY(question != nullptr);
+        QVERIFY(stage->Main().isVisible());
+        stage->Click(*stage.ButtonOf(question, "Wait, then close"));
+        QVERIFY(stage.IsRunning());
+        QCOMPARE(closed.count(), 0);
+        stage.LetItEnd();
+        QTRY_COMPARE(closed.count(), 1);
+        QVERIFY(!stage->Main().isVisible());
+        QVERIFY(stage.HasOutput());
+    }
+
+    void ClosingAsksAndStops()
+    {
+        SlowStage stage;
+        stage.Begin();
+        QSignalSpy closed(&stage->Main(), &VideoWindow::Closed);
+        QMessageBox* const question = stage.Close();
+        QVERIFY(question != nullptr);
+        stage->Click(*stage.ButtonOf(question, "Stop and close"));
+        QTRY_COMPARE(closed.count(), 1);
+        QVERIFY(!stage.IsRunning());
+        QVERIFY(!stage.HasOutput());
+    }
+
+    void ClosingAsksAndStays()
+    {
+        SlowStage stage;
+        stage.Begin();
+        QSignalSpy closed(&stage->Main(), &VideoWindow::Closed);
+        QMessageBox* const question = stage.Close();
+        QVERIFY(question != nullptr);
+        stage->Click(*stage.ButtonOf(question, "Stay"));
+        QVERIFY(stage.IsRunning());
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(stage->Main().isVisible());
+        QCOMPARE(closed.count(), 0);
+    }
+
+    void QuittingAsksToo()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Press(Qt::Key_Q, Qt::ControlModifier);
+        QTRY_VERIFY(stage->Open<QMessageBox>() != nullptr);
+        QVERIFY(stage->Main().isVisible());
+        QVERIFY(stage.IsRunning());
+    }
+
+    void EscapeInTheQuestionStays()
+    {
+        SlowStage stage;
+        stage.Begin();
+        QMessageBox* const question = stage.Close();
+        QVERIFY(question != nullptr);
+        QTest::keyClick(question, Qt::Key_Escape);
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(stage->Main().isVisible());
+    }
+
+    void TheQuestionGoesWhenTheExportEndsMeanwhile()
+    {
+        SlowStage stage;
+        stage.Begin();
+        QPointer<QMessageBox> question = stage.Close();
+        QVERIFY(question != nullptr);
+        QVERIFY(stage.Close() == question); // no second one
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QTRY_VERIFY(question == nullptr);
+        QVERIFY(stage->Main().isVisible());
+        stage->Main().close();
+        QVERIFY(!stage->Main().isVisible());
+    }
+};
+
+int main(int argc, char** argv)
+{
+    return RunDesktopTests<DesktopExportTest>(argc, argv);
+}
+#include "desktop_export_test.moc"
