@@ -4,7 +4,6 @@
 #include "desktop/keyspage.h"
 #include "desktopstage.h"
 
-#include <QFileDialog>
 #include <QInputDialog>
 #include <QMenu>
 #include <QMessageBox>

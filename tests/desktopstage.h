@@ -43,7 +43,6 @@
 #include <QWindow>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>

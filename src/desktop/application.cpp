@@ -96,6 +96,7 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         return 1;
     }
     PointStandardInputAtNull();
+    AdoptOrphans();
     const std::string reportPath = EnableExportReport();
     // In order: a running export is stopped, and the windows close.
     const StopSignals stop(

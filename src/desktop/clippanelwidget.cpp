@@ -1,7 +1,7 @@
 #include "desktop/clippanelwidget.h"
 
-#include "desktop/actionset.h"
 #include "cli/clippanelrecords.h"
+#include "desktop/actionset.h"
 #include "desktop/cliptablemodel.h"
 #include "desktop/cliptableview.h"
 #include "desktop/gridflow.h"
@@ -18,6 +18,7 @@
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -60,6 +61,31 @@ QToolButton* NewButton(const QAction& Action)
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     return button;
 }
+
+// Scrolls up and down only, so it must never be narrower than what it holds.
+class BodyScroll : public QScrollArea
+{
+public:
+    QSize minimumSizeHint() const override
+    {
+        QSize hint = QScrollArea::minimumSizeHint();
+        if (widget() != nullptr)
+        {
+            hint.setWidth(widget()->minimumSizeHint().width() +
+                          verticalScrollBar()->sizeHint().width());
+        }
+        return hint;
+    }
+
+    bool eventFilter(QObject* pWatched, QEvent* pEvent) override
+    {
+        if (pWatched == widget() && pEvent->type() == QEvent::LayoutRequest)
+        {
+            updateGeometry();
+        }
+        return QScrollArea::eventFilter(pWatched, pEvent);
+    }
+};
 } // namespace
 
 ClipPanelWidget::ClipPanelWidget(MvClipControlPanel& ShownPanel,
@@ -112,7 +138,7 @@ void ClipPanelWidget::BuildBody()
     lines->addWidget(pNameEdit);
     lines->addLayout(pButtons);
 
-    pScroll = new QScrollArea;
+    pScroll = new BodyScroll;
     pScroll->setFrameShape(QFrame::NoFrame);
     pScroll->setWidgetResizable(true);
     pScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -110,6 +110,8 @@ QVariant ClipTableModel::data(const QModelIndex& Index, int Role) const
             return Swatch(ColorOf(Panel.Clips[static_cast<std::size_t>(Index.row())]));
         }
         return {};
+    case ColorRole:
+        return Index.column() == ColorColumn ? QColor(RowNow(Index.row()).Color) : QVariant();
     default:
         return {};
     }

@@ -30,6 +30,9 @@ public:
         ColumnCount,
     };
 
+    /// The clip's colour as a QColor, in the colour column only.
+    static constexpr int ColorRole = Qt::UserRole;
+
     explicit ClipTableModel(const MvClipControlPanel& ShownPanel, QObject* pParent = nullptr);
 
     /// Tells the views of rows that came or went. Costs nothing when the count is the same.

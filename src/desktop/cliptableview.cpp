@@ -1,5 +1,6 @@
 #include "desktop/cliptableview.h"
 
+#include "desktop/cliptablemodel.h"
 #include "desktop/theme.h"
 
 #include <QContextMenuEvent>
@@ -17,27 +18,59 @@ constexpr int MinSectionPx = 16;
 constexpr int MinRows = 3;
 constexpr const char* EmptyHint = "Press I and O on the timeline, then + to save a clip.";
 
-// Rows are selected whole, so no cell shows a focus of its own, and a colour whose name has no room
-// is shown without it.
+// Rows are selected whole, so no cell shows a focus of its own. A colour is a chip with its name on it,
+// which takes no more room than the name.
 class CellDelegate : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* pPainter,
+               const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override
+    {
+        QStyledItemDelegate::paint(pPainter, Option, Index);
+        const QVariant color = Index.data(ClipTableModel::ColorRole);
+        if (color.isValid())
+        {
+            PaintChip(*pPainter, Option, color.value<QColor>(), Index.data().toString());
+        }
+    }
 
 protected:
     void initStyleOption(QStyleOptionViewItem* pOption, const QModelIndex& Index) const override
     {
         QStyledItemDelegate::initStyleOption(pOption, Index);
         pOption->state &= ~QStyle::State_HasFocus;
-        const QStyle& style = *pOption->widget->style();
-        const int wantedPx =
-            style.sizeFromContents(QStyle::CT_ItemViewItem, pOption, {}, pOption->widget).width();
-        if (!pOption->icon.isNull() && wantedPx > pOption->rect.width())
+        if (Index.data(ClipTableModel::ColorRole).isValid())
         {
             pOption->text.clear();
+            pOption->icon = {};
         }
     }
+
+private:
+    static void PaintChip(QPainter& Painter,
+                          const QStyleOptionViewItem& Option,
+                          const QColor& Color,
+                          const QString& Name)
+    {
+        const int gapPx = Theme::ScaledPx(2);
+        const QRect chip = Option.rect.adjusted(gapPx, gapPx, -gapPx, -gapPx);
+        const QRect inner = chip.adjusted(gapPx, 0, -gapPx, 0);
+        Painter.save();
+        Painter.setRenderHint(QPainter::Antialiasing);
+        Painter.setPen(Qt::NoPen);
+        Painter.setBrush(Color);
+        Painter.drawRoundedRect(chip, gapPx, gapPx);
+        Painter.setFont(Option.font);
+        Painter.setPen(Color.lightnessF() > 0.4 ? Theme::Window : Theme::Text);
+        Painter.drawText(inner, Qt::AlignCenter,
+                         Option.fontMetrics.elidedText(Name, Qt::ElideRight, inner.width()));
+        Painter.restore();
+    }
 };
+
 // A style sheet's header cuts a title that is too long, so it is shortened before.
 class TitleHeader : public QHeaderView
 {

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <numeric>
 
+namespace
+{
+constexpr int MaxColumns = 3;
+}
+
 GridFlow::GridFlow(QWidget* pParent)
     : QLayout(pParent)
 {
@@ -99,7 +104,9 @@ std::vector<GridFlow::Row> GridFlow::FilledRows(int WidthPx) const
 std::vector<GridFlow::Row> GridFlow::RowsFor(int WidthPx) const
 {
     const int total = std::max(count(), 1);
-    const int fitting = (WidthPx + spacing()) / (CellHint().width() + spacing());
+    // No more than three, so that what belongs together stays in one row on a wide panel, too.
+    const int fitting =
+        std::min((WidthPx + spacing()) / (CellHint().width() + spacing()), MaxColumns);
     if (fitting < 2)
     {
         return FilledRows(WidthPx);

@@ -157,7 +157,17 @@ public:
         }
     }
 
-    bool IsRunning() const { return bHeld && IsSame(); }
+    bool IsRunning() const
+    {
+        if (!bHeld || Descriptor < 0)
+        {
+            return bHeld && IsSame();
+        }
+        // The descriptor tells of the end of the last thread; the process table calls a process whose
+        // first thread has ended dead already.
+        pollfd ended = {Descriptor, POLLIN, 0};
+        return ::poll(&ended, 1, 0) == 0;
+    }
 
     void Signal(int SignalNumber) const
     {
