@@ -6,6 +6,7 @@
 #include "cli/exporttarget.h"
 #include "cli/processsetup.h"
 #include "cli/stopsignals.h"
+#include "cli/terminalprogress.h"
 #include "cli/wakeup.h"
 #include "host/apppaths.h"
 #include "host/core.h"
@@ -321,7 +322,10 @@ private:
         }
         const fs::path file = ExportTarget(panel.StatusText);
         Output.Set(file.native());
+        const MvClipControlPanel::SavedClip& clip = panel.Clips.back();
+        Progress.Start(clip.SourcePath, file.native(), clip.StartSec, clip.EndSec - clip.StartSec);
         WaitForExport(file.native());
+        Progress.Finish();
         Output.Set("");
         if (JobFailure.has_value())
         {
@@ -351,7 +355,6 @@ private:
     /// The frame loop: sleeps until the worker or a signal has something to say.
     void WaitForExport(const std::string& File)
     {
-        constexpr int NoLimitMs = -1;
         constexpr int RetryMs = 20;
         while (Desk->Panel.GetExportStatus().bInProgress && !JobFailure.has_value())
         {
@@ -361,7 +364,9 @@ private:
                 EndEncoder(File);
             }
             // A stop may come before the encoder is there: then it is looked for again.
-            Sleep.Sleep(bStopping ? RetryMs : NoLimitMs);
+            Progress.Show();
+            Sleep.Sleep(bStopping ? RetryMs : Progress.SleepMs());
+            Progress.Clear();
             RunFrame();
         }
         if (Stop.Received() != 0)
@@ -388,6 +393,7 @@ private:
     const WakeUp& Sleep;
     const StopSignals& Stop;
     RunningOutput& Output;
+    TerminalProgress Progress;
     TTF Font;
     Core Application;
     MvVideoWindow* pWindow = nullptr; ///< owned by the application
