@@ -1,7 +1,7 @@
 // The clip panel on the screen with the real panel on the real host; the player is a fake.
 
-#include "desktop/actionset.h"
 #include "cli/clippanelrecords.h"
+#include "desktop/actionset.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/cliptablemodel.h"
 #include "desktop/commands.h"

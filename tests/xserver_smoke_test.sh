@@ -25,6 +25,7 @@ chmod 700 "$folder/runtime"
 unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS QT_SCALE_FACTOR
 export HOME=$folder/home XDG_STATE_HOME=$folder/state XDG_RUNTIME_DIR=$folder/runtime
 export MOVANE_RECORDINGS_DIR=$folder/recordings MOVANE_RUNTIME_DIR=$folder/runtime/movane
+export LC_ALL=C.UTF-8 # window titles are compared, which hold more than ASCII
 export QT_QPA_PLATFORM=xcb MOVANE_AUDIO=null LIBGL_ALWAYS_SOFTWARE=1
 
 fail() { echo "FAILED: $*"; exit 1; }

@@ -1,7 +1,7 @@
 #include "desktop/exportwatch.h"
 
-#include "desktop/session.h"
 #include "cli/exporttarget.h"
+#include "desktop/session.h"
 
 #include <QFile>
 

@@ -89,7 +89,7 @@ bool IsLockFileName(const std::string& Name)
     return Name.size() > Begin.size() + End.size() && Name.starts_with(Begin) &&
            Name.ends_with(End) &&
            std::all_of(Name.begin() + Begin.size(), Name.end() - End.size(),
-                       [](char c) { return c >= '0' && c <= '9'; });
+                       [](char Digit) { return Digit >= '0' && Digit <= '9'; });
 }
 
 // Only what has a lock file that nobody holds: a folder without one is not ours to remove.

@@ -26,7 +26,7 @@ public:
     /// Only what was made here is removed at the end. When another process has the folder already, or
     /// it or its "temp" is not this user's alone (mode 0700), the folder is one of this process's own
     /// below it.
-    static std::unique_ptr<RuntimeFolder> TakeNamed(const std::filesystem::path& Folder,
+    static std::unique_ptr<RuntimeFolder> TakeNamed(const std::filesystem::path& Named,
                                                     std::string& OutError);
 
     /// Removes the folder and gives its name free.

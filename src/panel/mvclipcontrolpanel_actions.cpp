@@ -910,7 +910,7 @@ std::filesystem::path MvClipControlPanel::BuildClipExportPath(const std::string&
         // Meant so: a longer name is cut to what the buffer holds, its extension first, and used.
         std::array<char, 64> buf{};
         std::snprintf(buf.data(), buf.size(), "clip_%05d_%s.mkv", index, safeStem.c_str());
-        const std::filesystem::path candidate = clipsDir / buf.data();
+        std::filesystem::path candidate = clipsDir / buf.data();
         if (!std::filesystem::exists(candidate, ec))
         {
             OutFileName = candidate.filename().string();
