@@ -140,7 +140,9 @@ protected:
         const FakeFfmpeg program(Folder.Path(), how);
         const std::string command = ExportCommand(
             program.Path(), Source, Folder.Path() / "output.mkv", Folder.Path() / "errors", "");
-        Export = std::thread([command] { static_cast<void>(std::system(command.c_str())); });
+        // How it ends is up to each test.
+        Export = std::thread([command]
+                             { [[maybe_unused]] const int end = std::system(command.c_str()); });
     }
 
     static void WaitFor(const fs::path& File)
