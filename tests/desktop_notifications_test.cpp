@@ -299,6 +299,26 @@ private Q_SLOTS:
         }
     }
 
+    void ACardStaysInsideASmallPictureWithItsButton()
+    {
+        MvTheme::SetTextScale(3.0);
+        Theme::Apply();
+        pArea->resize(500, 330);
+        const std::string text =
+            "Exported clip_00001_with_a_name_that_is_long_indeed_and_takes_many_lines.mkv";
+        pOverlay->Add(Message(text, LongMs), "Open folder", [] {});
+        QCoreApplication::processEvents();
+        QVERIFY(pArea->rect().contains(pOverlay->geometry()));
+        const NotificationCard& card = *VisibleCards(*pOverlay).first();
+        QVERIFY(pOverlay->rect().contains(card.geometry()));
+        const QPushButton& button = *card.findChild<QPushButton*>();
+        QVERIFY(card.rect().contains(button.geometry()));
+        QVERIFY(button.height() >= button.minimumSizeHint().height());
+        const QLabel& message = *card.findChildren<QLabel*>().last();
+        QVERIFY(message.height() >= message.fontMetrics().height());
+        QVERIFY(message.toolTip().contains("many_lines.mkv"));
+    }
+
     // -- Through the desktop
 
     void WithoutABusNothingHappens()

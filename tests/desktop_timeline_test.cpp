@@ -47,7 +47,7 @@ TimelineClip Clip(int Row, double StartSec, double EndSec)
     return {Row, QString("Clip %1").arg(Row), Qt::green, StartSec, EndSec, false};
 }
 
-TimelineState WithClips(const std::vector<TimelineClip>& Clips)
+TimelineState WithClips(const QList<TimelineClip>& Clips)
 {
     TimelineState state = TwentySeconds();
     state.Clips = Clips;
@@ -492,7 +492,7 @@ private Q_SLOTS:
 
     void TheSelectedBarIsPickedAboveOthers()
     {
-        std::vector<TimelineClip> clips;
+        QList<TimelineClip> clips;
         for (int row = 0; row < 12; ++row)
         {
             clips.push_back(Clip(row, 2.0, 8.0));
@@ -543,7 +543,7 @@ private Q_SLOTS:
 
     void ClipsAreFoundAmongTenThousand()
     {
-        std::vector<TimelineClip> clips;
+        QList<TimelineClip> clips;
         for (int row = 0; row < 10000; ++row)
         {
             clips.push_back(Clip(row, 0.001 * row, 0.001 * row + 0.0009));

@@ -235,7 +235,8 @@ void ClipPanelWidget::SyncTable()
     SyncSelection(bCountChanged);
     const auto [firstRow, lastRow] = pTable->RowsInView();
     pModel->TakeRows(firstRow, lastRow);
-    if (Records.Table.ColumnFractions() != ShownFractions)
+    // The same fractions may hold longer times.
+    if (bCountChanged || Records.Table.ColumnFractions() != ShownFractions)
     {
         ShownFractions = Records.Table.ColumnFractions();
         pTable->ApplyFractions(ShownFractions);

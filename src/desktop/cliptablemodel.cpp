@@ -81,6 +81,17 @@ ClipTableModel::ShownRow ClipTableModel::RowNow(int Row) const
     return shown;
 }
 
+int ClipTableModel::LongestText(int Column) const
+{
+    std::size_t longest = 0;
+    for (int row = 0; row < ToldRowCount; ++row)
+    {
+        const std::string* const cell = Panel.TableModel->CellAt(row, Column);
+        longest = std::max(longest, cell != nullptr ? cell->size() : 0);
+    }
+    return static_cast<int>(longest);
+}
+
 int ClipTableModel::rowCount(const QModelIndex& Parent) const
 {
     return Parent.isValid() ? 0 : ToldRowCount;

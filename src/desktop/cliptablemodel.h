@@ -41,6 +41,9 @@ public:
     /// rows are read when they come into view. Rows out of range are left out.
     bool TakeRows(int FirstRow, int LastRow);
 
+    /// The length of the longest text in a column, in bytes; 0 in an empty table. O(rows).
+    int LongestText(int Column) const;
+
     int rowCount(const QModelIndex& Parent = {}) const override;
     int columnCount(const QModelIndex& Parent = {}) const override;
     QVariant data(const QModelIndex& Index, int Role) const override;

@@ -2,6 +2,7 @@
 
 #include "desktop/cliptablemodel.h"
 #include "desktop/theme.h"
+#include "host/mvtheme.h"
 
 #include <QContextMenuEvent>
 #include <QHeaderView>
@@ -9,6 +10,8 @@
 #include <QResizeEvent>
 #include <QStyledItemDelegate>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace
@@ -16,6 +19,7 @@ namespace
 // Narrower than the narrowest column that a layout gives, wide enough to be found and dragged.
 constexpr int MinSectionPx = 16;
 constexpr int MinRows = 3;
+constexpr int MinutesLength = 5; // of "00:00"
 constexpr const char* EmptyHint = "Press I and O on the timeline, then + to save a clip.";
 
 // Rows are selected whole, so no cell shows a focus of its own. A colour is a chip with its name on it,
@@ -105,6 +109,7 @@ ClipTableView::ClipTableView(QWidget* pParent)
     setAlternatingRowColors(true);
     setWordWrap(false);
     setTextElideMode(Qt::ElideRight);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     setItemDelegate(new CellDelegate(this));
     setAccessibleName("Saved clips");
     setAccessibleDescription(EmptyHint);
@@ -130,6 +135,26 @@ void ClipTableView::ApplyTextScale()
                      2 * frameWidth());
 }
 
+// The narrowest columns that a layout gives hold minutes and seconds at 100 % text scale.
+int ClipTableView::WidthForTimesPx(const std::vector<double>& Fractions) const
+{
+    constexpr std::array columns = {ClipTableModel::InColumn, ClipTableModel::OutColumn,
+                                    ClipTableModel::LenColumn};
+    const auto* const pClips = qobject_cast<const ClipTableModel*>(model());
+    double widthPx = 0.0;
+    for (const int column : columns)
+    {
+        const int length = pClips != nullptr ? pClips->LongestText(column) : 0;
+        const double fraction = Fractions[static_cast<std::size_t>(column)];
+        if (fraction > 0.0 && (length > MinutesLength || MvTheme::TextScale() > 1.0))
+        {
+            const int textPx = fontMetrics().horizontalAdvance(QString(length, '0'));
+            widthPx = std::max(widthPx, (textPx + 2 * CellPaddingPx()) / fraction);
+        }
+    }
+    return static_cast<int>(std::ceil(widthPx));
+}
+
 void ClipTableView::ApplyFractions(const std::vector<double>& Fractions)
 {
     const int columns = horizontalHeader()->count();
@@ -137,7 +162,7 @@ void ClipTableView::ApplyFractions(const std::vector<double>& Fractions)
     {
         return;
     }
-    const int widthPx = viewport()->width();
+    const int widthPx = std::max(viewport()->width(), WidthForTimesPx(Fractions));
     double rightFraction = 0.0;
     int leftPx = 0;
     for (int column = 0; column < columns; ++column)

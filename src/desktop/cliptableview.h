@@ -21,6 +21,9 @@ public:
 
     /// Divides the viewport's width among the columns, to the pixel. Until the next call the user may
     /// drag a column. A wrong number of fractions changes nothing.
+    ///
+    /// Where large text or long times would be cut in their columns, the columns together get the width
+    /// that these need, in the same fractions, and the table scrolls sideways.
     void ApplyFractions(const std::vector<double>& Fractions);
     /// The room on each side of a cell's text at the current text scale.
     static int CellPaddingPx();
@@ -43,4 +46,5 @@ protected:
 
 private:
     void ApplyTextScale();
+    int WidthForTimesPx(const std::vector<double>& Fractions) const;
 };

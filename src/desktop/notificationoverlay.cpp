@@ -53,10 +53,10 @@ void NotificationOverlay::Arrange()
     int totalPx = -spacingPx;
     for (const NotificationCard* const card : Cards)
     {
-        heightsPx.push_back(card->HeightForPx(widthPx));
+        heightsPx.push_back(std::min(card->HeightForPx(widthPx), std::max(area.height(), 1)));
         totalPx += heightsPx.back() + spacingPx;
     }
-    // The newest stays even where it is too large itself.
+    // The newest stays even where it is too large itself: its text is shortened.
     if (Cards.size() > 1 && totalPx > area.height())
     {
         Remove(Cards.front());

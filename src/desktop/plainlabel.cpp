@@ -30,6 +30,27 @@ qreal LayOutLines(QTextLayout& Layout, int WidthPx)
     return heightPx;
 }
 
+// What does not fit into the height is left out at the end of the last line that does.
+void DrawLines(QPainter& Painter, const QTextLayout& Layout, QSize Room)
+{
+    const auto bottomPx = [&](int Line)
+    { return Layout.lineAt(Line).y() + Layout.lineAt(Line).height(); };
+    for (int i = 0; i < Layout.lineCount(); ++i)
+    {
+        const QTextLine line = Layout.lineAt(i);
+        if (i + 1 < Layout.lineCount() && std::floor(bottomPx(i + 1)) > Room.height())
+        {
+            const QString rest = Layout.text().mid(line.textStart()).simplified();
+            const QFontMetrics metrics(Layout.font());
+            Painter.setFont(Layout.font());
+            Painter.drawText(QPointF(0.0, line.y() + line.ascent()),
+                             metrics.elidedText(rest, Qt::ElideRight, Room.width()));
+            return;
+        }
+        line.draw(&Painter, {0.0, 0.0});
+    }
+}
+
 QString WithLineBreaks(QString Text)
 {
     return Text.replace('\n', QChar::LineSeparator);
@@ -101,7 +122,7 @@ void PlainLabel::paintEvent(QPaintEvent* /*pEvent*/)
     }
     QTextLayout layout(WithLineBreaks(text()), font());
     LayOutLines(layout, width());
-    layout.draw(&painter, {0.0, 0.0});
+    DrawLines(painter, layout, size());
 }
 
 void PlainLabel::resizeEvent(QResizeEvent* pEvent)
@@ -125,10 +146,15 @@ QString PlainLabel::ElidedText() const
     return fontMetrics().elidedText(OnOneLine(text()), Qt::ElideMiddle, width());
 }
 
+bool PlainLabel::IsTextLeftOut() const
+{
+    return WhenTooLong == Overflow::ElideMiddle ? ElidedText() != OnOneLine(text())
+                                                : heightForWidth(width()) > height();
+}
+
 void PlainLabel::UpdateToolTip()
 {
-    const bool bLeftOut = WhenTooLong == Overflow::ElideMiddle && ElidedText() != OnOneLine(text());
-    setToolTip(bLeftOut ? PlainToolTip(text()) : QString());
+    setToolTip(IsTextLeftOut() ? PlainToolTip(text()) : QString());
 }
 
 QString PlainToolTip(const QString& Text)

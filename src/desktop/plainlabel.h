@@ -2,7 +2,8 @@
 // markup, and never cut off.
 //
 // What has no room is either left out in the middle of the line or put on further lines, between words
-// where possible. UI thread only.
+// where possible. Where the lines have no room either, the last that has ends with an ellipsis. While
+// something is left out, the tooltip has all of the text. UI thread only.
 
 #pragma once
 
@@ -15,7 +16,7 @@ class PlainLabel : public QLabel
 public:
     enum class Overflow
     {
-        ElideMiddle, ///< one line; the tooltip has all of it while some is left out
+        ElideMiddle, ///< one line
         Wrap,        ///< as many lines as it takes
     };
 
@@ -36,6 +37,7 @@ protected:
 
 private:
     QString ElidedText() const;
+    bool IsTextLeftOut() const;
     void UpdateToolTip();
 
     Overflow WhenTooLong;

@@ -116,10 +116,10 @@ int HeightOfLanes(int LaneCount)
     return static_cast<int>(std::ceil(rows.Lanes.top() + LaneCount * rows.LanePitchPx + Scaled(4)));
 }
 
-void TimelineIndex::PlaceClips(const std::vector<TimelineClip>& Clips, int LaneCount)
+void TimelineIndex::PlaceClips(const QList<TimelineClip>& Clips, int LaneCount)
 {
     std::vector<PlacedClip> placed;
-    for (std::size_t i = 0; i < Clips.size(); ++i)
+    for (std::size_t i = 0; i < static_cast<std::size_t>(Clips.size()); ++i)
     {
         const double aSec = Clips[i].StartSec;
         const double bSec = Clips[i].EndSec;

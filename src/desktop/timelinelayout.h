@@ -53,7 +53,7 @@ class TimelineIndex
 public:
     /// Spreads the clips over the lanes so that none covers another while lanes are free; what finds
     /// none free goes where it covers least. What has no finite time is left out.
-    void PlaceClips(const std::vector<TimelineClip>& Clips, int LaneCount);
+    void PlaceClips(const QList<TimelineClip>& Clips, int LaneCount);
     void SortMarkers(const std::vector<TimelineMarker>& Markers);
 
     int LaneCount() const { return static_cast<int>(Lanes.size()); }

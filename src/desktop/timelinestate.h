@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QColor>
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -42,7 +43,7 @@ struct TimelineState
     std::optional<double> PendingInSec;  ///< In was set and Out was not yet
     std::optional<double> PendingOutSec; ///< Out was set and In was not yet
     std::vector<TimelineMarker> Markers;
-    std::vector<TimelineClip> Clips;
+    QList<TimelineClip> Clips; ///< shared between copies, and then compared without a look at each
 
     bool operator==(const TimelineState&) const = default;
 };

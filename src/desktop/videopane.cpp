@@ -34,23 +34,6 @@ std::vector<TimelineMarker> MarkersOf(const MvTimeControl& Timeline)
     }
     return markers;
 }
-
-std::vector<TimelineClip> ClipsOf(const MvClipControlPanel& Panel, const std::string& SourcePath)
-{
-    std::vector<TimelineClip> clips;
-    const int selectedRow = Panel.SelectedClipIndex();
-    for (std::size_t i = 0; i < Panel.Clips.size(); ++i)
-    {
-        const MvClipControlPanel::SavedClip& clip = Panel.Clips[i];
-        if (clip.SourcePath == SourcePath)
-        {
-            clips.push_back({static_cast<int>(i), QString::fromStdString(clip.Name),
-                             ColorOf(clip.ColorR, clip.ColorG, clip.ColorB, clip.ColorA),
-                             clip.StartSec, clip.EndSec, static_cast<int>(i) == selectedRow});
-        }
-    }
-    return clips;
-}
 } // namespace
 
 VideoPane::VideoPane(Session& NewRunning,
@@ -155,7 +138,7 @@ void VideoPane::SyncFromHost()
     pTimeline->SetState(MakeTimelineState());
 }
 
-TimelineState VideoPane::MakeTimelineState() const
+TimelineState VideoPane::MakeTimelineState()
 {
     const MvTimeControl& timeline = Document.Timeline();
     TimelineState state;
@@ -172,6 +155,6 @@ TimelineState VideoPane::MakeTimelineState() const
     state.PendingInSec = Document.PendingInSec();
     state.PendingOutSec = Document.PendingOutSec();
     state.Markers = MarkersOf(timeline);
-    state.Clips = ClipsOf(Running.Panel(), Document.pVideo->FilePath);
+    state.Clips = ShownClips.Of(Running.Panel(), Document.pVideo->FilePath);
     return state;
 }

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "desktop/timelinestate.h"
+#include "desktop/timelineclips.h"
 #include "desktop/videosurface.h"
 
 #include <QString>
@@ -51,13 +51,14 @@ protected:
 
 private:
     void OpenNow(const QString& Path);
-    TimelineState MakeTimelineState() const;
+    TimelineState MakeTimelineState();
 
     Session& Running;
     VideoDocument& Document;
     std::unique_ptr<VideoSurface> Surface;
     TransportBar* pTransport;
     TimelineWidget* pTimeline;
+    TimelineClips ShownClips;
     QString WaitingPath; ///< to be opened when the surface is ready
     QString OpenError;   ///< why the last file could not be opened
 };
