@@ -1,21 +1,18 @@
 #include "media/mpvvideo.h"
 
 #include "media/mediafile.h"
+#include "media/mpvnode.h"
+#include "media/openfile.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <mpv/client.h>
-#include <string_view>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 namespace
@@ -89,94 +86,6 @@ std::string ReasonForNoHandle()
                std::string(locale) + ": set LC_NUMERIC to C.";
     }
     return "The video player can't start: free some memory and try again.";
-}
-
-// Why no player should be asked to open the path; empty when it is a regular file that can be read.
-std::string ReasonNotToOpen(const std::string& Path)
-{
-    if (Path.empty())
-    {
-        return "No file was named: give the path of a video.";
-    }
-    struct stat status = {};
-    // A zero byte would cut the path short and open another file.
-    if (Path.find('\0') != std::string::npos || ::stat(Path.c_str(), &status) != 0)
-    {
-        const int reason = Path.find('\0') != std::string::npos ? ENOENT : errno;
-        if (reason == ENOENT || reason == ENOTDIR)
-        {
-            return Path + " does not exist: check the name.";
-        }
-        return Path + " can't be read (" + std::generic_category().message(reason) +
-               "): check its permissions.";
-    }
-    if (S_ISDIR(status.st_mode))
-    {
-        return Path + " is a folder: choose a video in it.";
-    }
-    if (!S_ISREG(status.st_mode))
-    {
-        return Path + " is not a regular file: choose a video.";
-    }
-    const int file = ::open(Path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-    {
-        return Path + " can't be read (" + std::generic_category().message(errno) +
-               "): check its permissions.";
-    }
-    ::close(file);
-    return {};
-}
-
-const mpv_node* Find(const mpv_node& Map, std::string_view Key)
-{
-    if (Map.format != MPV_FORMAT_NODE_MAP)
-    {
-        return nullptr;
-    }
-    for (int i = 0; i < Map.u.list->num; ++i)
-    {
-        if (Map.u.list->keys[i] == Key)
-        {
-            return &Map.u.list->values[i];
-        }
-    }
-    return nullptr;
-}
-
-std::int64_t UsOf(const mpv_node& Seconds)
-{
-    return Seconds.format == MPV_FORMAT_DOUBLE ? std::llround(Seconds.u.double_ * UsPerSec) : 0;
-}
-
-bool IsTrue(const mpv_node& Flag)
-{
-    return Flag.format == MPV_FORMAT_FLAG && Flag.u.flag != 0;
-}
-
-bool FlagOf(const mpv_node& Map, std::string_view Key)
-{
-    const mpv_node* pValue = Find(Map, Key);
-    return pValue != nullptr && IsTrue(*pValue);
-}
-
-std::int64_t IntOf(const mpv_node& Map, std::string_view Key)
-{
-    const mpv_node* pValue = Find(Map, Key);
-    return pValue != nullptr && pValue->format == MPV_FORMAT_INT64 ? pValue->u.int64 : 0;
-}
-
-double DoubleOf(const mpv_node& Map, std::string_view Key)
-{
-    const mpv_node* pValue = Find(Map, Key);
-    return pValue != nullptr && pValue->format == MPV_FORMAT_DOUBLE ? pValue->u.double_ : 0.0;
-}
-
-bool IsVideoTrack(const mpv_node& Track)
-{
-    const mpv_node* pType = Find(Track, "type");
-    return pType != nullptr && pType->format == MPV_FORMAT_STRING &&
-           std::strcmp(pType->u.string, "video") == 0 && !FlagOf(Track, "albumart");
 }
 } // namespace
 
@@ -649,7 +558,7 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
     switch (About)
     {
     case Topic::Duration:
-        MediaInfo.DurationUs = std::max<std::int64_t>(UsOf(Value), 0);
+        MediaInfo.DurationUs = std::max<std::int64_t>(SecondsAsUs(Value), 0);
         break;
     case Topic::Tracks:
         TakeTracks(Value);
@@ -657,13 +566,13 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
     case Topic::Time:
         if (bFollowing && bPlaying)
         {
-            SetPlayheadUs(UsOf(Value));
+            SetPlayheadUs(SecondsAsUs(Value));
         }
         break;
     case Topic::TimeNow:
         if (bFollowing)
         {
-            SetPlayheadUs(UsOf(Value));
+            SetPlayheadUs(SecondsAsUs(Value));
         }
         break;
     case Topic::End:
