@@ -123,6 +123,14 @@ TEST(UserDirFromText, DoublesNoSlashBelowTheRoot)
     EXPECT_EQ(UserDirFromText("XDG_VIDEOS_DIR=\"$HOME/Videos\"", Key, "/"), "/Videos");
 }
 
+TEST(UserDirFromText, StaysBelowHomeHoweverManySlashesFollow)
+{
+    EXPECT_EQ(UserDirFromText("XDG_VIDEOS_DIR=\"$HOME//Videos\"\n", Key, "/home/ada"),
+              "/home/ada/Videos");
+    EXPECT_EQ(UserDirFromText("XDG_VIDEOS_DIR=\"$HOME//\"\n", Key, "/home/ada"), "/home/ada");
+    EXPECT_EQ(UserDirFromText("XDG_VIDEOS_DIR=\"$HOME//Videos\"\n", Key, "/"), "/Videos");
+}
+
 TEST(UserDirFromText, TakesTheLastValidLine)
 {
     EXPECT_EQ(UserDirFromText("XDG_VIDEOS_DIR=\"/first\"\n"

@@ -20,6 +20,7 @@ public:
     void SetHeaders(const HeaderList& NewHeaders) { Headers = NewHeaders; }
     /// Replaces all rows.
     void SetRows(const RowList& NewRows) { Rows = NewRows; }
+    void SetRows(RowList&& NewRows) { Rows = std::move(NewRows); }
     void AddRow(const Row& NewRow) { Rows.push_back(NewRow); }
     void ClearRows() { Rows.clear(); }
 

@@ -44,11 +44,15 @@ void MvTimeControl::ShowSource(const std::string& Path, double NewDurationSec)
     SourceDurationSec = NewDurationSec;
     if (Path != SourcePath)
     {
+        // All that can fail comes first: halfway, the marking of a source would be lost.
+        std::string newSourcePath = Path;
+        Marking& earlier = MarkingOfHiddenSources[SourcePath];
+        Marking& next = MarkingOfHiddenSources[newSourcePath];
         Current.Markers = std::move(Markers);
-        MarkingOfHiddenSources[SourcePath] = std::move(Current);
-        Current = std::exchange(MarkingOfHiddenSources[Path], {});
+        earlier = std::move(Current);
+        Current = std::exchange(next, {});
         Markers = std::move(Current.Markers);
-        SourcePath = Path;
+        SourcePath = std::move(newSourcePath);
         TimeSec = 0.0;
     }
     Changed.emit();

@@ -74,7 +74,9 @@ ValueOfLine(const std::string& Line, const std::string& Key, const std::string& 
     const bool bFromHome = Line.compare(quoteAt, 6, "\"$HOME") == 0;
     if (bFromHome && (value->size() == 5 || (*value)[5] == '/'))
     {
-        const std::string inHome = value->substr(std::min<std::size_t>(6, value->size()));
+        // Without its slashes in front: joined with one it would be a path from the root.
+        const std::string inHome =
+            value->substr(std::min(value->find_first_not_of('/', 5), value->size()));
         return WithoutSlashesAtEnd((fs::path(Home) / inHome).native());
     }
     return value->starts_with('/') ? std::optional(WithoutSlashesAtEnd(*value)) : std::nullopt;

@@ -180,6 +180,7 @@ void SeekVideoToSec(MvVideo& Video, double Sec)
 std::string FormatSeconds(double Sec)
 {
     std::ostringstream text;
+    text.exceptions(std::ios::badbit); // where memory runs out no cut number must reach ffmpeg
     text << std::fixed << std::setprecision(3) << Sec;
     return text.str();
 }
@@ -555,6 +556,7 @@ void MvClipControlPanel::UpdateLiveLabels()
         else
         {
             std::ostringstream text;
+            text.exceptions(std::ios::badbit); // where memory runs out no text is cut in silence
             text << "Markers: " << timeline->Markers.size()
                  << "   Current: " << FormatTimeLabel(timeline->DisplayedTimeSec());
             pMarkersLabel->Text = text.str();
@@ -586,10 +588,16 @@ void MvClipControlPanel::RebuildTableModel()
     rows.reserve(Clips.size());
     for (const SavedClip& clip : Clips)
     {
-        rows.push_back({clip.Name, FormatTimeLabel(clip.StartSec), FormatTimeLabel(clip.EndSec),
-                        FormatTimeLabel(ClipLengthSec(clip)), clip.ColorName, clip.SourceLabel});
+        MvTableModel::Row& row = rows.emplace_back();
+        row.reserve(ColumnCount);
+        row.push_back(clip.Name);
+        row.push_back(FormatTimeLabel(clip.StartSec));
+        row.push_back(FormatTimeLabel(clip.EndSec));
+        row.push_back(FormatTimeLabel(ClipLengthSec(clip)));
+        row.push_back(clip.ColorName);
+        row.push_back(clip.SourceLabel);
     }
-    TableModel->SetRows(rows);
+    TableModel->SetRows(std::move(rows));
     UpdateTableColumnLayout();
 }
 
@@ -853,17 +861,14 @@ bool MvClipControlPanel::EnsureClipSourceLoaded(const SavedClip& Clip, MvVideoWi
 std::string MvClipControlPanel::ShellQuote(const std::string& Text)
 {
     std::string quoted = "'";
-    for (const char c : Text)
+    std::size_t from = 0;
+    for (std::size_t at = Text.find('\''); at != std::string::npos; at = Text.find('\'', from))
     {
-        if (c == '\'')
-        {
-            quoted += R"('"'"')"; // close the quote, a double-quoted apostrophe, reopen the quote
-        }
-        else
-        {
-            quoted += c;
-        }
+        quoted.append(Text, from, at - from);
+        quoted += R"('"'"')"; // close the quote, a double-quoted apostrophe, reopen the quote
+        from = at + 1;
     }
+    quoted.append(Text, from);
     quoted += '\'';
     return quoted;
 }
@@ -905,15 +910,16 @@ std::filesystem::path MvClipControlPanel::BuildClipExportPath(const std::string&
         return {};
     }
     const std::string safeStem = SanitizeFileStem(ClipName);
+    const std::string folder = clipsDir / ""; // ends with the slash
     for (int index = 0; index <= 9999; ++index)
     {
         // Meant so: a longer name is cut to what the buffer holds, its extension first, and used.
         std::array<char, 64> buf{};
         std::snprintf(buf.data(), buf.size(), "clip_%05d_%s.mkv", index, safeStem.c_str());
-        std::filesystem::path candidate = clipsDir / buf.data();
+        std::filesystem::path candidate = folder + buf.data();
         if (!std::filesystem::exists(candidate, ec))
         {
-            OutFileName = candidate.filename().string();
+            OutFileName = buf.data();
             return candidate;
         }
     }
