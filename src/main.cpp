@@ -15,6 +15,7 @@ int main(int argc, char** argv)
     {
         OpenMissingStandardStreams();
         SurviveBrokenPipes();
+        LearnHowChildrenEnd();
         KeepDecimalPoint();
         LogToStandardError();
         const CommandLine commandLine = ParseCommandLine(argc, argv);

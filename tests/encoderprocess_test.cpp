@@ -54,6 +54,14 @@ bool IsAlive(pid_t Pid)
     return !stat.empty() && stat.find(") Z ") == std::string::npos;
 }
 
+std::string ChildrenOf(pid_t Pid)
+{
+    const std::string number = std::to_string(Pid);
+    std::ostringstream text;
+    text << std::ifstream("/proc/" + number + "/task/" + number + "/children").rdbuf();
+    return text.str();
+}
+
 // For a shell that waits without a child of its own, until somebody writes to the pipe $0.
 constexpr const char* Waiting = "read line < \"$0\"";
 
@@ -260,6 +268,19 @@ TEST_F(EncoderProcessTest, EndsTheChildrenOfTheEncoder)
     const pid_t child = NumberIn("child");
     EXPECT_EQ(EndEncoder(Output, Deadline), EncoderEnd::InOrder);
     EXPECT_FALSE(IsAlive(child));
+    EXPECT_NE(Status(), 0);
+}
+
+// A child that a script has forked has the script's command line until it runs a program of its own;
+// here it never does, so that every look finds it like that.
+TEST_F(EncoderProcessTest, DoesNotTakeAForkOfAScriptForTheEncoder)
+{
+    Run(Encode(Script("echo $$ > " + Quoted((Folder.Path() / "script number").string()) +
+                      "\nwhile :; do (read line < " + Quoted(Pipe()) + "); done\n")));
+    const pid_t script = NumberIn("script number");
+    ASSERT_TRUE(Becomes([&] { return !ChildrenOf(script).empty(); }));
+    EXPECT_EQ(WaitForEncoder().Pid(), script);
+    EXPECT_EQ(EndEncoder(Output), EncoderEnd::InOrder);
     EXPECT_NE(Status(), 0);
 }
 

@@ -4,10 +4,14 @@
 #include "media/mpvvideo.h"
 
 #include "fakes/tempfolder.h"
+#include "fakes/tinydisk.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace
@@ -98,5 +102,48 @@ TEST(MpvVideo, TakesTheLengthForUnknownWhereTheFileDoesNotTellIt)
         ASSERT_NE(video, nullptr) << error;
         ASSERT_TRUE(video->Open(path, error)) << error;
         EXPECT_EQ(video->pMediaInfo->DurationUs, 0);
+    }
+}
+
+TEST(IsCutShort, IsFalseForAFinishedOneAndForOtherFiles)
+{
+    const TempFolder place;
+    EXPECT_FALSE(IsCutShort(MakeFile(place, Picture, "finished.mkv")));
+    EXPECT_FALSE(IsCutShort(MakeFile(place, Picture, "other.ts")));
+    EXPECT_FALSE(IsCutShort((place.Path() / "absent.mkv").native()));
+    EXPECT_FALSE(IsCutShort(place.Path().native()));
+}
+
+TEST(IsCutShort, IsTrueForAnEmptyFileOnAFullDiskAlone)
+{
+    const TempFolder place;
+    const std::filesystem::path folder = place.Path() / "disk";
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "empty.mkv").close();
+    EXPECT_FALSE(IsCutShort((folder / "empty.mkv").native()));
+    const TinyDisk disk(folder, "4k");
+    if (!disk.IsMounted())
+    {
+        GTEST_SKIP() << "a disk of its own can't be mounted here";
+    }
+    std::ofstream(folder / "filler") << std::string(4096, 'x');
+    std::ofstream(folder / "empty.mkv").close();
+    EXPECT_TRUE(IsCutShort((folder / "empty.mkv").native()));
+}
+
+TEST(IsCutShort, IsTrueForOneThatDoesNotSayHowLongItIs)
+{
+    const TempFolder place;
+    EXPECT_TRUE(IsCutShort(MakePiped(place)));
+}
+
+TEST(IsCutShort, IsTrueWhereverTheFileIsCut)
+{
+    const TempFolder place;
+    const std::string path = MakeFile(place, Picture, "cut.mkv");
+    for (std::uintmax_t size = std::filesystem::file_size(path) - 1; size >= 4; size = size * 3 / 4)
+    {
+        std::filesystem::resize_file(path, size);
+        EXPECT_TRUE(IsCutShort(path)) << size;
     }
 }

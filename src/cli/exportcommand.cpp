@@ -333,6 +333,11 @@ private:
         }
         if (panel.bExportResultSuccess) // written by this thread alone
         {
+            if (IsCutShort(file.native()))
+            {
+                return {name, false, "",
+                        file.native() + " is cut short: make room on its disk and export again."};
+            }
             if (IsMatroskaWithoutPicture(file.native()))
             {
                 std::error_code ec;

@@ -42,6 +42,11 @@ void SurviveBrokenPipes()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+void LearnHowChildrenEnd()
+{
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
 void PointStandardInputAtNull()
 {
     const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);

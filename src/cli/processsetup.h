@@ -15,6 +15,10 @@ void OpenMissingStandardStreams();
 /// would stay ignored in the programs that are run.
 void SurviveBrokenPipes();
 
+/// Takes back that SIGCHLD is ignored, which a caller may have handed down: nobody could learn how an
+/// ffmpeg ended then, and every export would count as failed.
+void LearnHowChildrenEnd();
+
 /// Turns standard input to /dev/null: ffmpeg would read the terminal and take what is typed for
 /// commands.
 void PointStandardInputAtNull();

@@ -109,13 +109,20 @@ int DepthBelow(pid_t Ancestor, pid_t Pid, const std::map<pid_t, ProcessInfo>& Pr
     return depth;
 }
 
+// Its arguments, each with a zero byte behind it.
+std::string CommandLineOf(pid_t Pid)
+{
+    return ReadAll(ProcFolder(Pid) / "cmdline");
+}
+
 // True when the command line ends with the argument. The shell of the export holds the whole command
 // in one argument, so it is not meant by this.
-bool LastArgumentIs(pid_t Pid, const std::string& Argument)
+bool LastArgumentIs(const std::string& CommandLine, const std::string& Argument)
 {
     const std::string ending = '\0' + Argument + '\0';
-    return ReadAll(ProcFolder(Pid) / "cmdline").ends_with(ending);
+    return CommandLine.ends_with(ending);
 }
+
 // By system call: the C library's header for these can't be linked from C++ (glibc 2.36).
 int OpenProcess(pid_t Pid)
 {
@@ -255,19 +262,21 @@ bool EncoderProcess::Collect()
         }
     };
 
-    // The deepest match is the encoder, a match above it is a script that runs it.
+    // The deepest match is the encoder, a match above it is a script that runs it. One with its parent's
+    // very command line is no program of its own, but a part of a script, or yet to become one.
     int encoderDepth = 0;
     std::vector<pid_t> matches;
     for (const auto& [pid, info] : processes)
     {
         const int depth = DepthBelow(::getpid(), pid, processes);
-        if (depth <= 0 || !LastArgumentIs(pid, OutputPath))
+        const std::string commandLine = depth > 0 ? CommandLineOf(pid) : std::string();
+        if (!LastArgumentIs(commandLine, OutputPath))
         {
             continue;
         }
         add(pid, info);
         matches.push_back(pid);
-        if (depth > encoderDepth)
+        if (depth > encoderDepth && commandLine != CommandLineOf(info.Parent))
         {
             encoderDepth = depth;
             EncoderPid = pid;

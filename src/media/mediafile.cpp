@@ -6,9 +6,15 @@ extern "C"
 }
 
 #include <array>
+#include <bit>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <istream>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace
 {
@@ -37,6 +43,20 @@ bool BeginsLikeMatroska(const std::string& Path)
     std::array<char, 4> begin = {};
     std::ifstream(Path, std::ios::binary).read(begin.data(), begin.size());
     return std::string_view(begin.data(), begin.size()) == "\x1A\x45\xDF\xA3";
+}
+// The size of an element, which stands behind its ID (RFC 8794, 4 and 6): the leading zeros of its first
+// byte tell its length, and all ones an unknown size. None also where the file ends.
+std::optional<std::uint64_t> ReadElementSize(std::istream& File)
+{
+    const auto first = static_cast<std::uint8_t>(File.get());
+    const int length = std::countl_zero(first) + 1;
+    std::uint64_t size = first & (0xFFU >> static_cast<unsigned>(length));
+    for (int i = 1; i < length; ++i)
+    {
+        size = size << 8U | static_cast<std::uint8_t>(File.get());
+    }
+    const std::uint64_t unknown = (std::uint64_t{1} << (7U * static_cast<unsigned>(length))) - 1;
+    return File.good() && size != unknown ? std::optional(size) : std::nullopt;
 }
 } // namespace
 
@@ -67,4 +87,30 @@ bool IsMatroskaWithoutPicture(const std::string& Path)
         }
     }
     return true;
+}
+
+bool IsCutShort(const std::string& Path)
+{
+    std::error_code ec;
+    const std::uint64_t fileSize = std::filesystem::file_size(Path, ec);
+    if (!ec && fileSize == 0)
+    {
+        return std::filesystem::space(Path, ec).available == 0;
+    }
+    if (!BeginsLikeMatroska(Path))
+    {
+        return false;
+    }
+    // The header, then the segment with everything else in it; their IDs have four bytes each.
+    std::ifstream file(Path, std::ios::binary);
+    file.seekg(4);
+    const std::optional<std::uint64_t> headerSize = ReadElementSize(file);
+    if (!headerSize.has_value())
+    {
+        return true;
+    }
+    file.seekg(static_cast<std::streamoff>(*headerSize) + 4, std::ios::cur);
+    const std::optional<std::uint64_t> segmentSize = ReadElementSize(file);
+    return !segmentSize.has_value() ||
+           *segmentSize > fileSize - static_cast<std::uint64_t>(file.tellg());
 }

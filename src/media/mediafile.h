@@ -15,3 +15,8 @@ bool IsMatroskaWithoutDuration(const std::string& Path);
 /// and leaves such a file when In lies where the source has no pictures any more. False for files of
 /// other kinds, whatever they hold.
 bool IsMatroskaWithoutPicture(const std::string& Path);
+
+/// Whether the file lacks its end: a Matroska one that says that it is longer than it is, or does not
+/// say how long; or an empty file on a disk without room. On a disk that gets full with the last bytes
+/// ffmpeg ends well and leaves such a file. False for files of other kinds.
+bool IsCutShort(const std::string& Path);

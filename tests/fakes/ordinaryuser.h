@@ -1,0 +1,66 @@
+// A piece of work as a user to whom file modes and limits apply, also when the tests run as root.
+
+#pragma once
+
+#include <array>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// Runs Work in a child process and returns its text; that of an exception begins with "thrown: ".
+///
+/// Under root the child becomes nobody, and Folder with all that is in it becomes nobody's. To be called
+/// while the process has no other thread.
+inline std::string TextFromOrdinaryUser(const std::filesystem::path& Folder,
+                                        const std::function<std::string()>& Work)
+{
+    std::array<int, 2> toParent = {-1, -1};
+    if (pipe(toParent.data()) != 0)
+    {
+        return "no pipe";
+    }
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        close(toParent[0]);
+        constexpr uid_t Nobody = 65534;
+        std::string text;
+        try
+        {
+            bool bIsOrdinary = geteuid() != 0;
+            if (!bIsOrdinary)
+            {
+                for (const auto& entry : std::filesystem::recursive_directory_iterator(Folder))
+                {
+                    bIsOrdinary = lchown(entry.path().c_str(), Nobody, Nobody) == 0;
+                }
+                bIsOrdinary = lchown(Folder.c_str(), Nobody, Nobody) == 0 &&
+                              setgroups(0, nullptr) == 0 && setgid(Nobody) == 0 &&
+                              setuid(Nobody) == 0;
+            }
+            text = bIsOrdinary ? Work() : "can't become nobody";
+        }
+        catch (const std::exception& error)
+        {
+            text = std::string("thrown: ") + error.what();
+        }
+        const bool bTold =
+            write(toParent[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+        _exit(bTold ? 0 : 1);
+    }
+    close(toParent[1]);
+    std::string text;
+    std::array<char, 4096> buffer = {};
+    for (ssize_t size = 0; (size = read(toParent[0], buffer.data(), buffer.size())) > 0;)
+    {
+        text.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+    close(toParent[0]);
+    waitpid(child, nullptr, 0);
+    return text;
+}
