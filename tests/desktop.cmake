@@ -64,3 +64,15 @@ add_test(NAME xserver_smoke
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/xserver_smoke_test.sh
         $<TARGET_FILE:movane> $<TARGET_FILE:xdndsource> $<TARGET_FILE:awaitpixel>)
 set_tests_properties(xserver_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" RESOURCE_LOCK xvfb TIMEOUT 120 SKIP_RETURN_CODE 77)
+
+# The program itself, with a person at its keys: a plugin that it loads.
+add_library(typist MODULE typist.cpp)
+movane_settings(typist)
+target_compile_definitions(typist PRIVATE QT_NO_KEYWORDS)
+set_target_properties(typist PROPERTIES
+    AUTOMOC ON PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/plugins/generic)
+target_link_libraries(typist PRIVATE Qt6::Widgets Qt6::Test)
+movane_test(desktop_program_test SOURCES desktop_program_test.cpp)
+target_compile_definitions(desktop_program_test PRIVATE
+    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins")
+add_dependencies(desktop_program_test movane typist)

@@ -3,13 +3,19 @@
 #include "desktop/actionset.h"
 #include "desktop/actiontable.h"
 #include "desktop/commands.h"
+#include "desktop/pathtext.h"
 #include "desktop/session.h"
+#include "desktop/widgetkeys.h"
 #include "media/mpvvideo.h"
 
 #include <QFile>
 #include <QLineEdit>
 #include <QMap>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTableWidget>
 #include <QTest>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace
@@ -110,6 +116,97 @@ private Q_SLOTS:
         window.Other.setFocus();
         QTest::keyClick(&window.Other, Qt::Key_G);
         QCOMPARE(requests, 1);
+    }
+
+    void AFocusedButtonIsPressedBySpaceAndReturn_data()
+    {
+        QTest::addColumn<Qt::Key>("Key");
+        QTest::newRow("Space") << Qt::Key_Space;
+        QTest::newRow("Return") << Qt::Key_Return;
+        QTest::newRow("Enter") << Qt::Key_Enter;
+    }
+
+    void AFocusedButtonIsPressedBySpaceAndReturn()
+    {
+        QFETCH(Qt::Key, Key);
+        Session session([](std::string&) { return std::unique_ptr<MpvVideo>(); });
+        Commands commands(session);
+        FieldWindow window(commands);
+        WidgetKeys keys;
+        qApp->installEventFilter(&keys);
+        QToolButton button;
+        window.layout()->addWidget(&button);
+        button.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const QSignalSpy pressed(&button, &QToolButton::clicked);
+        const QSignalSpy played(window.Actions.Get(ActionId::PlayPause), &QAction::triggered);
+        button.setFocus();
+        QTest::keyClick(&button, Key);
+        QCOMPARE(pressed.count(), 1);
+        QCOMPARE(played.count(), 0);
+    }
+
+    void AFocusedSliderTakesTheArrows()
+    {
+        Session session([](std::string&) { return std::unique_ptr<MpvVideo>(); });
+        Commands commands(session);
+        FieldWindow window(commands);
+        WidgetKeys keys;
+        qApp->installEventFilter(&keys);
+        QSlider slider(Qt::Horizontal);
+        window.layout()->addWidget(&slider);
+        slider.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        slider.setFocus();
+        QTest::keyClick(&slider, Qt::Key_Right);
+        QCOMPARE(slider.value(), 1);
+    }
+
+    void AFocusedTableTurnsItsPages()
+    {
+        Session session([](std::string&) { return std::unique_ptr<MpvVideo>(); });
+        Commands commands(session);
+        FieldWindow window(commands);
+        WidgetKeys keys;
+        qApp->installEventFilter(&keys);
+        QTableWidget table(200, 1);
+        table.setMinimumHeight(300);
+        window.layout()->addWidget(&table);
+        table.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCoreApplication::processEvents();
+        table.setFocus();
+        table.setCurrentCell(0, 0);
+        QTest::keyClick(&table, Qt::Key_PageDown);
+        QVERIFY(table.currentRow() > 1);
+    }
+
+    void ATextFieldKeepsNoKeyWithControlButThoseThatMoveInIt()
+    {
+        Session session([](std::string&) { return std::unique_ptr<MpvVideo>(); });
+        Commands commands(session);
+        FieldWindow window(commands);
+        WidgetKeys keys;
+        qApp->installEventFilter(&keys);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.Field.setText("two words");
+        window.Field.setFocus();
+        const QSignalSpy exported(window.Actions.Get(ActionId::ExportClip), &QAction::triggered);
+        QTest::keyClick(&window.Field, Qt::Key_E, Qt::ControlModifier);
+        QCOMPARE(exported.count(), 1);
+        QTest::keyClick(&window.Field, Qt::Key_Left, Qt::ControlModifier);
+        QCOMPARE(window.Field.cursorPosition(), 4);
+    }
+
+    void APathWithAnyBytesComesBackTheSame()
+    {
+        for (const std::string& path :
+             {std::string(), std::string("/a b.mp4"), std::string("/日本語/\xF0\x9F\x8E\xAC.mp4"),
+              std::string("/lat\xE9 日.mp4"), std::string("\xFF\x80\n")})
+        {
+            QCOMPARE(PathBytes(PathText(path)), path);
+            QCOMPARE(PathBytes("/日\U0001F3AC/" + PathText(path)), "/日\xF0\x9F\x8E\xAC/" + path);
+        }
     }
 
     void KeysWithControlActInATextFieldToo()

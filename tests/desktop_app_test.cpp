@@ -4,9 +4,11 @@
 #include "desktop/keyspage.h"
 #include "desktopstage.h"
 
+#include <QDialogButtonBox>
 #include <QInputDialog>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QSlider>
 
@@ -175,18 +177,32 @@ private Q_SLOTS:
         QTRY_COMPARE(stage.ShownFrame(stage.Main()), 61);
     }
 
-    void WhatIsNoTimeIsRefused()
+    void WhatIsNoTimeKeepsTheDialogAndItsText()
     {
         OpenStage stage;
         stage.GoTo(1.0);
+        const QString status = stage.Status();
         stage.Press(Qt::Key_G);
-        auto* const dialog = stage.Open<QInputDialog>();
+        QPointer<QInputDialog> dialog = stage.Open<QInputDialog>();
         QVERIFY(dialog != nullptr);
         QVERIFY(QTest::qWaitForWindowActive(dialog));
-        QTest::keyClicks(QApplication::focusWidget(), "noon");
+        const QPushButton& ok =
+            *dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+        QVERIFY(ok.isEnabled()); // the time that is there
+        QTest::keyClicks(QApplication::focusWidget(), "1:75");
+        QVERIFY(!ok.isEnabled());
         stage.Press(Qt::Key_Return);
-        QTRY_VERIFY(stage.Status().startsWith("\"noon\" is not a time"));
+        QVERIFY(dialog != nullptr && dialog->isVisible());
+        QCOMPARE(dialog->textValue(), "1:75");
+        QCOMPARE(stage.Status(), status);
         QVERIFY(stage.IsAt(1.0));
+        stage.Press(Qt::Key_Backspace);
+        stage.Press(Qt::Key_Backspace);
+        QTest::keyClicks(QApplication::focusWidget(), "02");
+        QVERIFY(ok.isEnabled());
+        stage.Press(Qt::Key_Return);
+        QTRY_VERIFY(dialog == nullptr);
+        QCOMPARE(stage.NowSec(), stage.Timeline().DurationSec());
     }
 
     void JKLShuttle()
@@ -217,6 +233,30 @@ private Q_SLOTS:
         stage.Press(Qt::Key_K);
         QVERIFY(!stage.Plays());
         QCOMPARE(document.Speed(), 1.0);
+    }
+
+    void PlayingBackwardGoesOnFromWhereTheUserSeeks()
+    {
+        OpenStage stage;
+        stage.GoTo(1.0);
+        stage.Press(Qt::Key_J);
+        stage.Acts.SeekTo(3.9);
+        QTRY_VERIFY(stage.NowSec() > 3.0 && stage.NowSec() < 3.9);
+        QVERIFY(stage.Document().IsPlayingBackward());
+        stage.Save(2.0, 3.0, "Clip");
+        stage.Acts.JumpToOut();
+        QVERIFY(stage.NowSec() > 2.0);
+        QTRY_VERIFY(stage.NowSec() < 2.9);
+        QVERIFY(stage.NowSec() > 1.5);
+    }
+
+    void AnotherFileStandsStillAfterPlayingBackward()
+    {
+        OpenStage stage;
+        stage.GoTo(3.0);
+        stage.Press(Qt::Key_J);
+        QVERIFY(stage.OpenFile(Environment().Two()));
+        QVERIFY(!stage.Plays());
     }
 
     void PlayingBackwardEndsAtTheStart()
@@ -525,6 +565,64 @@ private Q_SLOTS:
         QVERIFY(stage.IsAt(1.0));
     }
 
+    void AMarkerIsRemovedFromItsMenu()
+    {
+        OpenStage stage;
+        for (const double sec : {1.0, 2.0, 3.0})
+        {
+            stage.GoTo(sec);
+            stage.Press(Qt::Key_M);
+        }
+        TimelineWidget& timeline = stage.Main().Pane().Timeline();
+        const auto openMenu = [&](QPoint Point)
+        {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, Point, timeline.mapToGlobal(Point));
+            QCoreApplication::sendEvent(&timeline, &event);
+            return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        };
+        QVERIFY(openMenu(stage.RulerPoint(stage.Main(), 2.0)) == nullptr);
+        QMenu* const menu = openMenu(FlagsIn(timeline.Picture()).at(1).Flag.center().toPoint());
+        QVERIFY(menu != nullptr);
+        QCOMPARE(menu->actions().size(), 1);
+        QCOMPARE(menu->actions().front()->text(), "Remove marker");
+        menu->actions().front()->trigger();
+        menu->close();
+        stage.Settle();
+        QCOMPARE(stage.Timeline().Markers.size(), std::size_t{2});
+        QCOMPARE(stage.Timeline().Markers[0].TimeSec, 1.0);
+        QCOMPARE(stage.Timeline().Markers[1].TimeSec, 3.0);
+        QCOMPARE(timeline.State().Markers.size(), std::size_t{2});
+        QVERIFY(stage.LabelText("clipMarkers").startsWith("Markers: 2"));
+    }
+
+    void ADraggedEndShowsItsPictureAndThePlayheadGoesBack()
+    {
+        OpenStage stage;
+        stage.Timeline().SetRangeSelection(1.0, 3.0, false);
+        stage.GoTo(2.0);
+        TimelineWidget& timeline = stage.Main().Pane().Timeline();
+        const auto place = [&](double Sec) {
+            return GripRect(timeline.Rows(), timeline.Scale(), RangeEnd::In, Sec)
+                .center()
+                .toPoint();
+        };
+        const auto move = [&](QPoint Point)
+        {
+            QMouseEvent event(QEvent::MouseMove, Point, timeline.mapToGlobal(Point), Qt::NoButton,
+                              Qt::LeftButton, Qt::NoModifier);
+            QCoreApplication::sendEvent(&timeline, &event);
+        };
+        QTest::mousePress(&timeline, Qt::LeftButton, {}, place(1.0));
+        move(place(1.6));
+        QTRY_COMPARE(stage.ShownFrame(stage.Main()), 40);
+        QTest::mouseRelease(&timeline, Qt::LeftButton, {}, place(1.6));
+        QVERIFY(stage.Settle());
+        QCOMPARE(stage.Timeline().RangeStartSec(), 1.6);
+        QCOMPARE(stage.Timeline().RangeEndSec(), 3.0);
+        QTRY_COMPARE(stage.ShownFrame(stage.Main()), 50);
+        QVERIFY(stage.IsAt(2.0));
+    }
+
     // -- View and help
 
     void TheTimelineIsZoomedByKeys()
@@ -539,6 +637,63 @@ private Q_SLOTS:
         QCOMPARE(scale.SpanSec(), zoomedSec);
         stage.Press(Qt::Key_Z, Qt::ShiftModifier);
         QVERIFY(scale.IsWhole());
+    }
+
+    void TheTimelineIsPannedByKeysAndStaysThereWhilePaused()
+    {
+        OpenStage stage;
+        const TimelineScale& scale = stage.Main().Pane().Timeline().Scale();
+        for (int i = 0; i < 4; ++i)
+        {
+            stage.Press(Qt::Key_Plus, Qt::ControlModifier);
+        }
+        const double firstSec = scale.StartSec();
+        stage.Press(Qt::Key_PageDown);
+        QVERIFY(scale.StartSec() > firstSec + scale.SpanSec() / 2.0);
+        QVERIFY(scale.StartSec() < firstSec + scale.SpanSec());
+        QVERIFY(!scale.Shows(stage.NowSec()));
+        stage.Running.Frame();
+        QVERIFY(!scale.Shows(stage.NowSec()));
+        stage.Press(Qt::Key_PageUp);
+        QVERIFY(std::abs(scale.StartSec() - firstSec) < 1e-9);
+        QVERIFY(stage.IsAt(0.0));
+    }
+
+    void MarkersAreGoneToByKeys()
+    {
+        OpenStage stage;
+        for (const double sec : {3.0, 1.0, 2.0})
+        {
+            stage.GoTo(sec);
+            stage.Press(Qt::Key_M);
+        }
+        stage.Press(Qt::Key_PageDown, Qt::ShiftModifier);
+        QVERIFY(stage.IsAt(3.0));
+        QTRY_COMPARE(stage.ShownFrame(stage.Main()), 75);
+        stage.Press(Qt::Key_PageDown, Qt::ShiftModifier); // there is none behind it
+        QVERIFY(stage.IsAt(3.0));
+        stage.Press(Qt::Key_PageUp, Qt::ShiftModifier);
+        stage.Press(Qt::Key_PageUp, Qt::ShiftModifier);
+        QVERIFY(stage.IsAt(1.0));
+        stage.Press(Qt::Key_PageUp, Qt::ShiftModifier);
+        QVERIFY(stage.IsAt(1.0));
+        stage.GoTo(1.52);
+        stage.Press(Qt::Key_PageDown, Qt::ShiftModifier);
+        QVERIFY(stage.IsAt(2.0));
+    }
+
+    void AMarkerBetweenTwoFramesIsPassed()
+    {
+        OpenStage stage;
+        stage.Timeline().Markers.push_back({.TimeSec = 1.0123454, .Label = "odd"});
+        stage.Timeline().Markers.push_back({.TimeSec = 2.0, .Label = "even"});
+        stage.Press(Qt::Key_PageDown, Qt::ShiftModifier);
+        QVERIFY(std::abs(stage.NowSec() - 1.0123454) < 1e-5);
+        stage.Press(Qt::Key_PageDown, Qt::ShiftModifier);
+        QVERIFY(stage.IsAt(2.0));
+        stage.Press(Qt::Key_PageUp, Qt::ShiftModifier);
+        stage.Press(Qt::Key_PageUp, Qt::ShiftModifier);
+        QVERIFY(std::abs(stage.NowSec() - 1.0123454) < 1e-5);
     }
 
     void TheTextIsScaledByKeys()
@@ -567,6 +722,43 @@ private Q_SLOTS:
         QVERIFY(!stage.Main().isFullScreen());
     }
 
+    void EscapeLeavesTheFullScreen()
+    {
+        OpenStage stage;
+        stage.Press(Qt::Key_Escape);
+        QVERIFY(!stage.Main().isFullScreen());
+        stage.Press(Qt::Key_F11);
+        stage.Press(Qt::Key_F2);
+        stage.Press(Qt::Key_Escape); // leaves the field alone
+        QVERIFY(stage.Main().isFullScreen());
+        stage.Press(Qt::Key_Escape);
+        QVERIFY(!stage.Main().isFullScreen());
+        stage.Press(Qt::Key_F11);
+        stage.Table().setFocus();
+        stage.Press(Qt::Key_Escape);
+        QVERIFY(!stage.Main().isFullScreen());
+    }
+
+    void TheKeysPageStaysOpenBesideTheWork()
+    {
+        OpenStage stage;
+        stage.Press(Qt::Key_F1);
+        QPointer<KeysPageDialog> page = stage.Open<KeysPageDialog>();
+        QVERIFY(page != nullptr);
+        QVERIFY(!page->isModal());
+        QVERIFY(QTest::qWaitForWindowActive(page));
+        stage.Main().activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), &stage.Main());
+        stage.Press(Qt::Key_Right);
+        QVERIFY(stage.IsAt(1.0));
+        QVERIFY(page != nullptr && page->isVisible());
+        stage.Press(Qt::Key_F1); // the same one comes to the front
+        QVERIFY(QTest::qWaitForWindowActive(page));
+        stage.Press(Qt::Key_Escape);
+        QTRY_VERIFY(page == nullptr);
+        QVERIFY(stage.Open<KeysPageDialog>() == nullptr);
+    }
+
     void F1AndTheQuestionMarkShowAllKeys()
     {
         OpenStage stage;
@@ -593,6 +785,15 @@ private Q_SLOTS:
     }
 
     // -- Refusals
+
+    void MarkingWithoutAVideoSaysWhatToDo()
+    {
+        DesktopStage stage;
+        stage.Press(Qt::Key_I);
+        QCOMPARE(stage.Status(), "Open a video before setting In.");
+        stage.Press(Qt::Key_O);
+        QCOMPARE(stage.Status(), "Open a video before setting Out.");
+    }
 
     void ARefusalIsThePanelsSentence_data()
     {

@@ -5,6 +5,8 @@
 #include "desktop/notificationcard.h"
 #include "desktopstage.h"
 #include "fakes/fakeffmpeg.h"
+#include "fakes/samplevideo.h"
+#include "media/encoderprocess.h"
 
 #include <QMessageBox>
 #include <QProgressBar>
@@ -47,6 +49,16 @@ struct ExportStage
     EnvironmentGuard Override{"MOVANE_FFMPEG_BIN", Ffmpeg.Path()};
     std::unique_ptr<DesktopStage> pStage;
 };
+
+QStringList TextsOfCards(DesktopStage& Stage)
+{
+    QStringList texts;
+    for (const NotificationCard* const card : Stage.Main().findChildren<NotificationCard*>())
+    {
+        texts.append(card->findChildren<QLabel*>().last()->text());
+    }
+    return texts;
+}
 
 /// An ffmpeg that begins its file and ends only when it is told to, by a line in a pipe beside it.
 struct SlowStage : ExportStage
@@ -131,11 +143,19 @@ private Q_SLOTS:
         QVERIFY(!stage.Bar().isVisible());
         stage.Begin();
         QVERIFY(stage.Bar().isVisible());
-        QTRY_VERIFY(stage.Bar().findChild<QProgressBar*>()->toolTip().startsWith("0:0"));
         stage.LetItEnd();
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
         QVERIFY(!stage.Bar().isVisible());
         QVERIFY(stage.HasOutput());
+    }
+
+    void TheRunningTimeStandsInTheBarBeforeThereIsAPercent()
+    {
+        SlowStage stage;
+        stage.Begin();
+        const QProgressBar& bar = *stage.Bar().findChild<QProgressBar*>();
+        QTRY_COMPARE(bar.text(), "0:01");
+        QCOMPARE(bar.toolTip(), "0:01");
     }
 
     void TheRealEncodersProgressIsShown()
@@ -233,6 +253,90 @@ private Q_SLOTS:
         QCOMPARE(EncoderProblem({}, folders), std::string());
         QCOMPARE(EncoderProblem(QString::fromStdString(ffmpeg.Path()), {}), std::string());
         QVERIFY(!EncoderProblem(folders.front(), folders).empty()); // a folder is no program
+    }
+
+    // -- Files without a picture
+
+    // Neither the encoder nor the panel says that.
+    void AFileWithoutAPictureIsTold()
+    {
+        const TempFolder folder;
+        const std::string source = (folder.Path() / "early.mp4").native();
+        MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=2 -f lavfi -i sine=duration=6 "
+                  "-pix_fmt yuv420p -c:a aac",
+                  source);
+        DesktopStage stage;
+        QVERIFY(stage.OpenFile(source));
+        stage.Save(1.0, 2.5, "Early");
+        stage.Save(3.0, 5.0, "Late");
+        stage.Press(Qt::Key_E);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.Status() == "Exported clip_00000_Late.mkv",
+                                 stage.DeadlineMs);
+        QCOMPARE(TextsOfCards(stage),
+                 QStringList({"Exported clip_00000_Late.mkv",
+                              "clip_00000_Late.mkv holds no picture, for In lies past the last "
+                              "picture of the source: set In earlier and export again."}));
+
+        stage.Press(Qt::Key_Up, Qt::AltModifier);
+        stage.Press(Qt::Key_E);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.Status() == "Exported clip_00000_Early.mkv",
+                                 stage.DeadlineMs);
+        QCOMPARE(TextsOfCards(stage).filter("holds no picture").size(), 1);
+    }
+
+    // -- Exports that go wrong though ffmpeg ends well
+
+    void AFileThatAFullDiskCutsShortIsTold()
+    {
+        const TempFolder folder;
+        const std::string whole = folder.Path() / "whole.mkv";
+        MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=1", whole);
+        ExportStage stage({.OutputCommand = "head -c 5000 '" + whole + "' > \"$out\""});
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QVERIFY(TextsOfCards(*stage.pStage)
+                    .contains("clip_00000_Intro.mkv is cut short: make room on its disk and export "
+                              "again."));
+
+        // It counts as a clip that was not exported.
+        stage->Main().close();
+        QVERIFY(stage->Open<QMessageBox>() != nullptr);
+    }
+
+    void AnExportWhoseJobThrowsIsToldAndTheNextOneWorks()
+    {
+        // A link to itself is an error for whoever looks for the exported file.
+        ExportStage stage({.OutputCommand = "ln -s \"$out\" \"$out\""});
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(stage->Status().startsWith("Clip export failed: "));
+        QVERIFY(!stage->Export.IsRunning());
+        QVERIFY(!stage.Bar().isVisible());
+
+        std::filesystem::remove(stage.Output());
+        FakeFfmpeg(stage.Folder.Path());
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+    }
+
+    // -- The file manager
+
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersReport()
+    {
+        const TempFolder folder;
+        const std::filesystem::path opener = folder.Path() / "xdg-open";
+        const std::filesystem::path told = folder.Path() / "told";
+        WriteFile(opener, "#!/bin/sh\nprintf '%s %s.' \"$1\" \"${FFREPORT-none}\" > '" +
+                              told.native() + "'\n");
+        std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
+        const EnvironmentGuard path("PATH", folder.Path().native() + ":/usr/bin:/bin");
+        QVERIFY(qEnvironmentVariableIsSet("FFREPORT"));
+
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        stage->Click(*stage->Main().findChild<NotificationCard*>()->findChild<QPushButton*>());
+        QTRY_VERIFY(ReadFile(told).ends_with('.'));
+        QCOMPARE(ReadFile(told), Environment().ClipsFolder().native() + " none.");
     }
 
     // -- Stopping
@@ -376,6 +480,186 @@ private Q_SLOTS:
         QVERIFY(stage->Main().isVisible());
         stage->Main().close();
         QVERIFY(!stage->Main().isVisible());
+    }
+
+    void AFailureWhileWaitingToCloseIsSeen()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
+        const QLabel* const note = stage->Main().findChild<QLabel*>("closesAfterExport");
+        QVERIFY(note != nullptr && note->isVisible());
+        std::optional<EncoderProcess> encoder;
+        QTRY_VERIFY((encoder = EncoderProcess::Find(stage.Output().native())).has_value());
+        encoder->AskToEnd(); // from outside: it fails
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Status().startsWith("Clip export failed"));
+        QVERIFY(stage->Main().isVisible());
+        QVERIFY(!note->isVisible());
+        // The wish to close went with it.
+        stage->Activate(stage->Main());
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(stage.IsRunning());
+        stage.LetItEnd();
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Main().isVisible());
+    }
+
+    void StayTakesTheWaitingBack()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
+        stage->Click(*stage.ButtonOf(stage.Close(), "Stay"));
+        QVERIFY(!stage->Main().findChild<QLabel*>("closesAfterExport")->isVisible());
+        stage.LetItEnd();
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Main().isVisible());
+    }
+
+    // -- Clips that would be lost
+
+    void ClosingAsksForClipsThatWereNotExported_data()
+    {
+        QTest::addColumn<QString>("How");
+        for (const char* const how : {"Ctrl+Q", "Ctrl+W", "window"})
+        {
+            QTest::newRow(how) << how;
+        }
+    }
+    void ClosingAsksForClipsThatWereNotExported()
+    {
+        QFETCH(QString, How);
+        ExportStage stage;
+        stage->Save(0.0, 1.0, "B");
+        stage->Save(2.0, 3.0, "C");
+        QSignalSpy closed(&stage->Main(), &VideoWindow::Closed);
+        const auto ask = [&]
+        {
+            if (How == "window")
+            {
+                stage->Main().close();
+            }
+            else
+            {
+                stage->Press(QKeySequence(How));
+            }
+        };
+        ask();
+        QTRY_VERIFY(stage->Open<QMessageBox>() != nullptr);
+        QMessageBox* const question = stage->Open<QMessageBox>();
+        QCOMPARE(question->text(), "3 clips were not exported and will be lost: close anyway?");
+        QCOMPARE(question->defaultButton()->text(), "Stay");
+        QVERIFY(stage->Main().isVisible());
+        QTest::keyClick(question, Qt::Key_Escape);
+        QTRY_VERIFY(stage->Open<QMessageBox>() == nullptr);
+        QVERIFY(stage->Main().isVisible());
+        QCOMPARE(closed.count(), 0);
+
+        stage->Activate(stage->Main());
+        ask();
+        QTRY_VERIFY(stage->Open<QMessageBox>() != nullptr);
+        stage->Click(*SlowStage::ButtonOf(stage->Open<QMessageBox>(), "Close"));
+        QTRY_COMPARE(closed.count(), 1);
+        QVERIFY(!stage->Main().isVisible());
+    }
+
+    void ClosingDoesNotAskWithoutClipsOrWhenAllWereExported()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        stage->Main().close();
+        QVERIFY(!stage->Main().isVisible());
+        QVERIFY(stage->Open<QMessageBox>() == nullptr);
+
+        DesktopStage empty;
+        empty.Main().close();
+        QVERIFY(!empty.Main().isVisible());
+    }
+
+    void AClipThatWasRenamedAfterItsExportCountsAsNotExported()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        stage->Press(Qt::Key_F2);
+        QTest::keyClicks(&stage->NameField(), "Outro");
+        stage->Press(Qt::Key_Return);
+        stage->Main().close();
+        QMessageBox* const question = stage->Open<QMessageBox>();
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->text(), "1 clip was not exported and will be lost: close anyway?");
+    }
+
+    void AFailedExportIsNoExport()
+    {
+        ExportStage stage({.ExitCode = 1, .ErrorText = "disk full\n"});
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage->Status(), "Clip export failed: disk full");
+        stage->Main().close();
+        QVERIFY(stage->Open<QMessageBox>() != nullptr);
+        QVERIFY(stage->Main().isVisible());
+    }
+
+    void OnlyTheClipThatWasExportedCounts()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Save(0.0, 1.0, "Later"); // selects another clip while the first one is exported
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QMessageBox* const question = stage.Close();
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->text(), "1 clip was not exported and will be lost: close anyway?");
+    }
+
+    void TheQuestionOfARunningExportTellsOfTheOtherClipsAndIsTheOnlyOne_data()
+    {
+        QTest::addColumn<QString>("Answer");
+        QTest::newRow("wait") << "Wait, then close";
+        QTest::newRow("stop") << "Stop and close";
+    }
+    void TheQuestionOfARunningExportTellsOfTheOtherClipsAndIsTheOnlyOne()
+    {
+        QFETCH(QString, Answer);
+        SlowStage stage;
+        stage->Save(2.0, 3.0, "Other");
+        stage->Press(Qt::Key_Up, Qt::AltModifier);
+        stage.Begin();
+        QSignalSpy closed(&stage->Main(), &VideoWindow::Closed);
+        QMessageBox* const question = stage.Close();
+        QCOMPARE(question->text(), "An export is running.");
+        QVERIFY(question->informativeText().endsWith(
+            "1 other clip was not exported and will be lost."));
+        stage->Click(*stage.ButtonOf(question, Answer));
+        stage.LetItEnd();
+        QTRY_COMPARE(closed.count(), 1);
+        QVERIFY(stage->Open<QMessageBox>() == nullptr);
+    }
+
+    void AClipThatWasMadeWhileWaitingIsAskedFor()
+    {
+        SlowStage stage;
+        stage.Begin();
+        stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
+        stage->Save(0.0, 1.0, "New");
+        stage.LetItEnd();
+        QTRY_VERIFY(stage->Open<QMessageBox>() != nullptr);
+        QCOMPARE(stage->Open<QMessageBox>()->text(),
+                 "1 clip was not exported and will be lost: close anyway?");
+        QVERIFY(stage->Main().isVisible());
+    }
+
+    void ClosingAFurtherWindowLosesNoClipAndDoesNotAsk()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_N, Qt::ControlModifier);
+        QCOMPARE(stage->Program.Windows().size(), std::size_t{2});
+        stage->Program.Windows().at(1)->close();
+        QTRY_COMPARE(stage->Program.Windows().size(), std::size_t{1});
+        QVERIFY(stage->Open<QMessageBox>() == nullptr);
+        QCOMPARE(stage->Clips().size(), std::size_t{1});
     }
 };
 

@@ -1,8 +1,9 @@
-// Notifications in the window and through the desktop's service.
+// Notifications in the window and through the desktop's service, and the progress in the task bar.
 //
-// The service is a fake one on a bus of the test's own.
+// Service and task bar are fakes on a bus of the test's own.
 
 #include "desktop/desktopnotifier.h"
+#include "desktop/launcherprogress.h"
 #include "desktop/notificationcard.h"
 #include "desktop/notificationoverlay.h"
 #include "desktop/theme.h"
@@ -144,6 +145,32 @@ private:
     QProcess Daemon;
     QString Address;
     QStringList Names;
+};
+
+/// Hears what is told to the task bar.
+class FakeTaskBar : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit FakeTaskBar(QDBusConnection Bus)
+    {
+        bListens = Bus.connect({}, {}, "com.canonical.Unity.LauncherEntry", "Update", this,
+                               SLOT(Take(QString, QVariantMap)));
+    }
+
+    bool bListens = false;
+    QStringList Entries;
+    QList<double> Fractions;
+    QList<bool> Visible;
+
+public Q_SLOTS:
+    void Take(const QString& Entry, const QVariantMap& Properties)
+    {
+        Entries.append(Entry);
+        Fractions.append(Properties["progress"].toDouble());
+        Visible.append(Properties["progress-visible"].toBool());
+    }
 };
 
 bool Publish(QDBusConnection Bus, FakeService& Service)
@@ -392,6 +419,51 @@ private Q_SLOTS:
         notifier.Notify(Message("the next one", LongMs));
         QTRY_COMPARE(service.Calls.size(), 2);
         QCOMPARE(calls, 1);
+    }
+
+    // -- In the task bar
+
+    void TheTaskBarGetsEachWholePercentOnceAndTheEnd()
+    {
+        if (!PrivateBus::IsPossible())
+        {
+            QSKIP("needs dbus-daemon");
+        }
+        QGuiApplication::setDesktopFileName("movane");
+        PrivateBus bus;
+        const FakeTaskBar taskBar(bus.Connect("desktop"));
+        QVERIFY(taskBar.bListens);
+        LauncherProgress progress{bus.Connect("application")};
+        progress.Clear(); // nothing is shown yet
+        for (const double fraction : {0.0, 0.001, 0.25, 0.259, 0.5})
+        {
+            progress.Show(fraction);
+        }
+        progress.Clear();
+        progress.Clear();
+        QTRY_COMPARE(taskBar.Visible.size(), 4);
+        QCOMPARE(taskBar.Fractions, QList<double>({0.0, 0.25, 0.5, 0.0}));
+        QCOMPARE(taskBar.Visible, QList<bool>({true, true, true, false}));
+        QCOMPARE(taskBar.Entries, QStringList(4, "application://movane.desktop"));
+    }
+
+    void TheTaskBarIsClearedWhenTheProgramGoes()
+    {
+        if (!PrivateBus::IsPossible())
+        {
+            QSKIP("needs dbus-daemon");
+        }
+        PrivateBus bus;
+        const FakeTaskBar taskBar(bus.Connect("desktop"));
+        LauncherProgress(bus.Connect("application")).Show(0.5);
+        QTRY_COMPARE(taskBar.Visible, QList<bool>({true, false}));
+    }
+
+    void WithoutABusTheTaskBarIsLeftAlone()
+    {
+        LauncherProgress progress{QDBusConnection("a bus that is not there")};
+        progress.Show(0.5);
+        progress.Clear();
     }
 
 private:

@@ -258,7 +258,60 @@ private Q_SLOTS:
         QCOMPARE(pEdits->count(), 1);
         QVERIFY(IsNear(pEdits->at(0).at(0).toDouble(), 6.0));
         QCOMPARE(pEdits->at(0).at(1).toDouble(), 10.0);
+    }
+
+    void ADraggedEndIsShownAndThePlayheadGoesBackAtRelease()
+    {
+        pTimeline->SetState(WithRange(5.0, 10.0));
+        const QPoint out = OnGrip(RangeEnd::Out, 10.0);
+        Press(out);
+        Move(out + QPoint(50, 0));
+        Move(out + QPoint(50, 0)); // stands still
+        SetPlayhead(11.0);
+        Move(out + QPoint(100, 0));
+        QCOMPARE(SecsOf(*pSeeks), (std::vector<double>{11.0, 12.0}));
+        Release(out + QPoint(100, 0));
+        QCOMPARE(SecsOf(*pSeeks), (std::vector<double>{11.0, 12.0, 1.0}));
+        QCOMPARE(pEdits->count(), 1);
+    }
+
+    void ADraggedEndSnapsToFrames()
+    {
+        pTimeline->SetState(WithRange(5.0, 10.0));
+        const QPoint in = OnGrip(RangeEnd::In, 5.0);
+        DragFromTo(in, in + QPoint(53, 0)); // 6.06 s
+        QVERIFY(IsNear(pEdits->at(0).at(0).toDouble(), 152 / 25.0));
+
+        TimelineState unknownRate = WithRange(5.0, 10.0);
+        unknownRate.FramesPerSecond = 0.0;
+        pTimeline->SetState(unknownRate);
+        DragFromTo(in, in + QPoint(53, 0));
+        QVERIFY(IsNear(pEdits->at(1).at(0).toDouble(), 6.06));
+    }
+
+    void AGripThatWasOnlyPressedMovesNoPlayhead()
+    {
+        pTimeline->SetState(WithRange(5.0, 10.0));
+        Click(OnGrip(RangeEnd::In, 5.0));
         QCOMPARE(pSeeks->count(), 0);
+    }
+
+    void AMenuIsAskedForAtAFlagAlone()
+    {
+        TimelineState state = TwentySeconds();
+        state.Markers = {{4.0, "A", Qt::red}, {8.0, "B", Qt::red}};
+        pTimeline->SetState(state);
+        QSignalSpy menus(pTimeline.get(), &TimelineWidget::MarkerMenuRequested);
+        const auto ask = [&](QPoint Point)
+        {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, Point, pTimeline->mapToGlobal(Point));
+            QCoreApplication::sendEvent(pTimeline.get(), &event);
+        };
+        ask(OnRuler(8.0));
+        QCOMPARE(menus.count(), 0);
+        ask(FlagsIn(pTimeline->Picture()).at(1).Flag.center().toPoint());
+        QCOMPARE(menus.count(), 1);
+        QCOMPARE(menus.at(0).at(0).toInt(), 1);
     }
 
     void TheOutEndIsDraggedToo()
@@ -294,6 +347,7 @@ private Q_SLOTS:
         Release(in + QPoint(90, 0));
         QCOMPARE(pEdits->count(), 0);
         QCOMPARE(*pTimeline->Picture().Range, (TimelineRange{5.0, 10.0}));
+        QCOMPARE(SecsOf(*pSeeks), (std::vector<double>{6.0, 1.0}));
     }
 
     void AClickOnAGripChangesNothing()

@@ -1,11 +1,14 @@
 // Files and windows of the application: several videos, what is remembered, sizes, and rest.
 
+#include "desktop/pathtext.h"
 #include "desktopstage.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QMenu>
+#include <QMenuBar>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QSplitter>
 
@@ -181,6 +184,37 @@ private Q_SLOTS:
         QCOMPARE(stage.DocumentOf(second).pVideo->FilePath, Environment().Two());
     }
 
+    void AFileOpensWhateverTheBytesOfItsName()
+    {
+        DesktopStage stage;
+        const std::filesystem::path file = Environment().StateFolder() / "lat\xE9 one.mp4";
+        std::filesystem::create_directories(file.parent_path());
+        std::filesystem::copy_file(Environment().One(), file);
+        stage.Program.OpenFiles({PathText(file.native())}, &stage.Main());
+        QTRY_VERIFY(stage.Document().HasFile());
+        QCOMPARE(stage.Document().pVideo->FilePath, file.native());
+        QCOMPARE(AppPaths::DefaultVideoFile(), file.native());
+    }
+
+    void ANewWindowIsNoLargerThanTheScreen()
+    {
+        DesktopStage stage;
+        stage.Main().ResizeOnScreen({100000, 100000});
+        const QSize screen = stage.Main().screen()->availableSize();
+        QVERIFY(stage.Main().width() < screen.width() && stage.Main().height() < screen.height());
+        stage.Main().ResizeOnScreen({1000, 700});
+        QCOMPARE(stage.Main().size(), QSize(1000, 700));
+    }
+
+    void AMenuActsOnTheVideoOfItsWindow()
+    {
+        TwoWindows stage;
+        stage.ClickIn(stage.Second(), *stage.Second().Pane().Picture());
+        QVERIFY(stage.IsTarget(stage.Second()));
+        stage.ClickIn(stage.Main(), *stage.Main().menuBar());
+        QVERIFY(stage.IsTarget(stage.Main()));
+    }
+
     void AFileThatIsNoVideoIsToldAndTheEarlierOneStays()
     {
         DesktopStage stage;
@@ -304,6 +338,51 @@ private Q_SLOTS:
         QVERIFY(stage.IsTarget(stage.Second()));
     }
 
+    void TheNameFieldGivesTheKeyboardBackToTheWindowThatItCameFrom()
+    {
+        TwoWindows stage;
+        stage.Save(0.0, 1.0, "B");
+        for (const auto key : {Qt::Key_Return, Qt::Key_Escape})
+        {
+            stage.Activate(stage.Second());
+            stage.Press(Qt::Key_F2);
+            QTRY_COMPARE(QApplication::focusWidget(), &stage.NameField());
+            stage.Press(key);
+            QTRY_COMPARE(QApplication::activeWindow(), &stage.Second());
+            QCOMPARE(QApplication::focusWidget(), &stage.Second().Pane().Timeline());
+        }
+        // From its own window it goes back there.
+        stage.Activate(stage.Main());
+        stage.Main().FocusVideo();
+        stage.Press(Qt::Key_F2);
+        stage.Press(Qt::Key_Return);
+        QCOMPARE(QApplication::focusWidget(), &stage.Main().Pane().Timeline());
+    }
+
+    void AFurtherWindowShowsTheStatusToo()
+    {
+        TwoWindows stage;
+        const auto* const status = stage.Second().findChild<QLabel*>("windowStatus");
+        QVERIFY(status != nullptr);
+        stage.Activate(stage.Second());
+        stage.Press(Qt::Key_E);
+        QCOMPARE(status->text(), "Select a saved clip to export it.");
+        QVERIFY(status->isVisible());
+        QVERIFY(stage.Main().findChild<QLabel*>("windowStatus") == nullptr); // has the panel's
+    }
+
+    void NoneOfTheKeysPageAndItsWindowOutlivesTheOther()
+    {
+        TwoWindows stage;
+        stage.Activate(stage.Second());
+        stage.Press(Qt::Key_F1);
+        stage.Second().close();
+        QTRY_COMPARE(stage.Program.Windows().size(), std::size_t{1});
+        stage.Activate(stage.Main());
+        stage.Press(Qt::Key_F1);
+        QTRY_VERIFY(stage.Open<QDialog>() != nullptr);
+    }
+
     void ADropMakesItsWindowTheTarget()
     {
         TwoWindows stage;
@@ -425,6 +504,35 @@ private Q_SLOTS:
         QCOMPARE(RecentNames(stage.Main()), QStringList({"two.mp4", "one.mp4"}));
         QCOMPARE(AppPaths::DefaultVideoFile(), Environment().Two());
         QVERIFY(stage.Clips().empty());
+    }
+
+    void WhatWasOpenedIsRememberedWithoutACleanEnd()
+    {
+        DesktopStage stage;
+        QVERIFY(stage.OpenFile(Environment().One()));
+        QCOMPARE(LoadSettings().RecentFiles, QStringList{One()});
+        QVERIFY(!LoadSettings().WindowGeometry.isEmpty());
+        stage.Acts.TextLarger();
+        QCOMPARE(LoadSettings().TextScale, 1.1);
+    }
+
+    void RecentFilesOfOneNameAreToldApartAndLongNamesShortened()
+    {
+        DesktopStage stage;
+        const QString longName = QString("a").repeated(190) + ".mp4";
+        QStringList paths = {"/videos/monday/take.mp4", "/videos/tuesday/take.mp4",
+                             "/videos/monday/R&D.mp4", "/videos/" + longName};
+        stage.Main().SetRecentFiles(paths);
+        const QStringList names = RecentNames(stage.Main());
+        QCOMPARE(names[0], "take.mp4 – monday");
+        QCOMPARE(names[1], "take.mp4 – tuesday");
+        QCOMPARE(names[2], "R&&D.mp4");
+        QVERIFY(names[3].startsWith("aaa") && names[3].endsWith(".mp4"));
+        const auto menus = stage.Main().findChildren<QMenu*>();
+        const auto recent =
+            std::find_if(menus.begin(), menus.end(),
+                         [](const QMenu* pMenu) { return pMenu->title() == "Open recent"; });
+        QVERIFY((*recent)->sizeHint().width() <= Theme::ScaledPx(500));
     }
 
     void ARecentFileIsOpenedFromTheMenu()

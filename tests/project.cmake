@@ -40,6 +40,11 @@ if(MOVANE_INSTALL)
     # Without the sanitizer's flags: what a program must be linked with comes with the package.
     consumer_test(package -DCMAKE_PREFIX_PATH=${installed})
     set_tests_properties(consumer_package_builds PROPERTIES FIXTURES_REQUIRED movane_installed)
+    if(MOVANE_PROGRAM)
+        add_test(NAME check_install
+            COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_install.sh ${installed} ${PROJECT_VERSION})
+        set_tests_properties(check_install PROPERTIES FIXTURES_REQUIRED movane_installed TIMEOUT 60)
+    endif()
 endif()
 
 foreach(check includes documents leftovers)

@@ -39,6 +39,8 @@ enum class ActionId
     VolumeDown,
     VolumeUp,
     Mute,
+    PreviousMarker,
+    NextMarker,
     // Marking
     SetIn,
     SetOut,
@@ -60,6 +62,8 @@ enum class ActionId
     ZoomIn,
     ZoomOut,
     ZoomToFit,
+    PanBack,
+    PanForward,
     TextLarger,
     TextSmaller,
     TextNormal,

@@ -7,10 +7,13 @@
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
 #include "desktop/exportwatch.h"
+#include "desktop/icons.h"
 #include "desktop/mainwindow.h"
+#include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/settings.h"
 #include "desktop/theme.h"
+#include "desktop/widgetkeys.h"
 #include "host/apppaths.h"
 #include "host/environment.h"
 #include "host/mvtheme.h"
@@ -18,7 +21,6 @@
 #include "media/mpvvideo.h"
 
 #include <QApplication>
-#include <QFile>
 
 #include <algorithm>
 #include <filesystem>
@@ -46,13 +48,13 @@ QStringList FilesToOpen(const WindowOptions& Options)
     QStringList files;
     for (const std::string& file : Options.FilePaths)
     {
-        files.append(QFile::decodeName(file.c_str()));
+        files.append(PathText(file));
     }
     const std::string lastFile = AppPaths::DefaultVideoFile();
-    std::error_code ec;
-    if (files.isEmpty() && !lastFile.empty() && std::filesystem::is_regular_file(lastFile, ec))
+    // One that is gone, too: the window then says so.
+    if (files.isEmpty() && !lastFile.empty())
     {
-        files.append(QFile::decodeName(lastFile.c_str()));
+        files.append(PathText(lastFile));
     }
     return files;
 }
@@ -116,13 +118,16 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     QApplication::setApplicationDisplayName("Movane");
     QApplication::setApplicationVersion(MOVANE_VERSION);
     QApplication::setDesktopFileName("movane");
+    QApplication::setWindowIcon(ProgramIcon());
     QApplication::setQuitOnLastWindowClosed(false);
     MvTheme::SetTextScale(LoadSettings().TextScale);
     Theme::Apply();
 
+    WidgetKeys widgetKeys;
+    application.installEventFilter(&widgetKeys);
     Session session(&MakePlayer);
     Commands commands(session);
-    ExportWatch exportWatch(session, reportPath);
+    ExportWatch exportWatch(session, reportPath, [&stop] { return stop.Received() != 0; });
     Desktop desktop(session, commands, exportWatch, SurfaceOf(Options.Video));
     if (!desktop.Start(error))
     {
@@ -130,5 +135,6 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         return 1;
     }
     desktop.OpenFiles(FilesToOpen(Options), &desktop.Main());
-    return QApplication::exec();
+    // One that came before the application was there has told nobody.
+    return stop.Received() != 0 ? 0 : QApplication::exec();
 }

@@ -300,6 +300,11 @@ void ClipPanelWidget::Trigger(ActionId Id)
 
 void ClipPanelWidget::FocusName()
 {
+    QWidget* const before = QApplication::focusWidget();
+    if (before != nullptr && before != pNameEdit)
+    {
+        pFocusBeforeName = before; // it may be in another window
+    }
     pScroll->ensureWidgetVisible(pNameEdit);
     pNameEdit->setFocus(Qt::ShortcutFocusReason);
     pNameEdit->selectAll();
@@ -310,7 +315,9 @@ void ClipPanelWidget::LeaveName()
     QWidget* const before = pFocusBeforeName;
     const bool bUsable = before != nullptr && before->isVisible() && before->isEnabled() &&
                          qobject_cast<QLineEdit*>(before) == nullptr;
-    (bUsable ? before : pTable)->setFocus(Qt::OtherFocusReason);
+    QWidget* const next = bUsable ? before : pTable;
+    next->setFocus(Qt::OtherFocusReason);
+    next->activateWindow();
 }
 
 bool ClipPanelWidget::eventFilter(QObject* pWatched, QEvent* pEvent)

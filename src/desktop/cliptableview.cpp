@@ -23,7 +23,7 @@ constexpr int MinutesLength = 5; // of "00:00"
 constexpr const char* EmptyHint = "Press I and O on the timeline, then + to save a clip.";
 
 // Rows are selected whole, so no cell shows a focus of its own. A colour is a chip with its name on it,
-// which takes no more room than the name.
+// in small letters: its column is the narrowest.
 class CellDelegate : public QStyledItemDelegate
 {
 public:
@@ -60,17 +60,17 @@ private:
                           const QString& Name)
     {
         const int gapPx = Theme::ScaledPx(2);
-        const QRect chip = Option.rect.adjusted(gapPx, gapPx, -gapPx, -gapPx);
-        const QRect inner = chip.adjusted(gapPx, 0, -gapPx, 0);
+        const QRect chip = Option.rect.adjusted(0, gapPx, -gapPx, -gapPx);
+        const QRect inner = chip.adjusted(1, 0, -1, 0);
         Painter.save();
         Painter.setRenderHint(QPainter::Antialiasing);
         Painter.setPen(Qt::NoPen);
         Painter.setBrush(Color);
         Painter.drawRoundedRect(chip, gapPx, gapPx);
-        Painter.setFont(Option.font);
+        Painter.setFont(Theme::SmallFont());
         Painter.setPen(Color.lightnessF() > 0.4 ? Theme::Window : Theme::Text);
         Painter.drawText(inner, Qt::AlignCenter,
-                         Option.fontMetrics.elidedText(Name, Qt::ElideRight, inner.width()));
+                         Painter.fontMetrics().elidedText(Name, Qt::ElideRight, inner.width()));
         Painter.restore();
     }
 };

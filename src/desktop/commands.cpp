@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <optional>
 
 namespace
 {
 constexpr double MaxShuttleSpeed = 8.0;
 constexpr double VolumeStepPercent = 5.0;
 constexpr std::array TextScales = {0.75, 0.9, 1.0, 1.1, 1.25, 1.5, 1.75, 2.0, 2.5, 3.0};
+constexpr double SamePlaceSec = 1e-5; // seeks are rounded to the microsecond
 } // namespace
 
 Commands::Commands(Session& NewRunning)
@@ -22,14 +24,17 @@ Commands::Commands(Session& NewRunning)
 }
 
 // Acts on the target document while it has a file; without one there is nothing to play or mark.
-template <typename Action> void Commands::WithDocument(Action Act)
+// False when it has none.
+template <typename Action> bool Commands::WithDocument(Action Act)
 {
     VideoDocument* const document = Running.TargetDocument();
-    if (document != nullptr && document->HasFile())
+    if (document == nullptr || !document->HasFile())
     {
-        Act(*document);
-        Running.RequestFrame();
+        return false;
     }
+    Act(*document);
+    Running.RequestFrame();
+    return true;
 }
 
 // -- File
@@ -222,18 +227,65 @@ void Commands::SeekTo(double Sec)
     WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
 }
 
+// Direction is -1 for the marker before the playhead and 1 for the one behind it.
+void Commands::GoToMarkerBeside(double Direction)
+{
+    WithDocument(
+        [Direction](VideoDocument& Document)
+        {
+            const double nowSec = Document.pVideo->CurrentTimeSec();
+            std::optional<double> nearestSec;
+            for (const MvTimeControl::Marker& marker : Document.Timeline().Markers)
+            {
+                const double distanceSec = (marker.TimeSec - nowSec) * Direction;
+                if (distanceSec > SamePlaceSec)
+                {
+                    nearestSec = std::min(distanceSec, nearestSec.value_or(distanceSec));
+                }
+            }
+            if (nearestSec)
+            {
+                Document.SeekTo(nowSec + *nearestSec * Direction);
+            }
+        });
+}
+
+void Commands::PreviousMarker()
+{
+    GoToMarkerBeside(-1.0);
+}
+
+void Commands::NextMarker()
+{
+    GoToMarkerBeside(1.0);
+}
+
 // -- Marking
+
+void Commands::Refuse(const char* Text)
+{
+    Running.Panel().SetStatusTextInternal(Text, true);
+    Running.RequestFrame();
+}
 
 void Commands::SetIn()
 {
-    WithDocument([](VideoDocument& Document)
-                 { Document.MarkIn(Document.pVideo->CurrentTimeSec()); });
+    const bool bSet = WithDocument([](VideoDocument& Document)
+                                   { Document.MarkIn(Document.pVideo->CurrentTimeSec()); });
+    if (!bSet)
+    {
+        Refuse("Open a video before setting In.");
+    }
 }
 
 void Commands::SetOut()
 {
-    WithDocument([](VideoDocument& Document)
-                 { Document.MarkOut(Document.pVideo->CurrentTimeSec()); });
+    const bool bSet = WithDocument([](VideoDocument& Document)
+                                   { Document.MarkOut(Document.pVideo->CurrentTimeSec()); });
+    if (!bSet)
+    {
+        Refuse("Open a video before setting Out.");
+    }
 }
 
 void Commands::ClearRange()
@@ -356,6 +408,16 @@ void Commands::ZoomOut()
 void Commands::ZoomToFit()
 {
     Q_EMIT ZoomRequested(0);
+}
+
+void Commands::PanBack()
+{
+    Q_EMIT PanRequested(-1);
+}
+
+void Commands::PanForward()
+{
+    Q_EMIT PanRequested(1);
 }
 
 void Commands::SetTextScale(double Scale)

@@ -43,6 +43,8 @@ public:
     void VolumeDown();
     void VolumeUp();
     void ToggleMute();
+    void PreviousMarker();
+    void NextMarker();
 
     // -- Marking
     void SetIn();
@@ -67,6 +69,8 @@ public:
     void ZoomIn();
     void ZoomOut();
     void ZoomToFit();
+    void PanBack();
+    void PanForward();
     void TextLarger();
     void TextSmaller();
     void TextNormal();
@@ -90,6 +94,7 @@ Q_SIGNALS:
     void GoToTimeRequested();
     void NameEditRequested();
     void ZoomRequested(int Steps); ///< positive shows less time; 0 the whole
+    void PanRequested(int Pages);  ///< positive shows later times
     void TextScaleChanged();
     void FullScreenRequested();
     void KeysRequested();
@@ -98,10 +103,12 @@ Q_SIGNALS:
     void ExportStopRequested();
 
 private:
-    template <typename Action> void WithDocument(Action Act);
+    template <typename Action> bool WithDocument(Action Act);
     void SeekBy(double Sec);
     void Step(int Request);
     void MultiplySpeed(double Factor);
+    void GoToMarkerBeside(double Direction);
+    void Refuse(const char* Text);
     void SetTextScale(double Scale);
     void SelectClipBeside(int Step);
     void RunPanelAction(void (MvClipControlPanel::*Action)());

@@ -7,8 +7,11 @@
 #include "desktop/encodercheck.h"
 #include "desktop/exportwatch.h"
 #include "desktop/keyspage.h"
+#include "desktop/launcherprogress.h"
 #include "desktop/mainwindow.h"
 #include "desktop/notificationoverlay.h"
+#include "desktop/openfolder.h"
+#include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
 #include "desktop/timelinewidget.h"
@@ -21,15 +24,16 @@
 
 #include <QApplication>
 #include <QDBusConnection>
-#include <QDesktopServices>
+#include <QDialogButtonBox>
 #include <QEvent>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFocusEvent>
 #include <QInputDialog>
+#include <QMenuBar>
 #include <QMessageBox>
-#include <QUrl>
+#include <QPushButton>
 
 #include <algorithm>
 
@@ -68,6 +72,13 @@ Desktop::Desktop(Session& NewRunning,
 Desktop::~Desktop()
 {
     qApp->removeEventFilter(this);
+    Remember();
+    FurtherWindows.clear();
+}
+
+// Not only at the end: a program may also be killed.
+void Desktop::Remember()
+{
     Remembered.VolumePercent = Running.Volume();
     Remembered.bMuted = Running.IsMuted();
     Remembered.TextScale = MvTheme::TextScale();
@@ -76,7 +87,6 @@ Desktop::~Desktop()
         pMain->Store(Remembered);
     }
     SaveSettings(Remembered);
-    FurtherWindows.clear();
 }
 
 bool Desktop::Start(std::string& OutError)
@@ -90,6 +100,11 @@ bool Desktop::Start(std::string& OutError)
     ConnectWindow(*pMain);
     pOverlay = new NotificationOverlay(*pMain->Pane().Picture());
     pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
+    auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
+    connect(&Export, &ExportWatch::Progressed, launcher,
+            [launcher](const ExportProgressRecord& progress)
+            { launcher->Show(progress.Fraction); });
+    connect(&Export, &ExportWatch::Ended, launcher, &LauncherProgress::Clear);
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
@@ -130,6 +145,8 @@ void Desktop::ConnectCommands()
             TimelineWidget& timeline = ActiveWindow().Pane().Timeline();
             steps > 0 ? timeline.ZoomIn() : steps < 0 ? timeline.ZoomOut() : timeline.ZoomToFit();
         });
+    connect(&Acts, &Commands::PanRequested, this,
+            [this](int pages) { ActiveWindow().Pane().Timeline().TurnPages(pages); });
     connect(&Acts, &Commands::TextScaleChanged, this, &Desktop::ApplyTextScale);
     connect(&Acts, &Commands::FullScreenRequested, this, &Desktop::ToggleFullScreen);
     connect(&Acts, &Commands::KeysRequested, this, &Desktop::ShowKeys);
@@ -168,7 +185,8 @@ VideoWindow* Desktop::AddWindow(std::string& OutError)
     auto& window =
         *FurtherWindows.emplace_back(std::make_unique<VideoWindow>(Running, Acts, *document, Kind));
     ConnectWindow(window);
-    window.resize(800, 560);
+    window.AddStatusRow();
+    window.ResizeOnScreen({800, 560});
     window.show();
     window.activateWindow();
     window.FocusVideo();
@@ -210,7 +228,7 @@ VideoWindow& Desktop::ActiveWindow() const
     return *pMain;
 }
 
-// The panel acts on the video that was used last: by a click, a key, or by going to its window.
+// The panel acts on the video that was used last: by a click, a key, a menu, or by going to its window.
 bool Desktop::eventFilter(QObject* pWatched, QEvent* pEvent)
 {
     const QEvent::Type type = pEvent->type();
@@ -218,6 +236,16 @@ bool Desktop::eventFilter(QObject* pWatched, QEvent* pEvent)
     if (!bFocus && type != QEvent::MouseButtonPress && type != QEvent::ShortcutOverride)
     {
         return false;
+    }
+    if (qobject_cast<QMenuBar*>(pWatched) != nullptr)
+    {
+        const auto windows = Windows();
+        const auto of =
+            std::find(windows.begin(), windows.end(), static_cast<QWidget*>(pWatched)->window());
+        if (of != windows.end())
+        {
+            Running.FocusDocument((*of)->DocumentID());
+        }
     }
     if (VideoPane* const pane = PaneAround(pWatched))
     {
@@ -263,8 +291,14 @@ void Desktop::TakeOpened(const QString& Path, bool bLoaded, const std::string& L
         Running.RequestFrame();
         return;
     }
-    AppPaths::SetDefaultVideoFile(QFile::encodeName(Path).toStdString());
+    AppPaths::SetDefaultVideoFile(PathBytes(Path));
     RememberRecentFile(Remembered.RecentFiles, Path);
+    ShowRecentFiles();
+    Remember();
+}
+
+void Desktop::ShowRecentFiles()
+{
     for (VideoWindow* const window : Windows())
     {
         window->SetRecentFiles(Remembered.RecentFiles);
@@ -309,21 +343,26 @@ void Desktop::AskForTime()
                 if (const std::optional<double> sec = ParseTime(text.toStdString()))
                 {
                     Acts.SeekTo(*sec);
-                    return;
                 }
-                Running.Panel().SetStatusTextInternal(
-                    "\"" + text.toStdString() + "\" is not a time: write 75.5, 1:15.5 or 01:02:03.",
-                    true);
-                Running.RequestFrame();
             });
     dialog->open();
+    // What is no time keeps the dialog and what was typed: there is nothing to press then.
+    QPushButton* const ok = dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    connect(dialog, &QInputDialog::textValueChanged, ok,
+            [ok](const QString& text)
+            { ok->setEnabled(ParseTime(text.toStdString()).has_value()); });
 }
 
 void Desktop::ShowKeys()
 {
-    auto* const page = new KeysPageDialog(&ActiveWindow());
-    page->setAttribute(Qt::WA_DeleteOnClose);
-    page->open();
+    if (pKeysPage == nullptr)
+    {
+        pKeysPage = new KeysPageDialog(&ActiveWindow());
+        pKeysPage->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    pKeysPage->show(); // not modal: it is read while one works
+    pKeysPage->raise();
+    pKeysPage->activateWindow();
 }
 
 void Desktop::ShowAbout()
@@ -341,6 +380,8 @@ void Desktop::ApplyTextScale()
 {
     Theme::Apply();
     pMain->ClipPanel().UpdateGeometryRecords();
+    ShowRecentFiles();
+    Remember();
 }
 
 void Desktop::ToggleFullScreen()
@@ -358,7 +399,7 @@ void Desktop::ShowNotification(const Movane::Notification& Shown)
     if (bExported)
     {
         const QString folder = QFile::decodeName((AppPaths::RecordingsDir() + "/clips").c_str());
-        openFolder = [folder] { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); };
+        openFolder = [folder] { OpenFolder(folder); };
     }
     const QString actionText = bExported ? QString("Open folder") : QString();
     pOverlay->Add(Shown, actionText, openFolder);

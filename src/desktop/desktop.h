@@ -20,6 +20,7 @@
 class Commands;
 class DesktopNotifier;
 class ExportWatch;
+class KeysPageDialog;
 class MainWindow;
 class NotificationOverlay;
 class Session;
@@ -56,6 +57,9 @@ private:
     void CloseWindow(unsigned long WindowID);
     void TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError);
 
+    void ShowRecentFiles();
+    void Remember();
+
     void AskForFiles();
     void AskForTime();
     void ShowKeys();
@@ -73,4 +77,5 @@ private:
     std::vector<std::unique_ptr<VideoWindow>> FurtherWindows;
     NotificationOverlay* pOverlay = nullptr;
     DesktopNotifier* pNotifier = nullptr;
+    QPointer<KeysPageDialog> pKeysPage; ///< while it is open
 };

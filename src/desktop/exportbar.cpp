@@ -44,15 +44,20 @@ ExportBar::ExportBar(QAction* pStop, QWidget* pParent)
 
 void ExportBar::ShowProgress(const ExportProgressRecord& Progress)
 {
-    // Without a number yet, the bar says only that something is going on.
-    const bool bKnown = Progress.Phase != ExportPhase::Unknown;
-    pBar->setRange(0, bKnown ? 100 : 0);
-    pBar->setValue(bKnown ? static_cast<int>(Progress.Fraction * 100.0) : 0);
+    pBar->setValue(static_cast<int>(Progress.Fraction * 100.0));
     const QString details = DetailsOf(Progress);
-    const QString percent = QString("%1 %").arg(pBar->value());
-    const QString all = bKnown ? percent + "  " + details : details;
-    // The bar must not widen the window, so with large text it may say the percent alone.
-    const bool bFits = pBar->fontMetrics().horizontalAdvance(all) < pBar->width();
-    pBar->setFormat(bFits ? all : percent);
+    if (Progress.Phase == ExportPhase::Unknown)
+    {
+        // Without a number yet, the running time says that something is going on.
+        pBar->setFormat(details);
+    }
+    else
+    {
+        const QString percent = QString("%1 %").arg(pBar->value());
+        const QString all = percent + "  " + details;
+        // The bar must not widen the window, so with large text it may say the percent alone.
+        const bool bFits = pBar->fontMetrics().horizontalAdvance(all) < pBar->width();
+        pBar->setFormat(bFits ? all : percent);
+    }
     pBar->setToolTip(details);
 }

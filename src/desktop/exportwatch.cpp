@@ -2,10 +2,14 @@
 
 #include "cli/exporttarget.h"
 #include "desktop/session.h"
+#include "media/mediafile.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QThread>
 
 #include <algorithm>
+#include <cstdint>
 #include <system_error>
 #include <utility>
 
@@ -13,10 +17,22 @@ namespace
 {
 constexpr int LookEveryMs = 250;
 constexpr int StopGraceMs = 5000;
+// At the end of the program: how often the encoder is looked for, and how long the panel's result is
+// waited for.
+constexpr int RetryMs = 10;
+constexpr int ResultMs = 5000;
+constexpr std::uint64_t WarningMs = 8000;
+constexpr const char* CutShort = " is cut short: make room on its disk and export again.";
+constexpr const char* WithoutPicture =
+    " holds no picture, for In lies past the last picture of the source: set In earlier and export "
+    "again.";
 } // namespace
 
-ExportWatch::ExportWatch(Session& Running, std::string ReportPath)
+ExportWatch::ExportWatch(Session& Running,
+                         std::string ReportPath,
+                         std::function<bool()> StopReceived)
     : Watched(Running)
+    , IsStopReceived(std::move(StopReceived))
     , Progress(std::move(ReportPath))
 {
     Timer.setInterval(LookEveryMs);
@@ -33,14 +49,22 @@ ExportWatch::ExportWatch(Session& Running, std::string ReportPath)
 
 ExportWatch::~ExportWatch()
 {
-    if (bRunning)
+    if (!bRunning)
     {
-        Progress.Finish();
-        const EncoderEnd end = EndEncoder(OutputPath.native());
-        if (end != EncoderEnd::NotRunning)
-        {
-            RemoveUnfinishedFile();
-        }
+        return;
+    }
+    // The encoder may not be there yet, or have ended already, so the panel's result is what counts.
+    QDeadlineTimer deadline(ResultMs);
+    do
+    {
+        EndEncoder(OutputPath.native());
+        QThread::msleep(RetryMs);
+        p->pJobSystem->PumpMainThread();
+    } while (Watched.Panel().GetExportStatus().bInProgress && !deadline.hasExpired());
+    Progress.Finish();
+    if (!Watched.Panel().bExportResultSuccess)
+    {
+        RemoveUnfinishedFile();
     }
 }
 
@@ -105,11 +129,22 @@ void ExportWatch::End()
     Encoder.reset();
     Progress.Finish();
     const bool bSuccess = Watched.Panel().bExportResultSuccess; // written on this thread alone
-    if (bStopWanted && !bSuccess)
+    if (!bSuccess && (bStopWanted || IsStopReceived()))
     {
         RemoveUnfinishedFile();
     }
-    Q_EMIT Ended(bSuccess ? QFile::decodeName(OutputPath.c_str()) : QString());
+    const bool bCutShort = bSuccess && IsCutShort(OutputPath.native());
+    if (bCutShort)
+    {
+        p->pMovane->QueueNotification(Movane::NotificationError, "Clip Export",
+                                      OutputPath.filename().native() + CutShort, WarningMs);
+    }
+    else if (bSuccess && IsMatroskaWithoutPicture(OutputPath.native()))
+    {
+        p->pMovane->QueueNotification(Movane::NotificationWarning, "Clip Export",
+                                      OutputPath.filename().native() + WithoutPicture, WarningMs);
+    }
+    Q_EMIT Ended(bSuccess && !bCutShort ? QFile::decodeName(OutputPath.c_str()) : QString());
 }
 
 void ExportWatch::RemoveUnfinishedFile()

@@ -134,3 +134,14 @@ QIcon MakeIcon(IconKind Kind)
 {
     return QIcon(new IconEngine(Kind));
 }
+
+QIcon ProgramIcon()
+{
+    Q_INIT_RESOURCE(movane); // a static library's resources are not there by themselves
+    QIcon icon;
+    for (const int sidePx : {16, 24, 32, 48, 64, 128, 256, 512})
+    {
+        icon.addFile(QString(":/icons/movane-%1.png").arg(sidePx));
+    }
+    return icon;
+}

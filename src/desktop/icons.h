@@ -17,3 +17,6 @@ enum class IconKind
 
 /// The icon; a disabled button shows it dimmed.
 QIcon MakeIcon(IconKind Kind);
+
+/// The program's own icon, the one that is installed for the desktop.
+QIcon ProgramIcon();

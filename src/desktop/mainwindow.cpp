@@ -1,13 +1,16 @@
 #include "desktop/mainwindow.h"
 
 #include "desktop/clippanelwidget.h"
+#include "desktop/commands.h"
 #include "desktop/exportbar.h"
 #include "desktop/exportwatch.h"
+#include "desktop/plainlabel.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
 #include "desktop/videopane.h"
 
 #include <QCloseEvent>
+#include <QHBoxLayout>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSplitter>
@@ -18,6 +21,16 @@
 namespace
 {
 constexpr int StartWidthPx = 1280;
+constexpr int StartHeightPx = 760;
+constexpr int NoteMarginPx = 8;  // that of the clip panel
+constexpr int SideWidthPx = 400; // room for the six columns at 100 % text
+
+QString LossText(int Count, const QString& Kind)
+{
+    return QString("%1 %2 not exported and will be lost")
+        .arg(Count)
+        .arg(Kind + (Count == 1 ? " was" : "s were"));
+}
 } // namespace
 
 MainWindow::MainWindow(Session& NewRunning,
@@ -30,11 +43,21 @@ MainWindow::MainWindow(Session& NewRunning,
     , pSplitter(new QSplitter(Qt::Horizontal))
     , pClipPanel(new ClipPanelWidget(NewRunning.Panel(), NewRunning.Records(), Actions))
     , pExportBar(new ExportBar(Actions.Get(ActionId::StopExport)))
+    , pClosingNote(new PlainLabel(PlainLabel::Overflow::Wrap))
+    , Exported(NewRunning.Panel())
 {
     auto* const side = new QWidget;
+    side->setMinimumWidth(SideWidthPx);
     auto* const sideLayout = new QVBoxLayout(side);
     sideLayout->setContentsMargins(0, 0, 0, 0);
     sideLayout->addWidget(pClipPanel, 1);
+    pClosingNote->setObjectName("closesAfterExport");
+    pClosingNote->Show("Closes when the export is finished.");
+    pClosingNote->hide();
+    auto* const noteRow = new QHBoxLayout;
+    noteRow->setContentsMargins(NoteMarginPx, 0, NoteMarginPx, NoteMarginPx);
+    noteRow->addWidget(pClosingNote);
+    sideLayout->addLayout(noteRow);
     sideLayout->addWidget(pExportBar);
 
     pSplitter->setChildrenCollapsible(false);
@@ -43,11 +66,12 @@ MainWindow::MainWindow(Session& NewRunning,
     pSplitter->setStretchFactor(0, 3);
     pSplitter->setStretchFactor(1, 1);
     setCentralWidget(pSplitter);
-    resize(StartWidthPx, 760);
-    const int sidePx = std::min(Theme::ScaledPx(440), StartWidthPx * 2 / 5);
-    pSplitter->setSizes({StartWidthPx - sidePx, sidePx});
+    ResizeOnScreen({StartWidthPx, StartHeightPx});
+    const int sidePx = std::min(Theme::ScaledPx(440), width() * 2 / 5);
+    pSplitter->setSizes({width() - sidePx, sidePx});
 
     connect(&Running, &Session::FrameDone, pClipPanel, &ClipPanelWidget::SyncFromHost);
+    connect(&Target, &Commands::ExportStarted, this, [this] { Exported.Begin(); });
     connect(&Export, &ExportWatch::Progressed, this,
             [this](const ExportProgressRecord& progress)
             {
@@ -55,25 +79,14 @@ MainWindow::MainWindow(Session& NewRunning,
                 pExportBar->show();
             });
     connect(&Export, &ExportWatch::Ended, this,
-            [this]
-            {
-                pExportBar->hide();
-                if (pQuestion != nullptr)
-                {
-                    pQuestion->reject();
-                }
-                if (bCloseAfterExport)
-                {
-                    close();
-                }
-            });
+            [this](const QString& file) { TakeExportEnd(!file.isEmpty()); });
 }
 
 void MainWindow::FocusName()
 {
+    pClipPanel->FocusName(); // first, so that it sees which window it was asked from
     activateWindow();
     raise();
-    pClipPanel->FocusName();
 }
 
 void MainWindow::Restore(const Settings& Saved)
@@ -94,12 +107,44 @@ void MainWindow::Store(Settings& OutSaved) const
     OutSaved.SplitterState = pSplitter->saveState();
 }
 
+void MainWindow::TakeExportEnd(bool bSuccess)
+{
+    Exported.End(bSuccess);
+    pExportBar->hide();
+    if (pQuestion != nullptr)
+    {
+        pQuestion->reject();
+    }
+    const bool bCloses =
+        Then == AfterExport::Close || (Then == AfterExport::CloseWithFile && bSuccess);
+    if (bCloses && close())
+    {
+        return; // what was accepted stays so: the end of the program asks its windows once more
+    }
+    SetAfterExport(AfterExport::Stay, 0);
+}
+
+void MainWindow::SetAfterExport(AfterExport Wanted, int LossCount)
+{
+    Then = Wanted;
+    AcceptedLossCount = LossCount;
+    pClosingNote->setVisible(Wanted == AfterExport::CloseWithFile);
+}
+
+// -- Closing
+
 void MainWindow::closeEvent(QCloseEvent* pEvent)
 {
     if (Export.IsRunning())
     {
         pEvent->ignore();
         AskAboutExport();
+        return;
+    }
+    if (Exported.CountMissing() > AcceptedLossCount)
+    {
+        pEvent->ignore();
+        AskAboutClips();
         return;
     }
     VideoWindow::closeEvent(pEvent);
@@ -113,21 +158,60 @@ void MainWindow::AskAboutExport()
     }
     pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane", "An export is running.",
                                 QMessageBox::NoButton, this);
-    pQuestion->setAttribute(Qt::WA_DeleteOnClose);
-    pQuestion->setInformativeText("Its file is finished only when the export ends.");
+    // Told here, for whoever answers is not asked again.
+    const int otherCount = Exported.CountMissingAfterExport();
+    const QString loss =
+        otherCount == 0 ? QString() : ' ' + LossText(otherCount, "other clip") + '.';
+    pQuestion->setInformativeText("Its file is finished only when the export ends." + loss);
     QPushButton* const wait = pQuestion->addButton("Wait, then close", QMessageBox::AcceptRole);
     QPushButton* const stop = pQuestion->addButton("Stop and close", QMessageBox::DestructiveRole);
     QPushButton* const stay = pQuestion->addButton("Stay", QMessageBox::RejectRole);
     pQuestion->setDefaultButton(wait);
-    pQuestion->setEscapeButton(stay);
-    connect(wait, &QPushButton::clicked, this, [this] { bCloseAfterExport = true; });
+    connect(wait, &QPushButton::clicked, this,
+            [this, otherCount] { SetAfterExport(AfterExport::CloseWithFile, otherCount); });
     connect(stop, &QPushButton::clicked, this,
             [this]
             {
-                bCloseAfterExport = true;
+                SetAfterExport(AfterExport::Close, Exported.CountMissing());
                 Export.Stop();
             });
-    connect(stay, &QPushButton::clicked, this, [this] { bCloseAfterExport = false; });
+    connect(stay, &QPushButton::clicked, this, [this] { SetAfterExport(AfterExport::Stay, 0); });
+    OpenQuestion(stay);
+}
+
+void MainWindow::AskAboutClips()
+{
+    if (pQuestion != nullptr)
+    {
+        return;
+    }
+    const int count = Exported.CountMissing();
+    pQuestion =
+        new QMessageBox(QMessageBox::NoIcon, "Movane", LossText(count, "clip") + ": close anyway?",
+                        QMessageBox::NoButton, this);
+    QPushButton* const closeAnyway = pQuestion->addButton("Close", QMessageBox::DestructiveRole);
+    QPushButton* const stay = pQuestion->addButton("Stay", QMessageBox::RejectRole);
+    pQuestion->setDefaultButton(stay);
+    // When the question has gone: a window does not close under its own dialog.
+    connect(
+        closeAnyway, &QPushButton::clicked, this,
+        [this, count]
+        {
+            AcceptedLossCount = count;
+            if (!close())
+            {
+                AcceptedLossCount = 0;
+            }
+        },
+        Qt::QueuedConnection);
+    OpenQuestion(stay);
+}
+
+void MainWindow::OpenQuestion(QAbstractButton* pStay)
+{
+    pQuestion->setAttribute(Qt::WA_DeleteOnClose);
+    pQuestion->setEscapeButton(pStay);
     connect(pQuestion, &QMessageBox::finished, this, [this] { pQuestion = nullptr; });
+    raise(); // it may have been asked for from another window
     pQuestion->open();
 }

@@ -1,16 +1,20 @@
 // The first window: the video of the document that the panel falls back to, and beside it the clip
 // panel of the whole application with the progress of the running export.
 //
-// Closing it ends the application; while an export runs it asks first. UI thread only.
+// Closing it ends the application. It asks first while an export runs or when clips would be lost, never
+// twice for the same. UI thread only.
 
 #pragma once
 
+#include "desktop/exportedclips.h"
 #include "desktop/settings.h"
 #include "desktop/videowindow.h"
 
 class ClipPanelWidget;
 class ExportBar;
 class ExportWatch;
+class PlainLabel;
+class QAbstractButton;
 class QMessageBox;
 class QSplitter;
 
@@ -36,12 +40,27 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
+    /// What happens when the running export has ended.
+    enum class AfterExport
+    {
+        Stay,
+        CloseWithFile, ///< a failure is to be seen
+        Close,
+    };
+
+    void TakeExportEnd(bool bSuccess);
+    void SetAfterExport(AfterExport Wanted, int LossCount);
     void AskAboutExport();
+    void AskAboutClips();
+    void OpenQuestion(QAbstractButton* pStay);
 
     ExportWatch& Export;
     QSplitter* pSplitter;
     ClipPanelWidget* pClipPanel;
     ExportBar* pExportBar;
+    PlainLabel* pClosingNote;
+    ExportedClips Exported;
     QMessageBox* pQuestion = nullptr; ///< while it is open
-    bool bCloseAfterExport = false;
+    AfterExport Then = AfterExport::Stay;
+    int AcceptedLossCount = 0; ///< clips without a file that the user has agreed to lose
 };

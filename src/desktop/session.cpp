@@ -8,6 +8,7 @@
 #include <QMetaObject>
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 Session::Session(PlayerFactory MakePlayer)
@@ -24,15 +25,26 @@ Session::Session(PlayerFactory MakePlayer)
                                                     { Q_EMIT NotificationQueued(shown); });
     Application.pJobSystem->JobFailed.connect(
         [this](const JobSystem::Failure& failure)
-        {
-            Application.pMovane->QueueNotification(Movane::NotificationError, "Movane",
-                                                   "The job failed: " + failure.Text, 5000);
-        });
+        { EndExport("Clip export failed: " + failure.Text); });
     p = &Application;
 
     ConnectPanelToRecords(ClipPanel, PanelRecords);
     ClipPanel.pParentWindow = &PanelPlace;
     PanelRecords.Table.SelectionChanged.connect([this] { RequestFrame(); });
+}
+
+// The only jobs are exports. One that threw posts no result, and without any the panel would refuse
+// every further export: so it gets this one, which its next pump shows.
+void Session::EndExport(const std::string& Message)
+{
+    const std::lock_guard lock(ClipPanel.ExportMutex);
+    if (ClipPanel.bExportInProgress)
+    {
+        ClipPanel.bExportResultSuccess = false;
+        ClipPanel.bExportInProgress = false;
+        ClipPanel.bExportResultReady = true;
+        ClipPanel.ExportResultMessage = Message;
+    }
 }
 
 Session::~Session()

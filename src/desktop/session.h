@@ -70,6 +70,7 @@ Q_SIGNALS:
     void DocumentRemoved(unsigned long WindowID);
 
 private:
+    void EndExport(const std::string& Message);
     void PumpPlayers();
 
     PlayerFactory NewPlayer;

@@ -6,6 +6,7 @@
 #include "desktop/timetext.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -25,6 +26,7 @@ constexpr double WheelNotch = 120.0; // of Qt's angle unit, an eighth of a degre
 constexpr double ZoomPerNotch = 1.25;
 constexpr double ZoomPerStep = 1.5;
 constexpr double PanPerNotch = 0.1; // of the width
+constexpr double PanPerPage = 0.9;  // of the width
 constexpr double FrameSecWhenUnknown = 0.04;
 
 std::optional<TimelineRange> DrawableRange(const TimelineState& State)
@@ -173,6 +175,12 @@ void TimelineWidget::ZoomToFit()
     update();
 }
 
+void TimelineWidget::TurnPages(int Pages)
+{
+    View.PanPx(Pages * PanPerPage * View.WidthPx());
+    update();
+}
+
 void TimelineWidget::Reveal(double StartSec, double EndSec)
 {
     View.Reveal(StartSec, EndSec);
@@ -257,7 +265,9 @@ void TimelineWidget::DragRange(double Px)
     const bool bIn = Held.End == RangeEnd::In;
     const double grabbedSec = bIn ? before.StartSec : before.EndSec;
     const double movedPx = Px - Held.PressPoint.x();
-    const double sec = View.SecAt(Held.ViewBefore.PxOf(grabbedSec) + movedPx);
+    const double rate = Shown.FramesPerSecond;
+    const double handSec = View.SecAt(Held.ViewBefore.PxOf(grabbedSec) + movedPx);
+    const double sec = rate > 0.0 ? std::round(handSec * rate) / rate : handSec;
     const double frameSec =
         Shown.FramesPerSecond > 0.0 ? 1.0 / Shown.FramesPerSecond : FrameSecWhenUnknown;
     const bool bReversed = before.EndSec < before.StartSec;
@@ -272,6 +282,7 @@ void TimelineWidget::DragRange(double Px)
             bReversed ? sec
                       : std::min(std::max(sec, before.StartSec + frameSec), View.DurationSec());
     }
+    SeekTo(bIn ? Held.Range.StartSec : Held.Range.EndSec);
 }
 
 // Beyond the ends of a zoomed view the hand pulls it along, faster the farther it is.
@@ -304,9 +315,15 @@ void TimelineWidget::CancelGesture()
     LayOut();
     PointAt(mapFromGlobal(QCursor::pos()));
     update();
-    if (held.Kind == Gesture::Seek)
+    SeekBack(held);
+}
+
+// To where the playhead stood before a gesture that has moved it.
+void TimelineWidget::SeekBack(const Hold& Ended)
+{
+    if (std::isfinite(Ended.SeekSec))
     {
-        RequestSeek(held.PlayheadBeforeSec);
+        RequestSeek(Ended.PlayheadBeforeSec);
     }
 }
 
@@ -454,6 +471,11 @@ void TimelineWidget::mouseReleaseEvent(QMouseEvent* pEvent)
         Shown.RangeEndSec = held.Range.EndSec;
         Q_EMIT RangeEdited(held.Range.StartSec, held.Range.EndSec);
     }
+    if (held.Kind == Gesture::Range)
+    {
+        // As editors do: marking moves no playhead, and the hand wanted another end, not another place.
+        SeekBack(held);
+    }
     else if (held.Kind == Gesture::Clip)
     {
         Q_EMIT ClipPicked(held.Row);
@@ -502,4 +524,15 @@ void TimelineWidget::keyPressEvent(QKeyEvent* pEvent)
         return;
     }
     QWidget::keyPressEvent(pEvent);
+}
+
+void TimelineWidget::contextMenuEvent(QContextMenuEvent* pEvent)
+{
+    const auto marker = View.IsEmpty() ? std::nullopt : MarkerAt(Picture(), pEvent->pos());
+    if (!marker || Held.Kind != Gesture::None)
+    {
+        pEvent->ignore();
+        return;
+    }
+    Q_EMIT MarkerMenuRequested(static_cast<int>(*marker), pEvent->globalPos());
 }

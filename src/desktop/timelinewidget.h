@@ -1,8 +1,8 @@
 // The timeline of a video window: shows a TimelineState and turns gestures into requests.
 //
 // It changes nothing itself. A click or a drag asks to seek; a drag of an end of the In/Out range works
-// on a copy that is reported once, at release; Escape drops what the hand holds and puts everything
-// back. The wheel zooms at the pointer (with or without Ctrl), Shift and the wheel or a drag with the
+// on a copy that is reported once, at release, and shows its picture meanwhile; Escape drops what the
+// hand holds and puts everything back. The wheel zooms at the pointer (with or without Ctrl), Shift and the wheel or a drag with the
 // middle button move the view. Of the keys only Escape during a drag is taken; seeking and zooming by
 // keyboard are the application's actions, which the focused timeline lets pass. To a screen reader it
 // is a slider. Times are seconds from the start of the source. UI thread only.
@@ -44,11 +44,14 @@ public Q_SLOTS:
     void ZoomIn();
     void ZoomOut();
     void ZoomToFit();
+    /// Moves the view by its own width, less a little that stays in sight; later times for a positive
+    /// number. The playhead stays where it is.
+    void TurnPages(int Pages);
     /// Makes a span of time visible, its ends in any order.
     void Reveal(double StartSec, double EndSec);
 
 Q_SIGNALS:
-    /// A click, each step of a drag, or the way back after Escape.
+    /// A click, each step of a drag (also of an end, so that its picture is seen), or the way back.
     void SeekRequested(double Sec);
     /// One end was dragged; once, at release, and only when the range is another one.
     void RangeEdited(double StartSec, double EndSec);
@@ -56,6 +59,8 @@ Q_SIGNALS:
     void ClipPicked(int Row);
     /// A double click on a bar, after the ClipPicked of its first click.
     void ClipOpened(int Row);
+    /// A menu is asked for at a flag; Index is that of State().Markers.
+    void MarkerMenuRequested(int Index, QPoint GlobalPoint);
 
 protected:
     bool event(QEvent* pEvent) override;
@@ -70,6 +75,7 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* pEvent) override;
     void wheelEvent(QWheelEvent* pEvent) override;
     void keyPressEvent(QKeyEvent* pEvent) override;
+    void contextMenuEvent(QContextMenuEvent* pEvent) override;
 
 private:
     enum class Gesture
@@ -108,6 +114,7 @@ private:
     void PullView(double Px);
     void SeekTo(double Sec);
     void CancelGesture();
+    void SeekBack(const Hold& Ended);
     void PointAt(QPointF Point);
     bool ShowToolTip(QPointF Point, QPoint GlobalPoint);
 

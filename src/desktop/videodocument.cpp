@@ -18,6 +18,10 @@ bool VideoDocument::LoadVideoFile(const std::string& Path, bool bPlay)
 {
     const std::string earlierPath = pVideo->FilePath;
     const bool bLoaded = MvVideoWindow::LoadVideoFile(Path, bPlay);
+    if (bLoaded)
+    {
+        BackwardSince.reset();
+    }
     if (bLoaded && Path != earlierPath)
     {
         DropPendingMarks();
@@ -85,7 +89,8 @@ void VideoDocument::PlayBackward()
         return;
     }
     pVideo->Pause();
-    BackwardSince = {std::chrono::steady_clock::now(), pVideo->CurrentTimeSec()};
+    const double fromSec = pVideo->CurrentTimeSec();
+    BackwardSince = {std::chrono::steady_clock::now(), fromSec, fromSec};
     ContinueBackward();
 }
 
@@ -95,17 +100,23 @@ void VideoDocument::ContinueBackward()
     {
         return;
     }
+    if (pVideo->CurrentTimeSec() != BackwardSince->AskedSec)
+    {
+        PlayBackward();
+        return;
+    }
     const std::chrono::duration<double> elapsed =
         std::chrono::steady_clock::now() - BackwardSince->Time;
     const double frameSec = pMpv->FramesPerSecond() > 0.0 ? 1.0 / pMpv->FramesPerSecond() : 0.04;
     // At least one frame, or the seek would land at once on the picture that is there.
     const double targetSec = std::min(BackwardSince->Sec - elapsed.count() * SpeedFactor,
                                       pVideo->CurrentTimeSec() - frameSec);
+    SeekTo(targetSec);
+    BackwardSince->AskedSec = pVideo->CurrentTimeSec();
     if (targetSec <= 0.0)
     {
         BackwardSince.reset();
     }
-    SeekTo(targetSec);
 }
 
 bool VideoDocument::IsPlaying() const

@@ -42,7 +42,7 @@ public:
     /// Pauses, from playing in either direction.
     void Pause();
     /// Plays backward at Speed(): a picture for each seek that has landed, so that the time is kept and
-    /// pictures are left out where the machine is slow.
+    /// pictures are left out where the machine is slow. After a seek it goes on from there.
     void PlayBackward();
     /// Goes on playing backward; for the frame. Nothing happens while the last seek is under way.
     void ContinueBackward();
@@ -70,6 +70,7 @@ private:
     {
         std::chrono::steady_clock::time_point Time;
         double Sec = 0.0;
+        double AskedSec = 0.0; ///< where it has gone last; elsewhere means that somebody has sought
     };
     std::optional<BackwardStart> BackwardSince;
 };

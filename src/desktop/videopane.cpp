@@ -2,6 +2,7 @@
 
 #include "desktop/actionset.h"
 #include "desktop/commands.h"
+#include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
 #include "desktop/timelinewidget.h"
@@ -10,7 +11,7 @@
 #include "host/mvtimecontrol.h"
 #include "media/mpvvideo.h"
 
-#include <QFile>
+#include <QMenu>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -75,6 +76,7 @@ VideoPane::VideoPane(Session& NewRunning,
     connect(pTimeline, &TimelineWidget::RangeEdited, this,
             [this](double StartSec, double EndSec)
             { Document.Timeline().SetRangeSelection(StartSec, EndSec, false); });
+    connect(pTimeline, &TimelineWidget::MarkerMenuRequested, this, &VideoPane::ShowMarkerMenu);
     connect(&Running, &Session::FrameDone, this, &VideoPane::SyncFromHost);
     Surface->Ready.connect(
         [this]
@@ -106,7 +108,7 @@ void VideoPane::Open(const QString& Path)
 
 void VideoPane::OpenNow(const QString& Path)
 {
-    const bool bLoaded = Document.LoadVideoFile(QFile::encodeName(Path).toStdString(), false);
+    const bool bLoaded = Document.LoadVideoFile(PathBytes(Path), false);
     OpenError = bLoaded ? QString() : QString::fromStdString(Document.LoadError());
     if (bLoaded)
     {
@@ -114,6 +116,29 @@ void VideoPane::OpenNow(const QString& Path)
     }
     Running.RequestFrame();
     Q_EMIT FileOpened(Path, bLoaded);
+}
+
+void VideoPane::ShowMarkerMenu(int Index, QPoint GlobalPoint)
+{
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    // By its time: while the menu is open the markers may change.
+    const double sec = Document.Timeline().Markers.at(static_cast<std::size_t>(Index)).TimeSec;
+    connect(menu->addAction("Remove marker"), &QAction::triggered, this,
+            [this, sec] { RemoveMarkerAt(sec); });
+    menu->popup(GlobalPoint);
+}
+
+void VideoPane::RemoveMarkerAt(double Sec)
+{
+    std::vector<MvTimeControl::Marker>& markers = Document.Timeline().Markers;
+    const auto found = std::find_if(markers.begin(), markers.end(),
+                                    [&](const auto& marker) { return marker.TimeSec == Sec; });
+    if (found != markers.end())
+    {
+        markers.erase(found);
+        Document.Timeline().Changed.emit();
+    }
 }
 
 // The picture keeps most of the height, also with large text.

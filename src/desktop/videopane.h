@@ -51,6 +51,8 @@ protected:
 
 private:
     void OpenNow(const QString& Path);
+    void ShowMarkerMenu(int Index, QPoint GlobalPoint);
+    void RemoveMarkerAt(double Sec);
     TimelineState MakeTimelineState();
 
     Session& Running;

@@ -1,23 +1,36 @@
 #include "desktop/videowindow.h"
 
 #include "desktop/commands.h"
+#include "desktop/pathtext.h"
+#include "desktop/plainlabel.h"
 #include "desktop/session.h"
+#include "desktop/theme.h"
 #include "desktop/timelinewidget.h"
 #include "desktop/videodocument.h"
 #include "desktop/videopane.h"
 
 #include <QCloseEvent>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QFile>
 #include <QFileInfo>
+#include <QFontMetrics>
+#include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QScreen>
 #include <QUrl>
+#include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace
 {
+constexpr int RecentNamePx = 400;
+constexpr int StatusMarginPx = 8; // that of the clip panel
+
 QStringList LocalFiles(const QMimeData& Data)
 {
     QStringList paths;
@@ -25,10 +38,22 @@ QStringList LocalFiles(const QMimeData& Data)
     {
         if (url.isLocalFile())
         {
-            paths.append(url.toLocalFile());
+            // By its bytes, which need be no UTF-8.
+            const QByteArray encoded = url.path(QUrl::FullyEncoded).toLatin1();
+            paths.append(PathText(QByteArray::fromPercentEncoding(encoded).toStdString()));
         }
     }
     return paths;
+}
+
+// A file's name, with that of its folder where another one is called the same.
+QString NameAmong(const QStringList& Paths, const QString& Path)
+{
+    const QFileInfo file(Path);
+    const auto same = std::count_if(Paths.begin(), Paths.end(),
+                                    [&](const QString& other)
+                                    { return QFileInfo(other).fileName() == file.fileName(); });
+    return same > 1 ? file.fileName() + " – " + file.dir().dirName() : file.fileName();
 }
 } // namespace
 
@@ -49,6 +74,13 @@ VideoWindow::VideoWindow(Session& NewRunning,
     SyncTitle();
 }
 
+void VideoWindow::ResizeOnScreen(QSize Wanted)
+{
+    constexpr QSize frame(16,
+                          48); // title bar and edges; their size is known only once they are there
+    resize(Wanted.boundedTo(screen()->availableSize() - frame));
+}
+
 void VideoWindow::FocusVideo()
 {
     pPane->Timeline().setFocus();
@@ -58,14 +90,35 @@ void VideoWindow::SetRecentFiles(const QStringList& Paths)
 {
     pRecentMenu->clear();
     pRecentMenu->setEnabled(!Paths.isEmpty());
+    const QFontMetrics metrics(Theme::NormalFont());
     for (const QString& path : Paths)
     {
+        QString text = metrics.elidedText(NameAmong(Paths, path), Qt::ElideMiddle,
+                                          Theme::ScaledPx(RecentNamePx));
         // A '&' in a name would be taken for a mnemonic.
-        QAction* const action =
-            pRecentMenu->addAction(QFileInfo(path).fileName().replace('&', "&&"));
-        action->setToolTip(path);
+        QAction* const action = pRecentMenu->addAction(text.replace('&', "&&"));
+        action->setToolTip(PlainToolTip(path));
         connect(action, &QAction::triggered, this, [this, path] { Q_EMIT RecentFilePicked(path); });
     }
+}
+
+void VideoWindow::AddStatusRow()
+{
+    auto* const status = new PlainLabel(PlainLabel::Overflow::ElideMiddle);
+    status->setObjectName("windowStatus");
+    auto* const whole = new QWidget;
+    auto* const layout = new QVBoxLayout(whole);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(takeCentralWidget(), 1);
+    auto* const row = new QHBoxLayout;
+    row->setContentsMargins(StatusMarginPx, 0, StatusMarginPx, StatusMarginPx);
+    row->addWidget(status);
+    layout->addLayout(row);
+    setCentralWidget(whole);
+    const auto sync = [this, status]
+    { status->Show(QString::fromStdString(Running.Panel().StatusText)); };
+    connect(&Running, &Session::FrameDone, status, sync);
+    sync();
 }
 
 void VideoWindow::MakeMenus()
@@ -91,11 +144,21 @@ void VideoWindow::MakeMenus()
 
 void VideoWindow::SyncTitle()
 {
-    const QString file = QFileInfo(QFile::decodeName(Document.pVideo->FilePath.c_str())).fileName();
+    const QString file = QFileInfo(PathText(Document.pVideo->FilePath)).fileName();
     const bool bActedOn = Running.Documents().size() > 1 && Running.TargetDocument() == &Document;
     // The name at the end, or the toolkit would add it there.
     setWindowTitle((file.isEmpty() ? QString() : file + " – ") +
                    (bActedOn ? "marking here – " : "") + "Movane");
+}
+
+void VideoWindow::keyPressEvent(QKeyEvent* pEvent)
+{
+    if (pEvent->key() == Qt::Key_Escape && isFullScreen())
+    {
+        setWindowState(windowState() & ~Qt::WindowFullScreen);
+        return;
+    }
+    QMainWindow::keyPressEvent(pEvent);
 }
 
 void VideoWindow::closeEvent(QCloseEvent* pEvent)

@@ -28,7 +28,11 @@ public:
     unsigned long DocumentID() const { return ID; }
     /// Gives the keyboard back to the video, from a field or a dialog.
     void FocusVideo();
+    /// Resizes the window, to no more than its screen has room for.
+    void ResizeOnScreen(QSize Wanted);
     void SetRecentFiles(const QStringList& Paths);
+    /// Adds a row below the pane with the clip panel's status line, for a window without the panel.
+    void AddStatusRow();
 
 Q_SIGNALS:
     void FilesDropped(const QStringList& Paths);
@@ -36,6 +40,7 @@ Q_SIGNALS:
     void Closed();
 
 protected:
+    void keyPressEvent(QKeyEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
     void showEvent(QShowEvent* pEvent) override;
     void hideEvent(QHideEvent* pEvent) override;

@@ -1,0 +1,256 @@
+// The desktop program as a child without a screen, with a person at its keys: how it ends when it is told to
+// from outside, and what it remembers for its next start.
+
+#include "cliprogram.h"
+
+#include <chrono>
+#include <csignal>
+
+#include <sys/stat.h>
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace
+{
+class DesktopProgram : public CliProgram
+{
+protected:
+    DesktopProgram()
+    {
+        mkfifo(KeysPipe.c_str(), 0600);
+        Keys = open(KeysPipe.c_str(), O_RDWR | O_CLOEXEC);
+        const std::map<std::string, std::string> further = {
+            {"QT_QPA_PLATFORM", "offscreen"},
+            {"QT_QPA_GENERIC_PLUGINS", "typist"},
+            {"QT_PLUGIN_PATH", MOVANE_TEST_PLUGINS},
+            {"MOVANE_TEST_KEYS", KeysPipe.native()},
+            {"MOVANE_TEST_TEXTS", TextsFile.native()},
+            {"MOVANE_AUDIO", "null"},
+            {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"}};
+        Setup.Environment.insert(further.begin(), further.end());
+    }
+    ~DesktopProgram() override { close(Keys); }
+
+    /// Starts the program and waits until this text is to be seen.
+    std::unique_ptr<ProgramRun> Start(const std::vector<std::string>& Files,
+                                      const std::string& Text)
+    {
+        fs::remove(TextsFile);
+        Setup.Arguments = Files;
+        auto run = std::make_unique<ProgramRun>(Setup);
+        EXPECT_TRUE(Shows(Text));
+        return run;
+    }
+
+    /// Waits until a text is to be seen; false, with what is there instead, when it does not come.
+    testing::AssertionResult Shows(const std::string& Text) const
+    {
+        const bool bShown =
+            WaitFor([&] { return ReadFile(TextsFile).find(Text) != std::string::npos; });
+        return bShown ? testing::AssertionSuccess()
+                      : testing::AssertionFailure()
+                            << Text << " is not shown, but " << ReadFile(TextsFile);
+    }
+
+    /// Presses a key, and waits for the text that it brings.
+    testing::AssertionResult Press(const std::string& Key, const std::string& Text) const
+    {
+        Type(Key + '\n');
+        return Shows(Text);
+    }
+    void Type(const std::string& Lines) const
+    {
+        EXPECT_EQ(write(Keys, Lines.data(), Lines.size()), static_cast<ssize_t>(Lines.size()));
+    }
+
+    /// Saves the whole of a video that ends at that time as a clip.
+    void SaveTheWhole(const std::string& End)
+    {
+        ASSERT_TRUE(Press("I", "Current Range: "));
+        ASSERT_TRUE(Press("End", "Current: " + End));
+        ASSERT_TRUE(Press("O", "Current Range: 00:00"));
+        ASSERT_TRUE(Press("+", "Saved Clip 1 from "));
+    }
+    /// Saves it and begins to export it.
+    void ExportTheWhole(const std::string& End)
+    {
+        SaveTheWhole(End);
+        ASSERT_TRUE(Press("E", "clip_00000_Clip_1.mkv"));
+        ASSERT_TRUE(WaitFor([this] { return fs::exists(Clips / "clip_00000_Clip_1.mkv"); }));
+    }
+
+    /// Tells the program to end, and waits until it has.
+    void EndInOrder(ProgramRun& Run)
+    {
+        Run.Signal(SIGTERM);
+        ExpectEndInOrder(Run);
+    }
+    void ExpectEndInOrder(ProgramRun& Run)
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        const ProgramRun::End end = Run.Finish();
+        EXPECT_EQ(end.ExitCode, 0);
+        EXPECT_THAT(end.Err, Not(HasSubstr("movane: ")));
+        // Sooner than an encoder is killed that was asked in vain.
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+        ExpectNothingLeft();
+    }
+
+    const fs::path KeysPipe = Folder.Path() / "keys";
+    const fs::path TextsFile = Folder.Path() / "texts";
+    int Keys = -1;
+};
+
+// -- The end
+
+TEST_F(DesktopProgram, EndsInOrderAtSigterm)
+{
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    EndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, EndsAtASigtermThatIsThereFirst)
+{
+    // It waits, blocked, until the program is ready to take it.
+    Setup.BeforeStart = []
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGTERM);
+        sigprocmask(SIG_BLOCK, &signals, nullptr);
+        kill(getpid(), SIGTERM);
+    };
+    Setup.Arguments = {SampleVideo()};
+    ProgramRun run(Setup);
+    ExpectEndInOrder(run);
+}
+
+TEST_F(DesktopProgram, AsksForClipsAtAKeyButNotAtSigterm)
+{
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    SaveTheWhole("00:04");
+    ASSERT_TRUE(Press("Ctrl+Q", "1 clip was not exported and will be lost: close anyway?"));
+    EndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, EndsWhenTheLossOfClipsIsAccepted)
+{
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    SaveTheWhole("00:04");
+    ASSERT_TRUE(Press("Ctrl+Q", "1 clip was not exported and will be lost: close anyway?"));
+    Type("Tab\nSpace\n"); // from Stay to Close
+    ExpectEndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, StopsTheRealEncoderAtSigterm)
+{
+    const fs::path source = Work / "long.mp4";
+    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", source.native());
+    const auto run = Start({source.native()}, "long.mp4");
+    ExportTheWhole("33:33");
+    EndInOrder(*run);
+    EXPECT_THAT(NamesIn(Clips), IsEmpty());
+}
+
+TEST_F(DesktopProgram, StopsAScriptInTheEncodersPlaceAtSigterm)
+{
+    UseFake(": > \"$out\"; while :; do /bin/sleep 0.02; done");
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    ExportTheWhole("00:04");
+    EndInOrder(*run);
+    EXPECT_THAT(NamesIn(Clips), IsEmpty());
+}
+
+TEST_F(DesktopProgram, RemovesTheUnfinishedFileWhenTheEncoderGetsTheSignalToo)
+{
+    UseFake("trap 'exit 1' TERM; : > \"$out\"; while :; do /bin/sleep 0.02; done");
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    ExportTheWhole("00:04");
+    run->SignalGroup(SIGTERM);
+    ExpectEndInOrder(*run);
+    EXPECT_THAT(NamesIn(Clips), IsEmpty());
+}
+
+// -- The start
+
+TEST_F(DesktopProgram, OpensTheVideoOfItsLastRun)
+{
+    EndInOrder(*Start({SampleVideo()}, "sample.mp4"));
+    const auto run = Start({}, "sample.mp4");
+    EXPECT_THAT(ReadFile(TextsFile), Not(HasSubstr("does not exist")));
+    EndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, SaysThatTheVideoOfItsLastRunIsGone)
+{
+    const fs::path source = Work / "gone.mp4";
+    fs::copy_file(SampleVideo(), source);
+    EndInOrder(*Start({source.native()}, "gone.mp4"));
+    fs::remove(source);
+    EndInOrder(*Start({}, source.native() + " does not exist"));
+}
+
+// -- Surroundings
+
+TEST_F(DesktopProgram, ALocaleWithADecimalCommaChangesNothing)
+{
+    const std::string command =
+        "localedef -i de_DE -f UTF-8 " + (Work / "de_DE.UTF-8").native() + " 2>/dev/null";
+    if (std::system(command.c_str()) != 0) // NOLINT(concurrency-mt-unsafe)
+    {
+        GTEST_SKIP() << "no sources of locales here";
+    }
+    Setup.Environment["LOCPATH"] = Work.native();
+    Setup.Environment["LC_ALL"] = "de_DE.UTF-8";
+    const FakeFfmpeg fake = UseFake();
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    ExportTheWhole("00:04");
+    EXPECT_TRUE(Shows("Exported clip_00000_Clip_1.mkv"));
+    EXPECT_EQ(fake.Arguments().at(7), "0.000");
+    EndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, ShowsAnExportsProgressInTheTaskBar)
+{
+    if (access("/usr/bin/dbus-daemon", X_OK) != 0 || access("/usr/bin/dbus-monitor", X_OK) != 0)
+    {
+        GTEST_SKIP() << "needs dbus-daemon and dbus-monitor";
+    }
+    const std::string address = "unix:path=" + (Folder.Path() / "bus").native();
+    const auto start = [&](const std::string& Program, const std::vector<std::string>& Arguments)
+    {
+        ProgramRun::Setup how = Setup;
+        how.Program = "/usr/bin/" + Program;
+        how.Arguments = Arguments;
+        how.OutputFolder = Folder.Path() / Program;
+        fs::create_directory(how.OutputFolder);
+        return std::make_unique<ProgramRun>(how);
+    };
+    const auto daemon =
+        start("dbus-daemon", {"--session", "--nofork", "--address=" + address, "--print-address"});
+    // Told when the bus takes calls.
+    ASSERT_TRUE(
+        WaitFor([&] { return !ReadFile(Folder.Path() / "dbus-daemon" / "stdout").empty(); }));
+    const auto monitor = start(
+        "dbus-monitor", {"--address", address, "interface='com.canonical.Unity.LauncherEntry'"});
+    const fs::path heard = Folder.Path() / "dbus-monitor" / "stdout";
+    // Its first line tells that it listens.
+    ASSERT_TRUE(WaitFor([&] { return !ReadFile(heard).empty(); }));
+
+    Setup.Environment["DBUS_SESSION_BUS_ADDRESS"] = address;
+    const FakeFfmpeg fake = UseFake(": > \"$out\"; until [ -e " + (FakeFolder / "go").native() +
+                                    " ]; do /bin/sleep 0.01; done");
+    const auto run = Start({SampleVideo()}, "sample.mp4");
+    ExportTheWhole("00:04");
+    EXPECT_TRUE(WaitFor([&] { return ReadFile(heard).find("boolean true") != std::string::npos; }));
+    EXPECT_THAT(ReadFile(heard), HasSubstr("application://movane.desktop"));
+    EXPECT_THAT(ReadFile(heard), Not(HasSubstr("boolean false")));
+    WriteFile(FakeFolder / "go", "");
+    EXPECT_TRUE(
+        WaitFor([&] { return ReadFile(heard).find("boolean false") != std::string::npos; }));
+    run->Signal(SIGTERM);
+    EXPECT_EQ(run->Finish().ExitCode, 0);
+}
+} // namespace
