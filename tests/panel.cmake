@@ -34,3 +34,11 @@ target_compile_options(panel_contract_test PRIVATE -ffp-contract=off)
 target_link_options(panel_contract_test PRIVATE LINKER:--wrap=access,--wrap=system)
 
 movane_test(panel_host_test SOURCES panel_host_test.cpp LIBRARIES movane_panel)
+
+# A million texts; a sanitizer watches this program and not the shell, so there fewer will do.
+movane_test(quoting_shell_test SOURCES quoting_shell_test.cpp LIBRARIES movane_panel)
+target_compile_definitions(quoting_shell_test PRIVATE
+    MOVANE_QUOTED_TEXTS=$<IF:$<BOOL:${MOVANE_SANITIZE}>,100000,1000000>)
+
+# Few actions here; script/soak does a million.
+movane_test(soak_test SOURCES soak_test.cpp LIBRARIES movane_panel)
