@@ -1,4 +1,6 @@
 # Sets each median of Google Benchmark's CSV beside that of the same name with "/floor" in it.
+#
+# The first file has the names in the order in which they are shown.
 
 function shown(ns) {
     if (ns < 1000) return sprintf("%.1f ns", ns)
@@ -11,18 +13,19 @@ BEGIN {
     limit["pump, nothing waiting"] = 1.2; limit["output name"] = 1.3; limit["quote"] = 3
 }
 
-# A name with a comma in it is quoted, and split by the separator: put it together again.
-{
-    line = $0
-    match(line, /^"[^"]*"/)
-    name = substr(line, 2, RLENGTH - 2)
-    split(substr(line, RLENGTH + 2), field, ",")
+FNR == NR {
+    if ($0 !~ /\/floor/) order[++count] = $0
+    next
 }
-name ~ /_median$/ {
-    sub(/_median$/, "", name)
-    time[name] = field[3] # CPU time: what other programs take is not counted
-    if (name !~ /\/floor/) order[++count] = name
+
+# A name is quoted, for it may have a comma in it.
+match($0, /^"[^"]*"/) {
+    name = substr($0, 2, RLENGTH - 2)
+    split(substr($0, RLENGTH + 2), field, ",")
+    if (sub(/_median$/, "", name)) time[name] = field[3] # CPU time: what other programs take is left out
+    else if (match($0, /[0-9]+ allocations/)) allocations[name] = ", " substr($0, RSTART, RLENGTH)
 }
+
 END {
     for (i = 1; i <= count; ++i) {
         name = order[i]
@@ -32,10 +35,9 @@ END {
             what = substr(name, 1, RSTART - 1)
             size = substr(name, RSTART)
         }
-        floor = time[what "/floor" size]
-        text = what
-        sub(/^\//, "", size)
-        if (size != "") text = text ", " size
-        printf "| %s | %s | %s | %.2f | %s |\n", text, shown(time[name]), shown(floor), time[name] / floor, limit[what]
+        least = what "/floor" size
+        text = what (size == "" ? "" : ", " substr(size, 2))
+        printf "| %s | %s%s | %s%s | %.2f | %s |\n", text, shown(time[name]), allocations[name],
+            shown(time[least]), allocations[least], time[name] / time[least], limit[what]
     }
 }

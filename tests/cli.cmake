@@ -14,3 +14,8 @@ add_dependencies(cli_program_test movane)
 movane_test(fault_program_test SOURCES fault_program_test.cpp LIBRARIES "")
 target_compile_definitions(fault_program_test PRIVATE MOVANE_PROGRAM="$<TARGET_FILE:movane>")
 add_dependencies(fault_program_test movane)
+
+# script/soak does a thousand.
+add_test(NAME many_exports
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/many_exports.sh $<TARGET_FILE:movane> 10)
+set_tests_properties(many_exports PROPERTIES TIMEOUT 120)

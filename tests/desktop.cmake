@@ -53,6 +53,8 @@ movane_desktop_test(desktop_app_test SOURCES desktop_app_test.cpp)
 movane_desktop_test(desktop_windows_test SOURCES desktop_windows_test.cpp)
 movane_desktop_test(desktop_firstminutes_test SOURCES desktop_firstminutes_test.cpp)
 movane_desktop_test(desktop_export_test SOURCES desktop_export_test.cpp)
+# Some seconds here; script/soak does half an hour.
+movane_desktop_test(desktop_soak_test SOURCES desktop_soak_test.cpp)
 
 # Helpers of what runs in a real X server.
 foreach(helper awaitpixel xdndsource)

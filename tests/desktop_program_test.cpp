@@ -5,6 +5,10 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -171,6 +175,68 @@ TEST_F(DesktopProgram, RemovesTheUnfinishedFileWhenTheEncoderGetsTheSignalToo)
     run->SignalGroup(SIGTERM);
     ExpectEndInOrder(*run);
     EXPECT_THAT(NamesIn(Clips), IsEmpty());
+}
+
+// Few starts here; script/soak does 200. MOVANE_STARTS says how many, MOVANE_SOAK_SEED which moments.
+TEST_F(DesktopProgram, EndsInOrderAtAnyMoment)
+{
+    const auto numberFrom = [](const char* variable, int otherwise)
+    {
+        const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+        return value == nullptr ? otherwise : std::atoi(value);
+    };
+    const int count = numberFrom("MOVANE_STARTS", 8);
+    const int seed = numberFrom("MOVANE_SOAK_SEED", 20261121);
+    std::cout << count << " starts, MOVANE_SOAK_SEED=" << seed << std::endl;
+    std::mt19937 random(static_cast<unsigned>(seed));
+    std::uniform_int_distribution moment(0, 1500);
+    const fs::path source = Work / "long.mp4";
+    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", source.native());
+    Setup.Arguments = {SampleVideo(), source.native()};
+    int killedEarly = 0;
+    std::chrono::milliseconds longest{0};
+    for (int i = 0; i < count && !HasFailure(); ++i)
+    {
+        SCOPED_TRACE(i);
+        fs::remove(TextsFile);
+        ProgramRun run(Setup);
+        // Of four: two while it starts and loads, one while it plays, one while it exports.
+        if (i % 4 >= 2)
+        {
+            ASSERT_TRUE(Shows("long.mp4"));
+        }
+        if (i % 4 == 2)
+        {
+            Type("Space\n");
+        }
+        else if (i % 4 == 3)
+        {
+            ASSERT_NO_FATAL_FAILURE(SaveTheWhole("33:33"));
+            Type("E\n");
+        }
+        // Not to wait for something: the moment is what is tried.
+        std::this_thread::sleep_for(std::chrono::milliseconds(moment(random)));
+        const auto begin = std::chrono::steady_clock::now();
+        run.Signal(SIGTERM);
+        const ProgramRun::End end = run.Finish();
+        longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(
+                                        std::chrono::steady_clock::now() - begin));
+        // Before it takes signals it ends as any program does.
+        const bool bEarly = end.Signal == SIGTERM && !fs::exists(TextsFile);
+        killedEarly += bEarly ? 1 : 0;
+        EXPECT_TRUE(end.ExitCode == 0 || bEarly) << end.ExitCode << ", signal " << end.Signal;
+        for (const std::string& line : LinesOf(end.Err))
+        {
+            // What the platform without a screen can't do.
+            EXPECT_THAT(line, HasSubstr("This plugin does not support "));
+        }
+        EXPECT_EQ(end.Out, "");
+        ExpectNothingLeft();
+        EXPECT_THAT(NamesIn(Clips), IsEmpty());
+    }
+    std::cout << killedEarly << " ended before they took signals; the longest end took "
+              << longest.count() << " ms" << std::endl;
+    EXPECT_LT(longest, std::chrono::seconds(5));
 }
 
 // -- The start

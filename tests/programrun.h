@@ -58,6 +58,7 @@ public:
         int ExitCode = -1; ///< -1 when a signal ended it
         std::string Out;
         std::string Err;
+        int Signal = 0; ///< that ended it
     };
 
     explicit ProgramRun(const Setup& How)
@@ -105,7 +106,8 @@ public:
         int status = 0;
         waitpid(Child, &status, 0);
         Child = -1;
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(OutFile), ReadFile(ErrFile)};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(OutFile), ReadFile(ErrFile),
+                WIFSIGNALED(status) ? WTERMSIG(status) : 0};
     }
 
     /// The command names of the processes that ended programs have left running, without those that

@@ -1,0 +1,137 @@
+// What the windows cost with a great many clips: a frame, a save, a selection and a repaint, with all of
+// the toolkit and without a screen.
+
+#include "cli/clippanelrecords.h"
+#include "desktop/actionset.h"
+#include "desktop/clippanelwidget.h"
+#include "desktop/commands.h"
+#include "desktop/session.h"
+#include "desktop/theme.h"
+#include "desktop/timelineclips.h"
+#include "desktop/timelinewidget.h"
+#include "fakes/fakevideo.h"
+#include "host/mvvideowindow.h"
+#include "media/mpvvideo.h"
+
+#include <QApplication>
+#include <QTableView>
+#include <QVBoxLayout>
+
+#include <benchmark/benchmark.h>
+
+namespace
+{
+// A clip panel in a window, with its session but without a player.
+class Stage
+{
+public:
+    explicit Stage(int ClipCount)
+    {
+        auto window = std::make_unique<MvVideoWindow>();
+        window->SetVideo(std::make_unique<FakeVideo>());
+        pWindow = window.get();
+        p->pMovane->AddWindow(Movane::FirstVideoWindowID, std::move(window));
+        pWindow->LoadVideoFile(Path, false);
+        pWindow->Timeline().SetRangeSelection(12.0, 34.5, false);
+        auto* const layout = new QVBoxLayout(&Window);
+        layout->addWidget(pWidget);
+        layout->addWidget(pTimeline);
+        Window.resize(500, 760);
+        Window.show();
+        for (int i = 0; i < ClipCount; ++i)
+        {
+            MvClipControlPanel::SavedClip clip;
+            clip.Name = "Clip " + std::to_string(i + 1);
+            clip.SourcePath = Path;
+            clip.SourceLabel = "holiday.mp4";
+            clip.ColorName = "Amber";
+            clip.StartSec = 0.05 * i;
+            clip.EndSec = 0.05 * i + 0.04;
+            Running.Panel().Clips.push_back(clip);
+        }
+        Running.Panel().RebuildTableModel();
+        Frame();
+        QCoreApplication::processEvents();
+    }
+
+    /// As a video that plays makes it thirty times a second.
+    void Frame()
+    {
+        Running.Frame();
+        TimelineState state;
+        state.DurationSec = 7200.0;
+        state.PlayheadSec = (PlayheadSec += 0.04);
+        state.Clips = Bars.Of(Running.Panel(), Path);
+        pTimeline->SetState(state);
+        QCoreApplication::processEvents();
+    }
+
+    static constexpr const char* Path = "/videos/holiday.mp4";
+    Session Running{[](std::string& OutError)
+                    {
+                        OutError = "No player here.";
+                        return std::unique_ptr<MpvVideo>();
+                    }};
+    Commands Target{Running};
+    MvVideoWindow* pWindow = nullptr;
+    QWidget Window;
+    ActionSet Actions{Window, Target};
+    ClipPanelWidget* pWidget =
+        new ClipPanelWidget(Running.Panel(), Running.Records(), Actions, &Window);
+    TimelineWidget* pTimeline = new TimelineWidget(&Window);
+    TimelineClips Bars;
+    double PlayheadSec = 0.0;
+};
+
+void Counts(benchmark::internal::Benchmark* pBench)
+{
+    for (const int count : {1, 100, 10000, 100000})
+    {
+        pBench->Arg(count);
+    }
+    pBench->Unit(benchmark::kMicrosecond);
+}
+
+void PlayingFrame(benchmark::State& State)
+{
+    Stage stage(static_cast<int>(State.range(0)));
+    for ([[maybe_unused]] auto _ : State)
+    {
+        stage.Frame();
+    }
+}
+BENCHMARK(PlayingFrame)->Name("window: a frame while playing")->Apply(Counts);
+
+void Save(benchmark::State& State)
+{
+    Stage stage(static_cast<int>(State.range(0)));
+    for ([[maybe_unused]] auto _ : State)
+    {
+        stage.Running.Panel().SaveCurrentRangeAsClip();
+        stage.Frame();
+    }
+}
+BENCHMARK(Save)->Name("window: save a clip")->Apply(Counts);
+
+void Select(benchmark::State& State)
+{
+    Stage stage(static_cast<int>(State.range(0)));
+    int row = 0;
+    for ([[maybe_unused]] auto _ : State)
+    {
+        row = (row + 7919) % static_cast<int>(State.range(0));
+        stage.Running.Records().Table.SelectRow(row);
+        stage.Frame();
+    }
+}
+BENCHMARK(Select)->Name("window: select a clip far away")->Apply(Counts);
+} // namespace
+
+int main(int ArgumentCount, char** Arguments)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(ArgumentCount, Arguments);
+    Theme::Apply();
+    benchmark::Initialize(&ArgumentCount, Arguments);
+    benchmark::RunSpecifiedBenchmarks();
+}
