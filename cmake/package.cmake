@@ -28,7 +28,7 @@ clips, and JSON for programs.")
 # libqt6gui6, a font with its fontconfig. ffmpeg is a program, so no library's symbols tell of it.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS ffmpeg)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS qt6-wayland)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "qt6-wayland, xdg-utils") # Wayland; "Open folder"
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
