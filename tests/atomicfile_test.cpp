@@ -90,9 +90,12 @@ TEST(MakePrivateFolders, FailsWhereTheUserMayNotWrite)
 {
     const TempFolder folder;
     const FolderModeGuard guard(folder.Path(), 0555);
-    errno = 0;
-    EXPECT_FALSE(MakePrivateFolders(folder.Path() / "a"));
-    EXPECT_EQ(errno, EACCES);
+    for (const char* path : {"a", "a/b"})
+    {
+        errno = 0;
+        EXPECT_FALSE(MakePrivateFolders(folder.Path() / path));
+        EXPECT_EQ(errno, EACCES);
+    }
 }
 
 TEST(MakePrivateFolders, LetsManyMakeTheSameFolderAtOnce)

@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Shows that check_hardening.sh sees each thing that is missing, in a program that is built without it.
+#
+#     tests/check_hardening_test.sh COMPILER
 set -euo pipefail
 check=$(realpath "$(dirname "$0")/check_hardening.sh")
 compiler=$1

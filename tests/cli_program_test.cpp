@@ -73,6 +73,8 @@ TEST_F(CliWrongCall, NamesWhatIsWrongWithTheArguments)
     ExpectRefusal({"export"}, "SOURCE is required" + seeHelp);
     ExpectRefusal({"export", "a.mp4", "b.mp4", "--clip", "1-2"},
                   "The following argument was not expected: b.mp4" + seeHelp);
+    ExpectRefusal({"export", "a.mp4", "b. ", "--clip", "1-2"},
+                  "The following argument was not expected: b. " + seeHelp);
     ExpectRefusal({"export", "a.mp4", "--clip", "1-2", "--", "b.mp4"},
                   "The following argument was not expected: b.mp4" + seeHelp);
     ExpectRefusal({"b.mp4", "export", "a.mp4", "--clip", "1-2"},
@@ -144,6 +146,27 @@ TEST_F(CliWrongCall, NamesAClipOutsideTheSource)
     ExpectRefusal({"export", source, "--clips", "clips.csv"},
                   "clips.csv, line 3: In (9.000 s) lies at or past the end of " + source +
                       " (4.000 s).");
+}
+
+TEST_F(CliWrongCall, NeedsAnOutWhereTheLengthIsUnknown)
+{
+    const fs::path source = Work / "a.h264"; // pictures and nothing about them
+    MakeMedia("-i " + SampleVideo() + " -map 0:v -c copy", source.native());
+    ExpectRefusal({"export", source.native(), "--clip", "a=1-"},
+                  "--clip \"a=1-\": the length of " + source.native() +
+                      " is unknown, so give an Out.");
+}
+
+TEST_F(CliWrongCall, NamesAPathInAFolderThatIsGone)
+{
+    const auto inFolderThatIsGone = [this](const std::vector<std::string>& arguments)
+    {
+        fs::create_directory(Work);
+        Setup.BeforeStart = [] { fs::remove(fs::current_path()); };
+        ExpectRefusal(arguments, "a has no place: No such file or directory.");
+    };
+    inFolderThatIsGone({"export", "a", "--clip", "0-1"});
+    inFolderThatIsGone({"export", SampleVideo(), "--clip", "0-1", "--recordings-dir", "a"});
 }
 
 TEST_F(CliWrongCall, MayBeAnInThatOnlyRoundingMovesToTheEnd)

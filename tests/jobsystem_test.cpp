@@ -8,14 +8,19 @@
 
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace
 {
@@ -132,6 +137,25 @@ TEST(JobSystem, HasAWorkerAlsoWhenNoneIsAskedFor)
     EXPECT_TRUE(jobs.IsRunning());
     EXPECT_TRUE(Settle(jobs));
 }
+
+// Under a sanitizer each thread takes memory of the sanitizer's own, which must not fail.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(JobSystem, IsNotMadeWithFewerWorkersThanAskedFor)
+{
+    rlimit earlier = {};
+    getrlimit(RLIMIT_AS, &earlier);
+    std::ifstream statm("/proc/self/statm");
+    rlim_t pages = 0;
+    statm >> pages;
+    // Enough for a stack or two more, and for those that ended threads have left.
+    const rlimit limit = {pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (20U << 20U),
+                          earlier.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+    EXPECT_THROW(JobSystem(200), std::system_error);
+    setrlimit(RLIMIT_AS, &earlier);
+    EXPECT_TRUE(JobSystem(2).IsRunning());
+}
+#endif
 
 TEST(JobSystem, TakesAJobFromAJob)
 {

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -126,7 +127,9 @@ public:
                 continue;
             }
             // "PID (NAME) STATE PARENT ...", proc(5); nothing when the process has just gone.
-            const std::string stat = ReadFile(entry.path() / "stat");
+            std::string stat;
+            std::ifstream file(entry.path() / "stat");
+            std::getline(file, stat, '\0'); // may fail in the middle, and then gives nothing
             const std::size_t nameEnd = stat.rfind(')');
             if (nameEnd == std::string::npos)
             {

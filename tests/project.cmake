@@ -47,6 +47,14 @@ if(MOVANE_INSTALL)
     endif()
 endif()
 
+# Only what is built like a release is hardened (cmake/settings.cmake).
+if(MOVANE_PROGRAM AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$")
+    add_test(NAME check_hardening
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening.sh $<TARGET_FILE:movane>)
+    add_test(NAME check_hardening_finds_faults
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening_test.sh ${CMAKE_CXX_COMPILER})
+endif()
+
 foreach(check includes documents leftovers)
     add_test(NAME check_${check} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_${check}.sh)
     add_test(NAME check_${check}_finds_faults

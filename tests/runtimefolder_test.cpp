@@ -4,6 +4,7 @@
 #include "fakes/filetext.h"
 #include "fakes/foldermodeguard.h"
 #include "fakes/tempfolder.h"
+#include "fakes/tinydisk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <string>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -35,6 +37,16 @@ std::unique_ptr<RuntimeFolder> TakeNamed(const fs::path& Named)
     auto folder = RuntimeFolder::TakeNamed(Named, error);
     EXPECT_EQ(error, "");
     return folder;
+}
+
+/// For a FolderModeGuard on a folder of the user's own: under root the user is then another one.
+void GiveToGuardedUser(const fs::path& Folder)
+{
+    constexpr uid_t NobodyUid = 65534;
+    if (geteuid() == 0)
+    {
+        EXPECT_EQ(chown(Folder.c_str(), NobodyUid, getegid()), 0);
+    }
 }
 
 /// A process that made its folder, put a file into "temp" and died without cleaning up.
@@ -266,6 +278,16 @@ TEST(RuntimeFolder, SaysWhichFolderCannotBeMade)
     EXPECT_EQ(ReadFile(place.Path() / "file"), "text");
 }
 
+TEST(RuntimeFolder, SaysWhichBaseCannotBeWritten)
+{
+    const TempFolder base;
+    GiveToGuardedUser(base.Path());
+    const FolderModeGuard guard(base.Path(), 0500);
+    std::string error;
+    EXPECT_EQ(RuntimeFolder::MakeUnder(base.Path(), error), nullptr);
+    EXPECT_THAT(error, HasSubstr(base.Path().native()));
+}
+
 // -- TakeNamed
 
 TEST(NamedRuntimeFolder, IsTheOneThatWasNamedWithTempInIt)
@@ -459,5 +481,27 @@ TEST(NamedRuntimeFolder, SaysWhichFolderCannotBeWritten)
     EXPECT_EQ(RuntimeFolder::TakeNamed(place.Path(), error), nullptr);
     EXPECT_THAT(error, HasSubstr(place.Path().native()));
     EXPECT_EQ(error.back(), '.');
+}
+
+TEST(NamedRuntimeFolder, SaysWhichFolderOfTheUsersOwnCannotBeWritten)
+{
+    const TempFolder place;
+    GiveToGuardedUser(place.Path());
+    const FolderModeGuard guard(place.Path(), 0500);
+    std::string error;
+    EXPECT_EQ(RuntimeFolder::TakeNamed(place.Path(), error), nullptr);
+    EXPECT_THAT(error, HasSubstr(place.Path().native()));
+}
+
+TEST(NamedRuntimeFolder, SaysWhichFolderIsOnAFullDisk)
+{
+    const TempFolder place;
+    std::string error;
+    {
+        const FileSizeLimit limit(0);
+        EXPECT_EQ(RuntimeFolder::TakeNamed(place.Path(), error), nullptr);
+    }
+    EXPECT_THAT(error, HasSubstr(place.Path().native()));
+    EXPECT_NE(TakeNamed(place.Path()), nullptr);
 }
 } // namespace

@@ -30,10 +30,6 @@ MOVANE_FFMPEG_BIN names another ffmpeg, MOVANE_RUNTIME_DIR another folder for te
 std::string Sentence(std::string Text)
 {
     std::replace(Text.begin(), Text.end(), '\n', ' ');
-    while (!Text.empty() && (Text.back() == ' ' || Text.back() == '.'))
-    {
-        Text.pop_back();
-    }
     return Text + " (see movane --help).";
 }
 

@@ -31,7 +31,10 @@ void OpenMissingStandardStreams()
     {
         opened = open("/dev/null", O_RDWR);
     }
-    close(opened);
+    if (opened >= 0)
+    {
+        close(opened);
+    }
 }
 
 void SurviveBrokenPipes()

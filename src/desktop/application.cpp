@@ -69,10 +69,10 @@ SurfaceKind SurfaceOf(const std::string& Video)
 std::string FirstMissingFile(const WindowOptions& Options)
 {
     const auto missing = std::find_if(Options.FilePaths.begin(), Options.FilePaths.end(),
-                                      [](const std::string& path)
+                                      [](const std::string& Path)
                                       {
                                           std::error_code ec;
-                                          return !std::filesystem::exists(path, ec);
+                                          return !std::filesystem::exists(Path, ec);
                                       });
     return missing == Options.FilePaths.end() ? std::string() : *missing;
 }

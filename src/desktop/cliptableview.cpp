@@ -138,11 +138,11 @@ void ClipTableView::ApplyTextScale()
 // The narrowest columns that a layout gives hold minutes and seconds at 100 % text scale.
 int ClipTableView::WidthForTimesPx(const std::vector<double>& Fractions) const
 {
-    constexpr std::array columns = {ClipTableModel::InColumn, ClipTableModel::OutColumn,
-                                    ClipTableModel::LenColumn};
+    constexpr std::array TimeColumns = {ClipTableModel::InColumn, ClipTableModel::OutColumn,
+                                        ClipTableModel::LenColumn};
     const auto* const pClips = qobject_cast<const ClipTableModel*>(model());
     double widthPx = 0.0;
-    for (const int column : columns)
+    for (const int column : TimeColumns)
     {
         const int length = pClips != nullptr ? pClips->LongestText(column) : 0;
         const double fraction = Fractions[static_cast<std::size_t>(column)];

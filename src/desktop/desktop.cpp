@@ -102,8 +102,8 @@ bool Desktop::Start(std::string& OutError)
     pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
     auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
     connect(&Export, &ExportWatch::Progressed, launcher,
-            [launcher](const ExportProgressRecord& progress)
-            { launcher->Show(progress.Fraction); });
+            [launcher](const ExportProgressRecord& Progress)
+            { launcher->Show(Progress.Fraction); });
     connect(&Export, &ExportWatch::Ended, launcher, &LauncherProgress::Clear);
     pMain->Restore(Remembered);
     pMain->show();
@@ -140,13 +140,13 @@ void Desktop::ConnectCommands()
     connect(&Acts, &Commands::NameEditRequested, this, [this] { pMain->FocusName(); });
     connect(
         &Acts, &Commands::ZoomRequested, this,
-        [this](int steps)
+        [this](int Steps)
         {
             TimelineWidget& timeline = ActiveWindow().Pane().Timeline();
-            steps > 0 ? timeline.ZoomIn() : steps < 0 ? timeline.ZoomOut() : timeline.ZoomToFit();
+            Steps > 0 ? timeline.ZoomIn() : Steps < 0 ? timeline.ZoomOut() : timeline.ZoomToFit();
         });
     connect(&Acts, &Commands::PanRequested, this,
-            [this](int pages) { ActiveWindow().Pane().Timeline().TurnPages(pages); });
+            [this](int Pages) { ActiveWindow().Pane().Timeline().TurnPages(Pages); });
     connect(&Acts, &Commands::TextScaleChanged, this, &Desktop::ApplyTextScale);
     connect(&Acts, &Commands::FullScreenRequested, this, &Desktop::ToggleFullScreen);
     connect(&Acts, &Commands::KeysRequested, this, &Desktop::ShowKeys);
@@ -158,16 +158,16 @@ void Desktop::ConnectCommands()
 void Desktop::ConnectWindow(VideoWindow& Window)
 {
     connect(&Window, &VideoWindow::FilesDropped, this,
-            [this, &Window](const QStringList& paths)
+            [this, &Window](const QStringList& Paths)
             {
                 Running.FocusDocument(Window.DocumentID());
-                OpenFiles(paths, &Window);
+                OpenFiles(Paths, &Window);
             });
     connect(&Window, &VideoWindow::RecentFilePicked, this,
-            [this, &Window](const QString& path) { OpenFiles({path}, &Window); });
+            [this, &Window](const QString& Path) { OpenFiles({Path}, &Window); });
     connect(&Window.Pane(), &VideoPane::FileOpened, this,
-            [this, &Window](const QString& path, bool bLoaded)
-            { TakeOpened(path, bLoaded, Window.Pane().Shown().LoadError()); });
+            [this, &Window](const QString& Path, bool bLoaded)
+            { TakeOpened(Path, bLoaded, Window.Pane().Shown().LoadError()); });
     // By its number, which a window that is closed twice keeps when it is gone.
     connect(
         &Window, &VideoWindow::Closed, this,
@@ -202,7 +202,7 @@ void Desktop::CloseWindow(unsigned long WindowID)
         return;
     }
     std::erase_if(FurtherWindows,
-                  [&](const auto& further) { return further->DocumentID() == WindowID; });
+                  [&](const auto& Further) { return Further->DocumentID() == WindowID; });
     Running.RemoveDocument(WindowID);
 }
 
@@ -319,7 +319,7 @@ void Desktop::AskForFiles()
         dialog->setDirectory(QFileInfo(Remembered.RecentFiles.front()).absolutePath());
     }
     connect(dialog, &QFileDialog::filesSelected, &window,
-            [this, &window](const QStringList& paths) { OpenFiles(paths, &window); });
+            [this, &window](const QStringList& Paths) { OpenFiles(Paths, &window); });
     dialog->open();
 }
 
@@ -338,9 +338,9 @@ void Desktop::AskForTime()
     dialog->setLabelText("Time, such as 75.5, 1:15.5 or 01:02:03:");
     dialog->setTextValue(TimeText(document->Timeline().DisplayedTimeSec()));
     connect(dialog, &QInputDialog::textValueSelected, this,
-            [this](const QString& text)
+            [this](const QString& Text)
             {
-                if (const std::optional<double> sec = ParseTime(text.toStdString()))
+                if (const std::optional<double> sec = ParseTime(Text.toStdString()))
                 {
                     Acts.SeekTo(*sec);
                 }
@@ -349,8 +349,8 @@ void Desktop::AskForTime()
     // What is no time keeps the dialog and what was typed: there is nothing to press then.
     QPushButton* const ok = dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
     connect(dialog, &QInputDialog::textValueChanged, ok,
-            [ok](const QString& text)
-            { ok->setEnabled(ParseTime(text.toStdString()).has_value()); });
+            [ok](const QString& Text)
+            { ok->setEnabled(ParseTime(Text.toStdString()).has_value()); });
 }
 
 void Desktop::ShowKeys()

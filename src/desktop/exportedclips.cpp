@@ -13,10 +13,10 @@ bool IsSame(const MvClipControlPanel::SavedClip& A, const MvClipControlPanel::Sa
 int CountWithout(const std::vector<MvClipControlPanel::SavedClip>& Clips,
                  const std::vector<MvClipControlPanel::SavedClip>& Known)
 {
-    const auto isMissing = [&](const MvClipControlPanel::SavedClip& clip)
+    const auto isMissing = [&](const MvClipControlPanel::SavedClip& Clip)
     {
         return std::none_of(Known.begin(), Known.end(),
-                            [&](const auto& known) { return IsSame(known, clip); });
+                            [&](const auto& Earlier) { return IsSame(Earlier, Clip); });
     };
     return static_cast<int>(std::count_if(Clips.begin(), Clips.end(), isMissing));
 }

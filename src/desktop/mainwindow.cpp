@@ -73,13 +73,13 @@ MainWindow::MainWindow(Session& NewRunning,
     connect(&Running, &Session::FrameDone, pClipPanel, &ClipPanelWidget::SyncFromHost);
     connect(&Target, &Commands::ExportStarted, this, [this] { Exported.Begin(); });
     connect(&Export, &ExportWatch::Progressed, this,
-            [this](const ExportProgressRecord& progress)
+            [this](const ExportProgressRecord& Progress)
             {
-                pExportBar->ShowProgress(progress);
+                pExportBar->ShowProgress(Progress);
                 pExportBar->show();
             });
     connect(&Export, &ExportWatch::Ended, this,
-            [this](const QString& file) { TakeExportEnd(!file.isEmpty()); });
+            [this](const QString& File) { TakeExportEnd(!File.isEmpty()); });
 }
 
 void MainWindow::FocusName()

@@ -21,11 +21,11 @@ Session::Session(PlayerFactory MakePlayer)
     Application.pCoreSDL = std::make_unique<CoreSDL>();
     Application.pJobSystem = std::make_unique<JobSystem>();
     Application.pJobSystem->SetWakeUp([this] { RequestFrame(); });
-    Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& shown)
-                                                    { Q_EMIT NotificationQueued(shown); });
+    Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
+                                                    { Q_EMIT NotificationQueued(Shown); });
     Application.pJobSystem->JobFailed.connect(
-        [this](const JobSystem::Failure& failure)
-        { EndExport("Clip export failed: " + failure.Text); });
+        [this](const JobSystem::Failure& Failure)
+        { EndExport("Clip export failed: " + Failure.Text); });
     p = &Application;
 
     ConnectPanelToRecords(ClipPanel, PanelRecords);

@@ -133,7 +133,7 @@ void VideoPane::RemoveMarkerAt(double Sec)
 {
     std::vector<MvTimeControl::Marker>& markers = Document.Timeline().Markers;
     const auto found = std::find_if(markers.begin(), markers.end(),
-                                    [&](const auto& marker) { return marker.TimeSec == Sec; });
+                                    [&](const auto& Marker) { return Marker.TimeSec == Sec; });
     if (found != markers.end())
     {
         markers.erase(found);

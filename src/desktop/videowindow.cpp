@@ -51,8 +51,8 @@ QString NameAmong(const QStringList& Paths, const QString& Path)
 {
     const QFileInfo file(Path);
     const auto same = std::count_if(Paths.begin(), Paths.end(),
-                                    [&](const QString& other)
-                                    { return QFileInfo(other).fileName() == file.fileName(); });
+                                    [&](const QString& Other)
+                                    { return QFileInfo(Other).fileName() == file.fileName(); });
     return same > 1 ? file.fileName() + " – " + file.dir().dirName() : file.fileName();
 }
 } // namespace

@@ -15,9 +15,9 @@ namespace
 {
 bool IsMoveKey(int Key)
 {
-    constexpr std::array keys = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,     Qt::Key_Down,
+    constexpr std::array Keys = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,     Qt::Key_Down,
                                  Qt::Key_Home, Qt::Key_End,   Qt::Key_PageUp, Qt::Key_PageDown};
-    return std::find(keys.begin(), keys.end(), Key) != keys.end();
+    return std::find(Keys.begin(), Keys.end(), Key) != Keys.end();
 }
 
 bool IsReturn(int Key)
@@ -28,8 +28,8 @@ bool IsReturn(int Key)
 bool IsKeyOfAction(const QKeyEvent& Event)
 {
     const QKeySequence pressed(Event.keyCombination());
-    return std::ranges::any_of(ActionTable(), [&](const ActionInfo& info)
-                               { return KeysOf(info).contains(pressed); });
+    return std::ranges::any_of(ActionTable(), [&](const ActionInfo& Info)
+                               { return KeysOf(Info).contains(pressed); });
 }
 
 bool BelongsToWidget(const QObject& Focused, const QKeyEvent& Event)
