@@ -6,7 +6,7 @@ movane_test(commandline_test SOURCES commandline_test.cpp LIBRARIES movane_cli)
 # The program itself, run as a child.
 movane_test(cli_program_test
     SOURCES cli_program_test.cpp cli_terminal_test.cpp
-    LIBRARIES nlohmann_json::nlohmann_json)
+    LIBRARIES movane_cli nlohmann_json::nlohmann_json)
 target_compile_definitions(cli_program_test PRIVATE
     MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_VERSION="${PROJECT_VERSION}")
 add_dependencies(cli_program_test movane)

@@ -2,6 +2,8 @@
 
 #include "cliprogram.h"
 
+#include "cli/stopsignals.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -711,6 +713,25 @@ TEST_F(CliStop, KillsTheEncoderAtASecondSignalAndEndsInOrder)
     EXPECT_EQ(run->Finish().ExitCode, 130);
     EXPECT_TRUE(WaitFor([] { return ProgramRun::LeftChildren().empty(); }));
     ExpectNothingLeft();
+}
+
+TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
+{
+    for (const int number : {SIGINT, SIGTERM})
+    {
+        const auto stopNever = [number]
+        {
+            const StopSignals stop([] { std::fputs("stop ", stderr); },
+                                   [] { std::fputs("kill", stderr); });
+            WaitFor(
+                [number]
+                {
+                    kill(getpid(), number);
+                    return false;
+                });
+        };
+        EXPECT_EXIT(stopNever(), testing::ExitedWithCode(128 + number), "^stop kill$");
+    }
 }
 
 TEST_F(CliStop, LeavesAHangUpIgnoredThatWasIgnored)
