@@ -83,6 +83,24 @@ TEST(RecordingsDir, TakesARelativeNameFromTheCurrentFolder)
     EXPECT_EQ(AppPaths::RecordingsDir(), fs::current_path() / "here");
 }
 
+// The default in its place would hide the clips where nobody looks for them.
+TEST(RecordingsDir, IsNotAnotherOneWhenARelativeNameHasLostItsFolder)
+{
+    const TestUser user;
+    const EnvironmentGuard named("MOVANE_RECORDINGS_DIR", "here");
+    const fs::path earlier = fs::current_path();
+    fs::create_directory(user.Folder() / "gone");
+    fs::current_path(user.Folder() / "gone");
+    fs::remove(user.Folder() / "gone");
+    std::string error;
+    EXPECT_EQ(AppPaths::RecordingsDir(), "here");
+    EXPECT_FALSE(AppPaths::PrepareRecordingsDir(error));
+    fs::current_path(earlier);
+    EXPECT_EQ(error, "The folder here/clips for exported clips can't be made: No such file or "
+                     "directory.");
+    EXPECT_FALSE(fs::exists(user.Home()));
+}
+
 TEST(RecordingsDir, IsReadFromTheEnvironmentAtEachCall)
 {
     const TestUser user;

@@ -200,4 +200,34 @@ TEST(WriteFileAtomically, KeepsTheOldFileWhereTheUserMayNotWrite)
     EXPECT_THAT(error, HasSubstr((folder.Path() / "file").native()));
     EXPECT_EQ(ReadFile(folder.Path() / "file"), "old");
 }
+
+// -- ReadWholeFile
+
+TEST(ReadWholeFile, ReadsEveryByteOfAFileOfAnySize)
+{
+    const TempFolder folder;
+    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 100'000U})
+    {
+        std::string content;
+        for (std::size_t at = 0; at < size; ++at)
+        {
+            content += static_cast<char>(at % 251);
+        }
+        WriteFile(folder.Path() / "file", content);
+        errno = EIO;
+        EXPECT_EQ(ReadWholeFile(folder.Path() / "file"), content);
+        EXPECT_EQ(errno, 0) << size;
+    }
+}
+
+TEST(ReadWholeFile, TellsWhyAFileCannotBeRead)
+{
+    const TempFolder folder;
+    EXPECT_EQ(ReadWholeFile(folder.Path() / "none"), "");
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(ReadWholeFile(folder.Path()), "");
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_EQ(ReadWholeFile("/proc/self/mem"), ""); // the first page of a process is never there
+    EXPECT_EQ(errno, EIO);
+}
 } // namespace

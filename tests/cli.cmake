@@ -19,3 +19,6 @@ add_dependencies(fault_program_test movane)
 add_test(NAME many_exports
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/many_exports.sh $<TARGET_FILE:movane> 10)
 set_tests_properties(many_exports PROPERTIES TIMEOUT 120)
+add_test(NAME many_exports_finds_faults
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/many_exports_test.sh)
+set_tests_properties(many_exports_finds_faults PROPERTIES TIMEOUT 120)

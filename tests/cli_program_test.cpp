@@ -11,8 +11,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include <linux/capability.h>
-
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -115,6 +113,8 @@ TEST_F(CliWrongCall, NamesATableThatCanNotBeRead)
     WriteFile(Work / "empty.csv", "\n");
     ExpectRefusal({"export", SampleVideo(), "--clips", "no.csv"},
                   "no.csv can't be read: No such file or directory.");
+    ExpectRefusal({"export", SampleVideo(), "--clips", "/proc/self/mem"},
+                  "/proc/self/mem can't be read: Input/output error.");
     ExpectRefusal({"export", SampleVideo(), "--clips", "."}, ". is a folder: name a CSV file.");
     ExpectRefusal({"export", SampleVideo(), "--clips", "empty.csv"}, "empty.csv holds no clips.");
 }
@@ -171,6 +171,16 @@ TEST_F(CliWrongCall, NamesAPathInAFolderThatIsGone)
     inFolderThatIsGone({"export", SampleVideo(), "--clip", "0-1", "--recordings-dir", "a"});
 }
 
+TEST_F(CliWrongCall, NamesARecordingsFolderOfTheEnvironmentInAFolderThatIsGone)
+{
+    Setup.BeforeStart = [] { fs::remove(fs::current_path()); };
+    Setup.Environment["MOVANE_RECORDINGS_DIR"] = "a";
+    ExpectRefusal(
+        {"export", SampleVideo(), "--clip", "0-1"},
+        "The folder a/clips for exported clips can't be made: No such file or directory.");
+    EXPECT_FALSE(fs::exists(Folder.Path() / "home"));
+}
+
 TEST_F(CliWrongCall, MayBeAnInThatOnlyRoundingMovesToTheEnd)
 {
     EXPECT_EQ(Export({"--clip", "3.9996-9"}).ExitCode, 2);
@@ -201,13 +211,6 @@ TEST_F(CliWrongCall, NamesARuntimeFolderThatCanNotBeMade)
     EXPECT_THAT(LinesOf(end.Err), ElementsAre(AllOf(StartsWith("movane: "),
                                                     HasSubstr((Work / "file" / "run").native()))));
     EXPECT_FALSE(fs::exists(Recordings));
-}
-
-// Root reads and writes everything; without these two capabilities it is a user like any other.
-void GiveUpRootsAccess()
-{
-    prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
-    prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
 TEST_F(CliWrongCall, NamesASourceThatCanNotBeRead)
@@ -494,6 +497,15 @@ TEST_F(CliExport, PrintsANameWithALineEndOnOneLine)
     EXPECT_EQ(LinesOf(end.Out).front(), "Saved a?b?[2J from sample.mp4");
 }
 
+// A terminal may take the letter U+009B for the beginning of a command, as it takes ESC and "[".
+TEST_F(CliExport, PrintsNoControlCharacterInTwoBytes)
+{
+    UseFake();
+    const ProgramRun::End end = Export({"--clip", "a\xC2\x9B"
+                                                  "2J\xC2\x80\xC2\x9F\xC2\xA0\xC3\x84=0-1"});
+    EXPECT_EQ(LinesOf(end.Out).front(), "Saved a?2J??\xC2\xA0\xC3\x84 from sample.mp4");
+}
+
 TEST_F(CliExport, TakesAnySourceName)
 {
     const FakeFfmpeg fake = UseFake();
@@ -721,6 +733,7 @@ TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
     {
         const auto stopNever = [number]
         {
+            std::signal(number, SIG_DFL); // a caller in the background may have it ignored
             const StopSignals stop([] { std::fputs("stop ", stderr); },
                                    [] { std::fputs("kill", stderr); });
             WaitFor(
@@ -734,25 +747,32 @@ TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
     }
 }
 
-TEST_F(CliStop, LeavesAHangUpIgnoredThatWasIgnored)
+TEST_F(CliStop, LeavesASignalIgnoredThatWasIgnored)
 {
-    UseFake(": > \"$out\"; : > " + Started.native() + "; until [ -e " +
-            (FakeFolder / "go").native() + " ]; do /bin/sleep 0.01; done");
-    Setup.BeforeStart = [] { std::signal(SIGHUP, SIG_IGN); };
-    const auto run = StartExport();
-    run->Signal(SIGHUP);
-    WriteFile(FakeFolder / "go", "");
-    EXPECT_EQ(run->Finish().ExitCode, 0);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    {
+        UseFake(": > \"$out\"; : > " + Started.native() + "; until [ -e " +
+                (FakeFolder / "go").native() + " ]; do /bin/sleep 0.01; done");
+        Setup.BeforeStart = [number] { std::signal(number, SIG_IGN); };
+        const auto run = StartExport();
+        run->Signal(number);
+        WriteFile(FakeFolder / "go", "");
+        EXPECT_EQ(run->Finish().ExitCode, 0) << number;
+        ExpectNothingLeft();
+        fs::remove(FakeFolder / "go");
+        fs::remove(Started);
+    }
 }
 
-TEST_F(CliStop, TakesAnInterruptThoughItWasIgnored)
+// So a shell without job control starts what is to run in the background.
+TEST_F(CliStop, TakesTheSignalsThatWereNotIgnoredAmongThoseThatWere)
 {
-    UseEndlessFake("");
+    UseEndlessFake();
     Setup.BeforeStart = [] { std::signal(SIGINT, SIG_IGN); };
     const auto run = StartExport();
     run->Signal(SIGINT);
-    EXPECT_EQ(run->Finish().ExitCode, 130);
-    ExpectNothingLeft();
+    run->Signal(SIGTERM);
+    ExpectStopped(*run, SIGTERM, "SIGTERM");
 }
 
 // -- The real ffmpeg

@@ -18,6 +18,9 @@
 #include <string>
 #include <vector>
 
+#include <linux/capability.h>
+#include <sys/prctl.h>
+
 namespace fs = std::filesystem;
 
 inline std::vector<std::string> LinesOf(const std::string& Text)
@@ -41,6 +44,14 @@ inline std::set<std::string> NamesIn(const fs::path& Folder)
         names.insert(entry.path().filename().native());
     }
     return names;
+}
+
+/// For BeforeStart: root reads and writes everything; without these two capabilities it is a user like any
+/// other.
+inline void GiveUpRootsAccess()
+{
+    prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
 class CliProgram : public testing::Test

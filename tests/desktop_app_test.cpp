@@ -840,6 +840,34 @@ private Q_SLOTS:
         QCOMPARE(stage.Status(), "Clip source file is missing: copy.mp4");
         QCOMPARE(stage.Document().pVideo->FilePath, Environment().One());
     }
+
+    void ASourceThatCanNotBeLookedForIsToldAndTheNextSaveWorks()
+    {
+        OpenStage stage;
+        const std::filesystem::path folder = Environment().StateFolder() / "in";
+        const std::string copy = (folder / "copy.mp4").native();
+        std::filesystem::create_directories(folder);
+        std::filesystem::copy_file(Environment().Two(), copy);
+        QVERIFY(stage.OpenFile(copy));
+        stage.Save(0.0, 1.0, "Lost");
+        QVERIFY(stage.OpenFile(Environment().One()));
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_symlink("in", folder); // an error other than absence
+        for (const ActionId id :
+             {ActionId::LoadClip, ActionId::JumpToIn, ActionId::JumpToOut, ActionId::ExportClip})
+        {
+            stage.Panel().SetStatusTextInternal("", true);
+            stage.Click(stage.Button(id));
+            QCOMPARE(
+                stage.Status(),
+                QString("%1 can't be found: Too many levels of symbolic links.").arg(copy.c_str()));
+        }
+        QVERIFY(!stage.Export.IsRunning());
+        QCOMPARE(stage.Document().pVideo->FilePath, Environment().One());
+        stage.Save(1.0, 2.0, "Next");
+        QCOMPARE(stage.Status(), "Saved Next from one.mp4");
+        QCOMPARE(stage.Clips().size(), 2U);
+    }
 };
 
 int main(int argc, char** argv)

@@ -352,12 +352,13 @@ private Q_SLOTS:
         {
             QCOMPARE(stage.ShownCell(0, column), wanted[column]);
         }
-        const QVariant swatch =
-            stage.View().model()->index(0, ClipTableModel::ColorColumn).data(Qt::DecorationRole);
-        const QImage image = swatch.value<QIcon>().pixmap(16, 16, QIcon::Selected).toImage();
         const SavedClip& clip = stage.Panel().Clips[0];
-        QCOMPARE(image.pixelColor(image.rect().center()).rgb(),
-                 QColor::fromRgbF(clip.ColorR, clip.ColorG, clip.ColorB).rgb());
+        const QColor colour = QColor::fromRgbF(clip.ColorR, clip.ColorG, clip.ColorB);
+        const QImage image = stage.View().viewport()->grab().toImage();
+        const QRect cell =
+            stage.View().visualRect(stage.View().model()->index(0, ClipTableModel::ColorColumn));
+        // Left of the name, and away from the round corners.
+        QCOMPARE(image.pixelColor(QPoint(cell.left(), cell.center().y())).rgb(), colour.rgb());
     }
 
     void ARenamedClipIsPaintedAnew()

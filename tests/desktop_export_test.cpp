@@ -3,6 +3,7 @@
 #include "desktop/encodercheck.h"
 #include "desktop/exportbar.h"
 #include "desktop/notificationcard.h"
+#include "desktop/openfolder.h"
 #include "desktopstage.h"
 #include "fakes/fakeffmpeg.h"
 #include "fakes/samplevideo.h"
@@ -14,9 +15,12 @@
 #include <QSignalSpy>
 
 #include <algorithm>
+#include <cerrno>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -63,8 +67,9 @@ QStringList TextsOfCards(DesktopStage& Stage)
 /// An ffmpeg that begins its file and ends only when it is told to, by a line in a pipe beside it.
 struct SlowStage : ExportStage
 {
-    SlowStage()
-        : ExportStage({.OutputCommand = "printf begun > \"$out\"\nread line < \"$0.go\""})
+    explicit SlowStage(const std::string& LastCommand = ":")
+        : ExportStage(
+              {.OutputCommand = "printf begun > \"$out\"\nread line < \"$0.go\"\n" + LastCommand})
     {
         const std::string pipe = Ffmpeg.Path() + ".go";
         mkfifo(pipe.c_str(), 0600);
@@ -103,6 +108,58 @@ struct SlowStage : ExportStage
 
 private:
     int Pipe = -1;
+};
+
+/// A Matroska file that holds sound alone.
+struct SoundFile
+{
+    SoundFile() { MakeMedia("-f lavfi -i sine=duration=1 -c:a aac", Path); }
+
+    TempFolder Folder;
+    const std::string Path = (Folder.Path() / "sound.mkv").native();
+};
+
+/// In the file manager's place: it writes down its process number, what it gets, and FFREPORT.
+class FakeFileManager
+{
+public:
+    FakeFileManager()
+    {
+        WriteFile(Program,
+                  "#!/bin/sh\nprintf '%s\\n%s\\n%s.' \"$$\" \"$1\" \"${FFREPORT-none}\" > '" +
+                      Told.native() + "'\n");
+        std::filesystem::permissions(Program, std::filesystem::perms::owner_all);
+    }
+
+    /// The three lines, when they are whole.
+    QList<QByteArray> Lines() const
+    {
+        const std::string text = ReadFile(Told);
+        return text.ends_with('.') ? QByteArray::fromStdString(text).split('\n')
+                                   : QList<QByteArray>();
+    }
+
+private:
+    TempFolder Folder;
+    std::filesystem::path Program = Folder.Path() / "xdg-open";
+    std::filesystem::path Told = Folder.Path() / "told";
+    EnvironmentGuard Path{"PATH", Folder.Path().native() + ":/usr/bin:/bin"};
+};
+
+/// Changes the current folder until the end of the guard.
+class CurrentFolderGuard
+{
+public:
+    explicit CurrentFolderGuard(const std::filesystem::path& Folder)
+    {
+        std::filesystem::current_path(Folder);
+    }
+    ~CurrentFolderGuard() { std::filesystem::current_path(Earlier); }
+    CurrentFolderGuard(const CurrentFolderGuard&) = delete;
+    CurrentFolderGuard& operator=(const CurrentFolderGuard&) = delete;
+
+private:
+    std::filesystem::path Earlier = std::filesystem::current_path();
 };
 } // namespace
 
@@ -156,6 +213,16 @@ private Q_SLOTS:
         const QProgressBar& bar = *stage.Bar().findChild<QProgressBar*>();
         QTRY_COMPARE(bar.text(), "0:01");
         QCOMPARE(bar.toolTip(), "0:01");
+    }
+
+    void ALongTimeAndASlowSpeedAreWrittenAsInATerminal()
+    {
+        QAction stop;
+        ExportBar bar(&stop);
+        bar.ShowProgress({ExportPhase::Encoding, 0.42, 5400.0, 0.034});
+        QCOMPARE(bar.findChild<QProgressBar*>()->toolTip(), "1:30:00  0.03×");
+        bar.ShowProgress({ExportPhase::Encoding, 0.42, 3.0, 3.14});
+        QCOMPARE(bar.findChild<QProgressBar*>()->toolTip(), "0:03  3.1×");
     }
 
     void TheRealEncodersProgressIsShown()
@@ -247,12 +314,51 @@ private Q_SLOTS:
     void WithoutAnEncoderTheInstallCommandIsTold()
     {
         const TempFolder empty;
-        const QStringList folders = {QFile::decodeName(empty.Path().c_str())};
+        const std::vector<std::string> folders = {empty.Path().native()};
         QVERIFY(EncoderProblem({}, folders).find("sudo apt install ffmpeg") != std::string::npos);
         const FakeFfmpeg ffmpeg(empty.Path());
         QCOMPARE(EncoderProblem({}, folders), std::string());
-        QCOMPARE(EncoderProblem(QString::fromStdString(ffmpeg.Path()), {}), std::string());
+        QCOMPARE(EncoderProblem(ffmpeg.Path(), {}), std::string());
         QVERIFY(!EncoderProblem(folders.front(), folders).empty()); // a folder is no program
+    }
+
+    void TheEncoderIsLookedForWhereAnExportLooks_data()
+    {
+        QTest::addColumn<QByteArray>("Path");
+        QTest::addColumn<QList<QByteArray>>("Wanted");
+        QTest::newRow("none") << QByteArray("") << QList<QByteArray>{""};
+        QTest::newRow("one") << QByteArray("/a") << QList<QByteArray>{"/a"};
+        QTest::newRow("empty entries")
+            << QByteArray(":/a::b:") << QList<QByteArray>{"", "/a", "", "b", ""};
+        QTest::newRow("no UTF-8") << QByteArray("/lat\xE9:/a")
+                                  << QList<QByteArray>{"/lat\xE9", "/a"};
+    }
+    void TheEncoderIsLookedForWhereAnExportLooks()
+    {
+        QFETCH(QByteArray, Path);
+        QFETCH(QList<QByteArray>, Wanted);
+        Wanted << "/usr/bin"
+               << "/usr/sbin";
+        QList<QByteArray> folders;
+        for (const std::string& folder : EncoderFolders(Path.toStdString()))
+        {
+            folders.append(QByteArray::fromStdString(folder));
+        }
+        QCOMPARE(folders, Wanted);
+    }
+
+    void AnEncoderInTheCurrentFolderOrUnderAnyNameIsNoProblem()
+    {
+        const TempFolder folder;
+        const std::filesystem::path latin = folder.Path() / "lat\xE9";
+        std::filesystem::create_directory(latin);
+        const FakeFfmpeg ffmpeg(latin);
+        QCOMPARE(EncoderProblem({}, {latin.native()}), std::string());
+        QCOMPARE(EncoderProblem(" \t" + ffmpeg.Path() + "\r\n", {}), std::string());
+        QVERIFY(!EncoderProblem('\v' + ffmpeg.Path(), {}).empty()); // a part of the name
+        QVERIFY(!EncoderProblem({}, {""}).empty());
+        const CurrentFolderGuard current(latin);
+        QCOMPARE(EncoderProblem({}, {""}), std::string());
     }
 
     // -- Files without a picture
@@ -270,18 +376,41 @@ private Q_SLOTS:
         stage.Save(1.0, 2.5, "Early");
         stage.Save(3.0, 5.0, "Late");
         stage.Press(Qt::Key_E);
-        QTRY_VERIFY_WITH_TIMEOUT(stage.Status() == "Exported clip_00000_Late.mkv",
-                                 stage.DeadlineMs);
-        QCOMPARE(TextsOfCards(stage),
-                 QStringList({"Exported clip_00000_Late.mkv",
-                              "clip_00000_Late.mkv holds no picture, for In lies past the last "
-                              "picture of the source: set In earlier and export again."}));
+        const QString told = "clip_00000_Late.mkv holds no picture, for In lies past the last "
+                             "picture of the source: set In earlier and export again.";
+        QTRY_COMPARE_WITH_TIMEOUT(stage.Status(), told, stage.DeadlineMs);
+        QCOMPARE(TextsOfCards(stage), QStringList({"Exported clip_00000_Late.mkv", told}));
 
         stage.Press(Qt::Key_Up, Qt::AltModifier);
         stage.Press(Qt::Key_E);
         QTRY_VERIFY_WITH_TIMEOUT(stage.Status() == "Exported clip_00000_Early.mkv",
                                  stage.DeadlineMs);
         QCOMPARE(TextsOfCards(stage).filter("holds no picture").size(), 1);
+    }
+
+    void AClipWhoseFileHoldsNoPictureCountsAsNotExported()
+    {
+        const SoundFile sound;
+        ExportStage stage({.OutputCommand = "cp '" + sound.Path + "' \"$out\""});
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(stage->Status().contains("holds no picture"));
+        QVERIFY(stage.HasOutput());
+        stage->Main().close();
+        QMessageBox* const question = stage->Open<QMessageBox>();
+        QVERIFY(question != nullptr);
+        QCOMPARE(question->text(), "1 clip was not exported and will be lost: close anyway?");
+    }
+
+    void AWindowThatWaitsForAFileStaysWhenItHoldsNoPicture()
+    {
+        const SoundFile sound;
+        SlowStage stage("cp '" + sound.Path + "' \"$out\"");
+        stage.Begin();
+        stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
+        stage.LetItEnd();
+        QTRY_VERIFY(!stage.IsRunning());
+        QVERIFY(stage->Status().contains("holds no picture"));
+        QVERIFY(stage->Main().isVisible());
     }
 
     // -- Exports that go wrong though ffmpeg ends well
@@ -293,10 +422,10 @@ private Q_SLOTS:
         MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=1", whole);
         ExportStage stage({.OutputCommand = "head -c 5000 '" + whole + "' > \"$out\""});
         stage->Press(Qt::Key_E);
-        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
-        QVERIFY(TextsOfCards(*stage.pStage)
-                    .contains("clip_00000_Intro.mkv is cut short: make room on its disk and export "
-                              "again."));
+        const QString told =
+            "clip_00000_Intro.mkv is cut short: make room on its disk and export again.";
+        QTRY_COMPARE(stage->Status(), told);
+        QVERIFY(TextsOfCards(*stage.pStage).contains(told));
 
         // It counts as a clip that was not exported.
         stage->Main().close();
@@ -320,23 +449,47 @@ private Q_SLOTS:
 
     // -- The file manager
 
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersReport_data()
+    {
+        QTest::addColumn<QByteArray>("Name");
+        QTest::newRow("plain") << QByteArray("recordings");
+        QTest::newRow("signs") << QByteArray("a b#c?d%20é\n");
+        QTest::newRow("no UTF-8") << QByteArray("lat\xE9");
+    }
     void OpenFolderStartsTheFileManagerWithoutTheEncodersReport()
     {
-        const TempFolder folder;
-        const std::filesystem::path opener = folder.Path() / "xdg-open";
-        const std::filesystem::path told = folder.Path() / "told";
-        WriteFile(opener, "#!/bin/sh\nprintf '%s %s.' \"$1\" \"${FFREPORT-none}\" > '" +
-                              told.native() + "'\n");
-        std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
-        const EnvironmentGuard path("PATH", folder.Path().native() + ":/usr/bin:/bin");
+        QFETCH(QByteArray, Name);
+        const std::filesystem::path recordings = Environment().StateFolder() / Name.toStdString();
+        const EnvironmentGuard folder("MOVANE_RECORDINGS_DIR", recordings.native());
+        const FakeFileManager manager;
         QVERIFY(qEnvironmentVariableIsSet("FFREPORT"));
 
         ExportStage stage;
         stage->Press(Qt::Key_E);
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
         stage->Click(*stage->Main().findChild<NotificationCard*>()->findChild<QPushButton*>());
-        QTRY_VERIFY(ReadFile(told).ends_with('.'));
-        QCOMPARE(ReadFile(told), Environment().ClipsFolder().native() + " none.");
+        QTRY_COMPARE(manager.Lines().size(), 3);
+        const QByteArray url = manager.Lines()[1];
+        QVERIFY2(url.startsWith("file:///"), url.constData());
+        QCOMPARE(QByteArray::fromPercentEncoding(url.mid(7)).toStdString(),
+                 (recordings / "clips").native());
+        QCOMPARE(manager.Lines()[2], "none.");
+    }
+
+    // Nobody would wait for its end, and a player started from it could be taken for the encoder.
+    void TheFileManagerIsNoChildOfTheApplication()
+    {
+        AdoptOrphans(); // as the application does
+        const FakeFileManager manager;
+        OpenFolder("/");
+        QTRY_COMPARE(manager.Lines().size(), 3);
+        errno = 0;
+        QCOMPARE(waitpid(manager.Lines()[0].toInt(), nullptr, WNOHANG), -1);
+        QCOMPARE(errno, ECHILD);
+        int adopts = 0;
+        QCOMPARE(prctl(PR_GET_CHILD_SUBREAPER, &adopts), 0);
+        QCOMPARE(adopts, 1);
+        prctl(PR_SET_CHILD_SUBREAPER, 0);
     }
 
     // -- Stopping

@@ -258,6 +258,14 @@ TEST_F(DesktopProgram, SaysThatTheVideoOfItsLastRunIsGone)
     EndInOrder(*Start({}, source.native() + " does not exist"));
 }
 
+TEST_F(DesktopProgram, OpensAFileOfACurrentFolderWhateverItsName)
+{
+    Setup.WorkingFolder = Work / "lat\xE9";
+    fs::create_directory(Setup.WorkingFolder);
+    fs::copy_file(SampleVideo(), Setup.WorkingFolder / "here.mp4");
+    EndInOrder(*Start({"here.mp4"}, "Source: here.mp4"));
+}
+
 // -- Surroundings
 
 TEST_F(DesktopProgram, ALocaleWithADecimalCommaChangesNothing)

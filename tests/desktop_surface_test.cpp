@@ -4,10 +4,10 @@
 // tells the number. MOVANE_TEST_SURFACE=gl runs the same rules on OpenGL, which needs an X server.
 
 #include "desktop/theme.h"
-#include "desktop/timetext.h"
 #include "desktop/videosurface.h"
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"
+#include "media/framenumber.h"
 #include "media/mpvvideo.h"
 
 #include <QAbstractEventDispatcher>

@@ -604,7 +604,6 @@ private Q_SLOTS:
         }
         clips.push_back(Clip(10000, 0.0, 20.0));
         pTimeline->SetState(WithClips(clips));
-        pTimeline->Reveal(5.0, 5.0);
         Wheel(OnRuler(5.0), {0, 120 * 100});
         Click(OnLane(0, 5.0004));
         QCOMPARE(pPicks->count(), 1);
@@ -696,13 +695,6 @@ private Q_SLOTS:
         pTimeline->ZoomIn();
         pTimeline->ZoomToFit();
         QVERIFY(pTimeline->Scale().IsWhole());
-    }
-
-    void RevealMakesATimeVisible()
-    {
-        Wheel(OnRuler(2.0), {0, 960});
-        pTimeline->Reveal(17.0, 16.0);
-        QVERIFY(pTimeline->Scale().Shows(16.0) && pTimeline->Scale().Shows(17.0));
     }
 
     void AnotherSourceIsShownWhole()
@@ -884,7 +876,6 @@ private Q_SLOTS:
         state.DurationSec = 1e6;
         state.Clips = {Clip(0, -1e300, 1e300)};
         pTimeline->SetState(state);
-        pTimeline->Reveal(5e5, 5e5);
         Wheel(OnRuler(5e5), {0, 120 * 100});
         const QImage image = Picture(*pTimeline, 1.0);
         QCOMPARE(image.pixelColor(OnLane(0, 5e5)).name(), QColor(Qt::green).darker(112).name());
@@ -907,7 +898,6 @@ private Q_SLOTS:
         DragFromTo(QPoint(300, 60), QPoint(500, 60));
         QTest::mouseDClick(pTimeline.get(), Qt::LeftButton, Qt::NoModifier, QPoint(300, 60));
         pTimeline->ZoomIn();
-        pTimeline->Reveal(1.0, 2.0);
         pTimeline->RequestSeek(3.0);
         QCOMPARE(pSeeks->count() + pEdits->count() + pPicks->count() + pOpens->count(), 0);
         QVERIFY(!Picture(*pTimeline, 1.0).isNull());

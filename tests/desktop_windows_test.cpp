@@ -262,6 +262,16 @@ private Q_SLOTS:
         QCOMPARE(stage.Document().Timeline().Markers.size(), std::size_t{1});
     }
 
+    void AWindowThatCanNotBeMadeIsToldAtOnce()
+    {
+        DesktopStage stage;
+        QTRY_COMPARE(FramesIn(stage, 100), 0);
+        stage.PlayerError = "No player here.";
+        stage.Acts.NewVideoWindow();
+        QTRY_COMPARE(stage.Status(), "No player here.");
+        QCOMPARE(stage.Program.Windows().size(), std::size_t{1});
+    }
+
     // -- Several windows
 
     void ANewWindowIsTheTargetAndHasAVideoOfItsOwn()
@@ -514,6 +524,39 @@ private Q_SLOTS:
         QVERIFY(!LoadSettings().WindowGeometry.isEmpty());
         stage.Acts.TextLarger();
         QCOMPARE(LoadSettings().TextScale, 1.1);
+    }
+
+    void RecentFilesAreRememberedWhateverTheBytesOfTheirNames()
+    {
+        const QStringList files = {PathText("/videos/lat\xE9.mp4"), "/videos/é, \"@b\".mp4"};
+        for (qsizetype count = 0; count <= files.size(); ++count)
+        {
+            const TempFolder next; // the toolkit remembers what stood in a file of the same name
+            Settings settings;
+            settings.RecentFiles = files.mid(0, count);
+            SaveSettings(settings);
+            std::filesystem::copy(AppPaths::StateDir(), next.Path() / "movane");
+            const EnvironmentGuard state("XDG_STATE_HOME", next.Path().native());
+            QCOMPARE(LoadSettings().RecentFiles, settings.RecentFiles);
+        }
+    }
+
+    void RecentFilesThatAnEarlierVersionSavedAreThere_data()
+    {
+        QTest::addColumn<QByteArray>("Saved");
+        QTest::addColumn<QStringList>("Wanted");
+        QTest::newRow("none") << QByteArray("@Invalid()") << QStringList();
+        QTest::newRow("one") << QByteArray("/videos/one.mp4") << QStringList{"/videos/one.mp4"};
+        QTest::newRow("two") << QByteArray("/videos/one.mp4, \"/videos/a, b.mp4\"")
+                             << QStringList{"/videos/one.mp4", "/videos/a, b.mp4"};
+    }
+    void RecentFilesThatAnEarlierVersionSavedAreThere()
+    {
+        QFETCH(QByteArray, Saved);
+        QFETCH(QStringList, Wanted);
+        QVERIFY(WriteFile(std::filesystem::path(AppPaths::StateDir()) / "desktop.ini",
+                          "[General]\nRecentFiles=" + Saved.toStdString() + '\n'));
+        QCOMPARE(LoadSettings().RecentFiles, Wanted);
     }
 
     void RecentFilesOfOneNameAreToldApartAndLongNamesShortened()

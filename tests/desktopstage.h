@@ -278,16 +278,23 @@ private:
         }
     };
 
-    static std::unique_ptr<MpvVideo> MakePlayer(std::string& OutError)
+    std::unique_ptr<MpvVideo> MakePlayer(std::string& OutError) const
     {
+        if (!PlayerError.empty())
+        {
+            OutError = PlayerError;
+            return nullptr;
+        }
         return MpvVideo::Create({.VideoOutput = "libmpv", .AudioOutput = "null"}, OutError);
     }
 
     Look Themed;
 
 public:
+    std::string PlayerError; ///< not empty: no further player can be made
+
     // In the order in which the program makes them.
-    Session Running{&MakePlayer};
+    Session Running{[this](std::string& OutError) { return MakePlayer(OutError); }};
     Commands Acts{Running};
     ExportWatch Export{Running, Environment().ReportPath};
     Desktop Program{Running, Acts, Export, SurfaceKind::Automatic};

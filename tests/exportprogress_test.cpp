@@ -1,6 +1,7 @@
 #include "media/exportprogress.h"
 
 #include "fakes/environmentguard.h"
+#include "fakes/failingread.h"
 #include "fakes/fakeffmpeg.h"
 #include "fakes/tempfolder.h"
 #include "host/apppaths.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -477,6 +479,17 @@ TEST_F(SeekingExportTest, KeepsItsFractionWhenTheEncoderHasEnded)
     Append(EndFile, "");
     Export.join();
     EXPECT_DOUBLE_EQ(Progress.Read().Fraction, 0.4 * SeekShare);
+}
+
+// The kernel answers so when the process ends between the opening of the file and the reading.
+TEST_F(SeekingExportTest, MakesNothingOfAPositionThatCanNoLongerBeRead)
+{
+    MakeSource();
+    Start(50.0, 10.0);
+    Append(Report, openedLines);
+    ASSERT_NO_FATAL_FAILURE(Begin(Source));
+    const FailingRead ended("/fdinfo/", 0, ESRCH);
+    EXPECT_EQ(Progress.Read().Phase, ExportPhase::Unknown);
 }
 
 TEST_F(SeekingExportTest, GoesOnToTheReportAtTheFirstPicture)

@@ -5,6 +5,8 @@ pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 movane_test(media_test
     SOURCES
         encoderprocess_test.cpp
+        fakes/failingread.cpp
+        framenumber_test.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_media PkgConfig::MPV)
@@ -12,5 +14,6 @@ movane_test(media_test
 movane_test(exportprogress_test
     SOURCES
         exportprogress_test.cpp
+        fakes/failingread.cpp
         reportlines_test.cpp
     LIBRARIES movane_media)

@@ -3,11 +3,13 @@
 #include "media/mediafile.h"
 #include "media/mpvvideo.h"
 
+#include "fakes/failingread.h"
 #include "fakes/tempfolder.h"
 #include "fakes/tinydisk.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -90,6 +92,31 @@ TEST(IsMatroskaWithoutPicture, IsFalseForOtherFiles)
     EXPECT_FALSE(IsMatroskaWithoutPicture(MakeFile(place, Tone, "sound.ogg")));
 }
 
+TEST(IsMatroskaWithoutPicture, IsFalseForOneThatCannotBeReadToItsEnd)
+{
+    const TempFolder place;
+    const std::string source = MakeFile(place, Picture, "source.mkv");
+    for (const std::string& path :
+         {MakeFile(place, Tone, "sound.mkv"),
+          MakeFile(place, "-i '" + source + "' -ss 3 -t 2 -map 0:v:0?", "empty.mkv")})
+    {
+        const auto size = static_cast<off_t>(std::filesystem::file_size(path));
+        for (off_t from = 0; from <= size; from += from < 1000 ? 1 : 100)
+        {
+            const FailingRead disk(path, from, EIO);
+            EXPECT_FALSE(IsMatroskaWithoutPicture(path)) << path << " from " << from;
+        }
+    }
+}
+
+TEST(IsMatroskaWithoutPicture, IsFalseForOneThatCannotBeUnderstood)
+{
+    const TempFolder place;
+    const std::string path = (place.Path() / "garbage.mkv").native();
+    std::ofstream(path, std::ios::binary) << "\x1A\x45\xDF\xA3" << std::string(1000, 'x');
+    EXPECT_FALSE(IsMatroskaWithoutPicture(path));
+}
+
 // Its player may have read one second or the whole by the time that it is asked.
 TEST(MpvVideo, TakesTheLengthForUnknownWhereTheFileDoesNotTellIt)
 {
@@ -135,6 +162,17 @@ TEST(IsCutShort, IsTrueForOneThatDoesNotSayHowLongItIs)
 {
     const TempFolder place;
     EXPECT_TRUE(IsCutShort(MakePiped(place)));
+}
+
+TEST(IsCutShort, IsFalseForOneThatCannotBeRead)
+{
+    const TempFolder place;
+    const std::string path = MakeFile(place, Picture, "finished.mkv");
+    for (const off_t from : {0, 4, 5, 20, 45})
+    {
+        const FailingRead disk(path, from, EIO);
+        EXPECT_FALSE(IsCutShort(path)) << from;
+    }
 }
 
 TEST(IsCutShort, IsTrueWhereverTheFileIsCut)

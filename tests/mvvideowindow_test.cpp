@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -37,6 +38,18 @@ public:
 
 private:
     bool& bGone;
+};
+
+/// Has no file open after a refusal: the earlier one could not be opened again.
+class ForgetfulVideo : public FakeVideo
+{
+public:
+    bool Open(const std::string& Path, std::string& OutError) override
+    {
+        FilePath.clear();
+        pMediaInfo = nullptr;
+        return FakeVideo::Open(Path, OutError);
+    }
 };
 
 TEST(MvVideoWindow, IsMadeOpenAndVisibleWithATimelineAndNoPlayer)
@@ -148,6 +161,29 @@ TEST(MvVideoWindow, KeepsTheOpenFileWithItsMarkingWhenAnotherCannotBeOpened)
     EXPECT_FALSE(video.bPlaying);
     EXPECT_EQ(video.FilePath, "/videos/a.mkv");
     EXPECT_EQ(window.Timeline().DurationSec(), 10.0);
+    EXPECT_EQ(window.Timeline().RangeEndSec(), 2.0);
+    EXPECT_THAT(window.Timeline().Markers, SizeIs(1));
+}
+
+TEST(MvVideoWindow, ShowsNoMarkingWhenNoFileIsOpenAfterARefusal)
+{
+    MvVideoWindow window;
+    auto pOwned = std::make_unique<ForgetfulVideo>();
+    ForgetfulVideo& video = *pOwned;
+    window.SetVideo(std::move(pOwned));
+    ASSERT_TRUE(window.LoadVideoFile("/videos/a.mkv", false));
+    window.Timeline().SetRangeSelection(1.0, 2.0, false);
+    window.Timeline().AddMarkerAtCurrentTime();
+    video.OpenError = "The file is not a video.";
+
+    EXPECT_FALSE(window.LoadVideoFile("/videos/b.txt", true));
+    EXPECT_EQ(window.LoadError(), "The file is not a video.");
+    EXPECT_EQ(window.Timeline().DurationSec(), 0.0);
+    EXPECT_FALSE(window.Timeline().HasRangeSelection());
+    EXPECT_THAT(window.Timeline().Markers, IsEmpty());
+
+    video.OpenError.clear();
+    ASSERT_TRUE(window.LoadVideoFile("/videos/a.mkv", false));
     EXPECT_EQ(window.Timeline().RangeEndSec(), 2.0);
     EXPECT_THAT(window.Timeline().Markers, SizeIs(1));
 }

@@ -85,6 +85,7 @@ public:
     ProgramRun(const ProgramRun&) = delete;
     ProgramRun& operator=(const ProgramRun&) = delete;
 
+    pid_t Pid() const { return Child; }
     void Signal(int Number) const { kill(Child, Number); }
     void SignalGroup(int Number) const { kill(-Child, Number); }
 
@@ -168,6 +169,11 @@ private:
         }
         if (chdir(How.WorkingFolder.c_str()) == 0)
         {
+            // A caller in the background may have them ignored.
+            for (const int number : {SIGHUP, SIGINT, SIGTERM})
+            {
+                std::signal(number, SIG_DFL);
+            }
             How.BeforeStart();
             execv(How.Program.c_str(), arguments.data());
         }

@@ -182,41 +182,6 @@ TEST(TimelineScale, PanStopsAtTheEndsOfTheSource)
     EXPECT_DOUBLE_EQ(scale.SpanSec(), 5.0);
 }
 
-TEST(TimelineScale, RevealMovesNothingForWhatIsVisible)
-{
-    TimelineScale scale = MakeScale(20.0);
-    scale.ZoomAt(510.0, 4.0); // 7.5 s to 12.5 s
-    scale.Reveal(8.0, 12.0);
-    EXPECT_DOUBLE_EQ(scale.StartSec(), 7.5);
-}
-
-TEST(TimelineScale, RevealPutsWhatFitsInTheMiddle)
-{
-    TimelineScale scale = MakeScale(20.0);
-    scale.ZoomAt(510.0, 4.0);
-    scale.Reveal(15.0, 14.0);
-    EXPECT_DOUBLE_EQ(scale.StartSec(), 12.0);
-    EXPECT_DOUBLE_EQ(scale.SpanSec(), 5.0);
-}
-
-TEST(TimelineScale, RevealWidensForWhatDoesNotFit)
-{
-    TimelineScale scale = MakeScale(20.0);
-    scale.ZoomAt(510.0, 4.0);
-    scale.Reveal(2.0, 12.0);
-    EXPECT_DOUBLE_EQ(scale.StartSec(), 1.0);
-    EXPECT_DOUBLE_EQ(scale.SpanSec(), 12.0);
-}
-
-TEST(TimelineScale, RevealRefusesWhatIsNoTime)
-{
-    TimelineScale scale = MakeScale(20.0);
-    scale.ZoomAt(510.0, 4.0);
-    scale.Reveal(NotANumber, 3.0);
-    scale.Reveal(3.0, Infinity);
-    EXPECT_DOUBLE_EQ(scale.StartSec(), 7.5);
-}
-
 TEST(TimelineScale, TurnsToThePageOfATimeThatLeftTheSpan)
 {
     TimelineScale scale = MakeScale(20.0);
@@ -267,7 +232,6 @@ TEST(RulerTicks, PutFramesWhereTheFrameRateHasThem)
 {
     constexpr double FramesPerSecond = 30000.0 / 1001.0;
     TimelineScale scale = MakeScale(3600.0, FramesPerSecond);
-    scale.Reveal(0.0, 1.0);
     scale.ZoomAt(510.0, 36000.0);
     const auto ticks = TicksOf(scale, FramesPerSecond);
     ASSERT_THAT(ticks, testing::Not(IsEmpty()));

@@ -9,6 +9,7 @@
 #include "cli/terminalprogress.h"
 #include "cli/wakeup.h"
 #include "host/apppaths.h"
+#include "host/atomicfile.h"
 #include "host/core.h"
 #include "host/mvtimecontrol.h"
 #include "host/ttf.h"
@@ -24,8 +25,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -57,10 +56,8 @@ bool ReadTable(const std::string& Path,
         OutError = Path + " is a folder: name a CSV file.";
         return false;
     }
-    errno = 0;
-    std::ifstream file(Path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad())
+    const std::string text = ReadWholeFile(Path);
+    if (errno != 0)
     {
         OutError = Path + " can't be read: " + std::generic_category().message(errno) + '.';
         return false;
@@ -284,10 +281,7 @@ public:
         }
         catch (const fs::filesystem_error& error)
         {
-            const std::string what =
-                error.path1().empty() ? "The current folder" : error.path1().native();
-            result = {Clip.Name, false, "",
-                      what + " can't be found: " + error.code().message() + '.'};
+            result = {Clip.Name, false, "", SentenceOf(error)};
         }
         Report.PrintResult(result);
         if (!result.bExported)

@@ -8,6 +8,7 @@
 
 #include "host/movane.h"
 
+#include <exception>
 #include <string>
 
 /// What became of one clip.
@@ -48,6 +49,9 @@ private:
     Form OutputForm;
     std::string FirstWriteError;
 };
+
+/// What was thrown as one sentence, which names the path of a file-system error.
+std::string SentenceOf(const std::exception& Error);
 
 /// Text with '?' in place of control characters.
 std::string OneLine(std::string Text);

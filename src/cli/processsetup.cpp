@@ -11,6 +11,7 @@
 #include <memory>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -60,6 +61,22 @@ void PointStandardInputAtNull()
 void AdoptOrphans()
 {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+AdoptionPause::AdoptionPause()
+{
+    prctl(PR_GET_CHILD_SUBREAPER, &Earlier);
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+}
+
+AdoptionPause::~AdoptionPause()
+{
+    prctl(PR_SET_CHILD_SUBREAPER, Earlier);
+}
+
+void KeepFewHeaps()
+{
+    mallopt(M_ARENA_MAX, 2); // NOLINT(concurrency-mt-unsafe): before any thread
 }
 
 void LogToStandardError()

@@ -88,16 +88,21 @@ StopSignals::StopSignals(std::function<void()> OnStop, std::function<void()> OnK
     {
         ThrowSystemError("pipe2");
     }
-    InterruptFd = OpenInterruptFd();
-    if (!InterruptFd.IsOpen())
+    if (!IsIgnored(SIGINT))
     {
-        ThrowSystemError("signalfd");
+        InterruptFd = OpenInterruptFd();
+        if (!InterruptFd.IsOpen())
+        {
+            ThrowSystemError("signalfd");
+        }
+        ChangeMask(SIG_BLOCK, {SIGINT});
     }
-    ChangeMask(SIG_BLOCK, {SIGINT});
-    HandleWithPipe(SIGTERM);
-    if (!IsIgnored(SIGHUP))
+    for (const int number : {SIGTERM, SIGHUP})
     {
-        HandleWithPipe(SIGHUP);
+        if (!IsIgnored(number))
+        {
+            HandleWithPipe(number);
+        }
     }
     ChangeMask(SIG_UNBLOCK, {SIGTERM, SIGHUP});
     Listener = std::thread([this, onStop = std::move(OnStop), onKill = std::move(OnKill)]

@@ -9,7 +9,9 @@
 //            Received just before that; then the gap is short, and the user presses again.
 //   SIGTERM, SIGHUP  have a handler that writes to a pipe. They are not blocked, so that they end a
 //            program that system() runs.
-// A SIGHUP that was ignored when the program began stays ignored (nohup).
+// One that was ignored when the program began stays ignored: SIGHUP under nohup, SIGINT in a job that a
+// script has put into the background, where the user's Ctrl+C is meant for others. (ffmpeg itself takes
+// SIGINT all the same, so a Ctrl+C that reaches both ends the clip that is exported.)
 
 #pragma once
 
@@ -26,8 +28,8 @@ public:
     /// OnStop is called at the first signal. The next one that comes at least NextSignalMs later says
     /// that the user waits no longer: OnKill is called, so that what is waited for ends at once. One
     /// more ends the process itself, with no destructor run. (Earlier ones are the same wish: `timeout`
-    /// and a closed terminal send two.) Both functions are called on a thread of this object and must not throw. Throws std::system_error
-    /// when the system gives no descriptor.
+    /// and a closed terminal send two.) Both functions are called on a thread of this object and must
+    /// not throw. Throws std::system_error when the system gives no descriptor.
     StopSignals(std::function<void()> OnStop, std::function<void()> OnKill);
     /// Ends the thread. The signals stay taken and go unheard: the program is about to end.
     ~StopSignals();
@@ -45,6 +47,6 @@ private:
     int WaitForSignal() const;
     void TakeInterrupt() const;
 
-    UniqueFd InterruptFd;
+    UniqueFd InterruptFd; ///< none when SIGINT is ignored
     std::thread Listener;
 };

@@ -17,6 +17,9 @@ public:
     /// came earlier, however many, end one sleep at once. It may return early without reason.
     void Sleep(int TimeoutMs) const;
 
+    /// Readable from the first Post on until a sleep, for who waits for other things, too.
+    int Descriptor() const { return Event.Get(); }
+
 private:
     UniqueFd Event;
 };

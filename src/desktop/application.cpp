@@ -4,6 +4,7 @@
 #include "cli/exportreport.h"
 #include "cli/processsetup.h"
 #include "cli/stopsignals.h"
+#include "cli/wakeup.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
 #include "desktop/exportwatch.h"
@@ -19,8 +20,10 @@
 #include "host/mvtheme.h"
 #include "media/exportprogress.h"
 #include "media/mpvvideo.h"
+#include "media/threadroom.h"
 
 #include <QApplication>
+#include <QSocketNotifier>
 
 #include <algorithm>
 #include <filesystem>
@@ -48,7 +51,10 @@ QStringList FilesToOpen(const WindowOptions& Options)
     QStringList files;
     for (const std::string& file : Options.FilePaths)
     {
-        files.append(PathText(file));
+        // Here, by its bytes: the toolkit knows the current folder only as text.
+        std::error_code ec;
+        const std::filesystem::path absolute = std::filesystem::absolute(file, ec);
+        files.append(PathText(ec ? file : absolute.native()));
     }
     const std::string lastFile = AppPaths::DefaultVideoFile();
     // One that is gone, too: the window then says so.
@@ -58,6 +64,7 @@ QStringList FilesToOpen(const WindowOptions& Options)
     }
     return files;
 }
+
 SurfaceKind SurfaceOf(const std::string& Video)
 {
     return Video == "gl"   ? SurfaceKind::OpenGl
@@ -91,6 +98,13 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
                    "\"movane export\".");
         return static_cast<int>(ExitCode::CallWrong);
     }
+    // Without it the toolkit would wait for a thread for ever.
+    if (!HasRoomForThreads())
+    {
+        PrintError(
+            "A window can't be opened, there are too many processes: end some and try again.");
+        return 1;
+    }
     std::string error;
     if (!AppPaths::PrepareRuntimeDir(error))
     {
@@ -99,18 +113,10 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     }
     PointStandardInputAtNull();
     AdoptOrphans();
+    KeepFewHeaps();
     const std::string reportPath = EnableExportReport();
-    // In order: a running export is stopped, and the windows close.
-    const StopSignals stop(
-        []
-        {
-            if (qApp != nullptr)
-            {
-                // Not quit(), which asks the windows: one with a running export would stay.
-                QMetaObject::invokeMethod(qApp, [] { QCoreApplication::exit(0); });
-            }
-        },
-        [] {});
+    const WakeUp stopWish; // for the thread of the signals, which outlives the application
+    const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});
 
     QApplication application(ArgumentCount, Arguments);
     KeepDecimalPoint(); // the toolkit has just taken the user's locale
@@ -122,6 +128,11 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     QApplication::setQuitOnLastWindowClosed(false);
     MvTheme::SetTextScale(LoadSettings().TextScale);
     Theme::Apply();
+
+    // In order: a running export is stopped, and the windows close. Not by quit(), which asks the windows:
+    // one with a running export would stay.
+    const QSocketNotifier stopWanted(stopWish.Descriptor(), QSocketNotifier::Read);
+    QObject::connect(&stopWanted, &QSocketNotifier::activated, [] { QCoreApplication::exit(0); });
 
     WidgetKeys widgetKeys;
     application.installEventFilter(&widgetKeys);
@@ -135,6 +146,5 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         return 1;
     }
     desktop.OpenFiles(FilesToOpen(Options), &desktop.Main());
-    // One that came before the application was there has told nobody.
-    return stop.Received() != 0 ? 0 : QApplication::exec();
+    return QApplication::exec();
 }

@@ -3,9 +3,6 @@
 #include "desktop/plainlabel.h"
 #include "panel/mvclipcontrolpanel.h"
 
-#include <QPainter>
-#include <QPixmap>
-
 #include <algorithm>
 
 namespace
@@ -114,13 +111,6 @@ QVariant ClipTableModel::data(const QModelIndex& Index, int Role) const
         return CellText(Index.row(), Index.column()).replace('\n', ' ');
     case Qt::ToolTipRole:
         return PlainToolTip(CellText(Index.row(), Index.column()));
-    case Qt::DecorationRole:
-        if (Index.column() == ColorColumn &&
-            static_cast<std::size_t>(Index.row()) < Panel.Clips.size())
-        {
-            return Swatch(ColorOf(Panel.Clips[static_cast<std::size_t>(Index.row())]));
-        }
-        return {};
     case ColorRole:
         return Index.column() == ColorColumn ? QColor(RowNow(Index.row()).Color) : QVariant();
     default:
@@ -147,26 +137,4 @@ QString ClipTableModel::CellText(int Row, int Column) const
 {
     const std::string* const cell = Panel.TableModel->CellAt(Row, Column);
     return cell != nullptr ? QString::fromStdString(*cell) : QString();
-}
-
-QIcon ClipTableModel::Swatch(QRgb Color) const
-{
-    const auto known = Swatches.constFind(Color);
-    if (known != Swatches.constEnd())
-    {
-        return *known;
-    }
-    // Larger than it is ever shown, so that the icon scales it down sharply.
-    QPixmap pixmap(128, 128);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor::fromRgba(Color));
-    painter.drawRoundedRect(pixmap.rect(), 24, 24);
-    painter.end();
-    QIcon icon(pixmap);
-    icon.addPixmap(pixmap, QIcon::Selected); // a selected row must not tint the clip's colour
-    Swatches.insert(Color, icon);
-    return icon;
 }

@@ -6,8 +6,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
-#include <QHash>
-#include <QIcon>
+#include <QColor>
 
 #include <string>
 #include <vector>
@@ -60,10 +59,8 @@ private:
 
     ShownRow RowNow(int Row) const;
     QString CellText(int Row, int Column) const;
-    QIcon Swatch(QRgb Color) const;
 
     const MvClipControlPanel& Panel;
     int ToldRowCount = 0;
     std::vector<ShownRow> ToldRows; ///< the rows of the last TakeRows
-    mutable QHash<QRgb, QIcon> Swatches;
 };

@@ -49,7 +49,6 @@ protected:
         if (Index.data(ClipTableModel::ColorRole).isValid())
         {
             pOption->text.clear();
-            pOption->icon = {};
         }
     }
 
@@ -130,7 +129,6 @@ void ClipTableView::ApplyTextScale()
     const int rowHeightPx = metrics.height() + Theme::ScaledPx(6);
     verticalHeader()->setMinimumSectionSize(1);
     verticalHeader()->setDefaultSectionSize(rowHeightPx);
-    setIconSize(QSize(metrics.ascent(), metrics.ascent()) * 8 / 10);
     setMinimumHeight(horizontalHeader()->sizeHint().height() + MinRows * rowHeightPx +
                      2 * frameWidth());
 }

@@ -1,5 +1,6 @@
 #include "desktop/commands.h"
 
+#include "cli/exportreport.h"
 #include "desktop/session.h"
 #include "desktop/videodocument.h"
 #include "host/mvtheme.h"
@@ -313,7 +314,7 @@ void Commands::RunPanelAction(void (MvClipControlPanel::*Action)())
     }
     catch (const std::exception& error)
     {
-        Running.Panel().SetStatusTextInternal(error.what(), true);
+        Running.Panel().SetStatusTextInternal(SentenceOf(error), true);
     }
     Running.RequestFrame();
 }

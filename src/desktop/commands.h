@@ -1,7 +1,7 @@
 // What the actions do. Each acts on the session's target document or on the clip panel; what needs a
 // window (a dialog, the name field, another window) is asked for by a signal.
 //
-// UI thread only. Every command ends with a frame, so the widgets show its outcome.
+// UI thread only. What changes a record asks for a frame, so the widgets show its outcome.
 
 #pragma once
 

@@ -19,6 +19,7 @@
 #include "desktop/videodocument.h"
 #include "desktop/videopane.h"
 #include "host/apppaths.h"
+#include "host/environment.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
 
@@ -26,7 +27,6 @@
 #include <QDBusConnection>
 #include <QDialogButtonBox>
 #include <QEvent>
-#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFocusEvent>
@@ -108,12 +108,11 @@ bool Desktop::Start(std::string& OutError)
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
-    if (const std::string problem =
-            EncoderProblem(qEnvironmentVariable("MOVANE_FFMPEG_BIN"), EncoderFolders());
+    if (const std::string problem = EncoderProblem(EnvironmentValue("MOVANE_FFMPEG_BIN"),
+                                                   EncoderFolders(EnvironmentValue("PATH")));
         !problem.empty())
     {
-        Running.Panel().SetStatusTextInternal(problem, true);
-        Running.RequestFrame();
+        ShowError(problem);
     }
     return true;
 }
@@ -127,7 +126,7 @@ void Desktop::ConnectCommands()
                 std::string error;
                 if (AddWindow(error) == nullptr)
                 {
-                    Running.Panel().SetStatusTextInternal(error, true);
+                    ShowError(error);
                 }
             });
     // Queued: a window must not go while the action that its own key has triggered is running.
@@ -275,7 +274,7 @@ void Desktop::OpenFiles(const QStringList& Paths, VideoWindow* pWindow)
         }
         if (window == nullptr)
         {
-            Running.Panel().SetStatusTextInternal(error, true);
+            ShowError(error);
             return;
         }
         window->Pane().Open(QFileInfo(path).absoluteFilePath());
@@ -287,8 +286,7 @@ void Desktop::TakeOpened(const QString& Path, bool bLoaded, const std::string& L
 {
     if (!bLoaded)
     {
-        Running.Panel().SetStatusTextInternal(LoadError, true);
-        Running.RequestFrame();
+        ShowError(LoadError);
         return;
     }
     AppPaths::SetDefaultVideoFile(PathBytes(Path));
@@ -372,7 +370,7 @@ void Desktop::ShowAbout()
                                       QMessageBox::Ok, &ActiveWindow());
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setInformativeText("Marks, names and exports clips of video.\nExported clips go to " +
-                            QFile::decodeName(AppPaths::RecordingsDir().c_str()) + "/clips.");
+                            PathText(AppPaths::RecordingsDir()) + "/clips.");
     box->open();
 }
 
@@ -390,7 +388,13 @@ void Desktop::ToggleFullScreen()
     window.setWindowState(window.windowState() ^ Qt::WindowFullScreen);
 }
 
-// -- Notifications
+// -- What is told
+
+void Desktop::ShowError(const std::string& Sentence)
+{
+    Running.Panel().SetStatusTextInternal(Sentence, true);
+    Running.RequestFrame();
+}
 
 void Desktop::ShowNotification(const Movane::Notification& Shown)
 {
@@ -398,8 +402,7 @@ void Desktop::ShowNotification(const Movane::Notification& Shown)
     const bool bExported = Shown.Title == "Clip Export" && Running.Panel().bExportResultSuccess;
     if (bExported)
     {
-        const QString folder = QFile::decodeName((AppPaths::RecordingsDir() + "/clips").c_str());
-        openFolder = [folder] { OpenFolder(folder); };
+        openFolder = [folder = AppPaths::RecordingsDir() + "/clips"] { OpenFolder(folder); };
     }
     const QString actionText = bExported ? QString("Open folder") : QString();
     pOverlay->Add(Shown, actionText, openFolder);

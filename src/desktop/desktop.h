@@ -66,6 +66,7 @@ private:
     void ShowAbout();
     void ApplyTextScale();
     void ToggleFullScreen();
+    void ShowError(const std::string& Sentence);
     void ShowNotification(const Movane::Notification& Shown);
 
     Session& Running;

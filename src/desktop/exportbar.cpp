@@ -10,18 +10,6 @@
 namespace
 {
 constexpr int MarginPx = 8; // that of the clip panel, above which it stands in line
-
-QString DetailsOf(const ExportProgressRecord& Progress)
-{
-    const int elapsedSec = static_cast<int>(Progress.ElapsedSec);
-    QString text =
-        QString("%1:%2").arg(elapsedSec / 60).arg(elapsedSec % 60, 2, 10, QLatin1Char('0'));
-    if (Progress.Speed > 0.0)
-    {
-        text += QString("  %1×").arg(Progress.Speed, 0, 'f', 1);
-    }
-    return text;
-}
 } // namespace
 
 ExportBar::ExportBar(QAction* pStop, QWidget* pParent)
@@ -45,7 +33,7 @@ ExportBar::ExportBar(QAction* pStop, QWidget* pParent)
 void ExportBar::ShowProgress(const ExportProgressRecord& Progress)
 {
     pBar->setValue(static_cast<int>(Progress.Fraction * 100.0));
-    const QString details = DetailsOf(Progress);
+    const QString details = QString::fromStdString(ProgressDetails(Progress, "×"));
     if (Progress.Phase == ExportPhase::Unknown)
     {
         // Without a number yet, the running time says that something is going on.

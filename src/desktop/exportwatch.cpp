@@ -5,7 +5,6 @@
 #include "media/mediafile.h"
 
 #include <QDeadlineTimer>
-#include <QFile>
 #include <QThread>
 
 #include <algorithm>
@@ -134,17 +133,25 @@ void ExportWatch::End()
         RemoveUnfinishedFile();
     }
     const bool bCutShort = bSuccess && IsCutShort(OutputPath.native());
+    const bool bEmpty = bSuccess && !bCutShort && IsMatroskaWithoutPicture(OutputPath.native());
     if (bCutShort)
     {
-        p->pMovane->QueueNotification(Movane::NotificationError, "Clip Export",
-                                      OutputPath.filename().native() + CutShort, WarningMs);
+        Warn(Movane::NotificationError, CutShort);
     }
-    else if (bSuccess && IsMatroskaWithoutPicture(OutputPath.native()))
+    else if (bEmpty)
     {
-        p->pMovane->QueueNotification(Movane::NotificationWarning, "Clip Export",
-                                      OutputPath.filename().native() + WithoutPicture, WarningMs);
+        Warn(Movane::NotificationWarning, WithoutPicture);
     }
-    Q_EMIT Ended(bSuccess && !bCutShort ? QFile::decodeName(OutputPath.c_str()) : QString());
+    Q_EMIT Ended(bSuccess && !bCutShort && !bEmpty);
+}
+
+void ExportWatch::Warn(Movane::NotificationType Type, const char* Rest)
+{
+    const std::string sentence = OutputPath.filename().native() + Rest;
+    p->pMovane->QueueNotification(Type, "Clip Export", sentence, WarningMs);
+    // It stays when the notification has gone.
+    Watched.Panel().SetStatusTextInternal(sentence, true);
+    Watched.RequestFrame();
 }
 
 void ExportWatch::RemoveUnfinishedFile()

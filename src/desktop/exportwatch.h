@@ -1,12 +1,13 @@
 // Follows the running export from outside: its progress, its end, and the wish to stop it.
 //
 // The panel runs the export and reports its result; this looks at the encoder's process and report. Its
-// timer runs only while an export runs. An exported file that holds no picture is told in a notification,
-// for neither ffmpeg nor the panel says so. For that the file is read up to its first picture, which takes
-// half a millisecond; 0.2 s for an hour of sound without one. UI thread only.
+// timer runs only while an export runs. A file that is cut short or holds no picture is told in a
+// notification and as the status, for neither ffmpeg nor the panel says so. For that the file is read up to
+// its first picture, which takes half a millisecond; 0.2 s for an hour of sound without one. UI thread only.
 
 #pragma once
 
+#include "host/movane.h"
 #include "media/encoderprocess.h"
 #include "media/exportprogress.h"
 
@@ -48,13 +49,15 @@ public:
 
 Q_SIGNALS:
     void Progressed(const ExportProgressRecord& Progress);
-    /// The panel has taken the result. File is the exported one, empty after a failure.
-    void Ended(const QString& File);
+    /// The panel has taken the result. Without a whole file with pictures in it nothing is exported.
+    void Ended(bool bExported);
 
 private:
     void Look();
     void PressStop();
     void End();
+    /// Rest follows the name of the file.
+    void Warn(Movane::NotificationType Type, const char* Rest);
     void RemoveUnfinishedFile();
 
     Session& Watched;

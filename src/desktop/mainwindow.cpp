@@ -79,7 +79,7 @@ MainWindow::MainWindow(Session& NewRunning,
                 pExportBar->show();
             });
     connect(&Export, &ExportWatch::Ended, this,
-            [this](const QString& File) { TakeExportEnd(!File.isEmpty()); });
+            [this](bool bExported) { TakeExportEnd(bExported); });
 }
 
 void MainWindow::FocusName()

@@ -1,21 +1,26 @@
 #include "desktop/openfolder.h"
 
+#include "cli/processsetup.h"
+
 #include <QDesktopServices>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QUrl>
 
-void OpenFolder(const QString& Path)
+void OpenFolder(const std::string& Path)
 {
+    // An address, since the toolkit takes no bytes as arguments.
+    const QByteArray address = "file://" + QByteArray::fromStdString(Path).toPercentEncoding("/");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove("FFREPORT");
     QProcess opener;
     opener.setProgram("xdg-open");
-    opener.setArguments({Path});
+    opener.setArguments({QString::fromLatin1(address)});
     opener.setProcessEnvironment(environment);
+    const AdoptionPause pause;
     // The toolkit knows further ways, though none that takes an environment.
     if (!opener.startDetached())
     {
-        QDesktopServices::openUrl(QUrl::fromLocalFile(Path));
+        QDesktopServices::openUrl(QUrl::fromEncoded(address));
     }
 }

@@ -38,8 +38,6 @@ public:
 
     MvClipControlPanel& Panel() { return ClipPanel; }
     ClipPanelRecords& Records() { return PanelRecords; }
-    /// The window that the panel belongs to, for its geometry.
-    MvWindow& PanelWindow() { return PanelPlace; }
 
     /// Adds a document with a player, the first one under the ID that the panel falls back to. Null sets
     /// OutError.
@@ -76,7 +74,7 @@ private:
     PlayerFactory NewPlayer;
     std::unique_ptr<QtFont> Font;
     Core Application;
-    MvWindow PanelPlace;
+    MvWindow PanelPlace; ///< the window that the panel belongs to, for its geometry
     ClipPanelRecords PanelRecords;
     MvClipControlPanel ClipPanel;
     unsigned long NextWindowID = Movane::FirstVideoWindowID;

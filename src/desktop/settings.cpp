@@ -1,5 +1,6 @@
 #include "desktop/settings.h"
 
+#include "desktop/pathtext.h"
 #include "host/apppaths.h"
 #include "host/log.h"
 
@@ -26,6 +27,35 @@ double NumberWithin(const QVariant& Value, double Min, double Max, double Defaul
     const double number = Value.toDouble(&bIsNumber);
     return bIsNumber && std::isfinite(number) ? std::clamp(number, Min, Max) : Default;
 }
+
+// The bytes of paths. The toolkit gives a list of one back as that one, and an earlier version saved texts.
+QStringList PathsIn(const QVariant& Value)
+{
+    QStringList paths;
+    const bool bList =
+        Value.typeId() == QMetaType::QVariantList || Value.typeId() == QMetaType::QStringList;
+    for (const QVariant& item : bList ? Value.toList() : QVariantList{Value})
+    {
+        const QString path = item.typeId() == QMetaType::QByteArray
+                                 ? PathText(item.toByteArray().toStdString())
+                                 : item.toString();
+        if (!path.isEmpty())
+        {
+            paths.append(path);
+        }
+    }
+    return paths;
+}
+
+QVariantList BytesOf(const QStringList& Paths)
+{
+    QVariantList list;
+    for (const QString& path : Paths)
+    {
+        list.append(QByteArray::fromStdString(PathBytes(path)));
+    }
+    return list;
+}
 } // namespace
 
 Settings LoadSettings()
@@ -39,7 +69,7 @@ Settings LoadSettings()
         NumberWithin(store.value("VolumePercent"), 0.0, 100.0, defaults.VolumePercent);
     loaded.bMuted = store.value("Muted", defaults.bMuted).toBool();
     loaded.TextScale = NumberWithin(store.value("TextScale"), 0.75, 3.0, defaults.TextScale);
-    loaded.RecentFiles = store.value("RecentFiles").toStringList().mid(0, RecentFileCount);
+    loaded.RecentFiles = PathsIn(store.value("RecentFiles")).mid(0, RecentFileCount);
     return loaded;
 }
 
@@ -51,7 +81,7 @@ void SaveSettings(const Settings& Saved)
     store.setValue("VolumePercent", Saved.VolumePercent);
     store.setValue("Muted", Saved.bMuted);
     store.setValue("TextScale", Saved.TextScale);
-    store.setValue("RecentFiles", Saved.RecentFiles);
+    store.setValue("RecentFiles", BytesOf(Saved.RecentFiles));
     store.sync();
     if (store.status() != QSettings::NoError)
     {

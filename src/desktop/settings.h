@@ -15,7 +15,7 @@ struct Settings
     double VolumePercent = 100.0;
     bool bMuted = false;
     double TextScale = 1.0;
-    QStringList RecentFiles; ///< absolute paths, the last opened one first
+    QStringList RecentFiles; ///< absolute paths as PathText gives them, the last opened one first
 };
 
 /// Returns what was saved last; defaults for what is missing or makes no sense.

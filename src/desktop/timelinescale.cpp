@@ -160,23 +160,6 @@ void TimelineScale::Fit()
     Show(0.0, SourceSec);
 }
 
-void TimelineScale::Reveal(double ASec, double BSec)
-{
-    if (!std::isfinite(ASec) || !std::isfinite(BSec))
-    {
-        return;
-    }
-    const double firstSec = std::clamp(std::min(ASec, BSec), 0.0, SourceSec);
-    const double lastSec = std::clamp(std::max(ASec, BSec), 0.0, SourceSec);
-    if (Shows(firstSec) && Shows(lastSec))
-    {
-        return;
-    }
-    const double neededSec = lastSec - firstSec;
-    const double newShownSec = neededSec > ShownSec ? neededSec * 1.2 : ShownSec;
-    Show((firstSec + lastSec - newShownSec) / 2.0, newShownSec);
-}
-
 void TimelineScale::TurnPageTo(double Sec)
 {
     if (!Shows(Sec))

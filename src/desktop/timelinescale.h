@@ -42,9 +42,6 @@ public:
     void PanPx(double DistancePx);
     /// Shows the whole source.
     void Fit();
-    /// Makes the time from ASec to BSec (in any order) visible. What is already visible moves nothing;
-    /// otherwise it goes to the middle, with room around it when the span has to widen.
-    void Reveal(double ASec, double BSec);
     /// Turns to the page that holds Sec, with a little of what came before it; for a playhead that ran
     /// out of the span. Nothing happens while Sec is visible.
     void TurnPageTo(double Sec);

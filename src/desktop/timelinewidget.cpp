@@ -181,12 +181,6 @@ void TimelineWidget::TurnPages(int Pages)
     update();
 }
 
-void TimelineWidget::Reveal(double StartSec, double EndSec)
-{
-    View.Reveal(StartSec, EndSec);
-    update();
-}
-
 void TimelineWidget::LayOut()
 {
     Places = RowsIn(size());

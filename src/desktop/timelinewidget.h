@@ -2,10 +2,10 @@
 //
 // It changes nothing itself. A click or a drag asks to seek; a drag of an end of the In/Out range works
 // on a copy that is reported once, at release, and shows its picture meanwhile; Escape drops what the
-// hand holds and puts everything back. The wheel zooms at the pointer (with or without Ctrl), Shift and the wheel or a drag with the
-// middle button move the view. Of the keys only Escape during a drag is taken; seeking and zooming by
-// keyboard are the application's actions, which the focused timeline lets pass. To a screen reader it
-// is a slider. Times are seconds from the start of the source. UI thread only.
+// hand holds and puts everything back. The wheel zooms at the pointer (with or without Ctrl), Shift and
+// the wheel or a drag with the middle button move the view. Of the keys only Escape during a drag is
+// taken; seeking and zooming by keyboard are the application's actions, which the focused timeline lets
+// pass. To a screen reader it is a slider. Times are seconds from the start of the source. UI thread only.
 
 #pragma once
 
@@ -47,8 +47,6 @@ public Q_SLOTS:
     /// Moves the view by its own width, less a little that stays in sight; later times for a positive
     /// number. The playhead stays where it is.
     void TurnPages(int Pages);
-    /// Makes a span of time visible, its ends in any order.
-    void Reveal(double StartSec, double EndSec);
 
 Q_SIGNALS:
     /// A click, each step of a drag (also of an end, so that its picture is seen), or the way back.

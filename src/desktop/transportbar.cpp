@@ -2,6 +2,7 @@
 
 #include "desktop/theme.h"
 #include "desktop/timetext.h"
+#include "media/framenumber.h"
 
 #include <QAction>
 #include <QEvent>

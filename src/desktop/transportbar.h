@@ -2,8 +2,8 @@
 //
 // It shows a TransportState and knows no player: buttons trigger the actions of their window, the
 // volume and the speed are signals. Where the window is too narrow for the row, the time gets a second
-// one, and with large text the frame's number a third. The widgets have object names: PlayPause, StepFrameBack, StepFrameForward, Speed, Time, Frame,
-// Mute and Volume. UI thread only.
+// one, and with large text the frame's number a third. The widgets have object names: PlayPause,
+// StepFrameBack, StepFrameForward, Speed, Time, Frame, Mute and Volume. UI thread only.
 
 #pragma once
 

@@ -26,7 +26,6 @@ bool VideoDocument::LoadVideoFile(const std::string& Path, bool bPlay)
     {
         DropPendingMarks();
     }
-    FileOpened.emit(bLoaded);
     return bLoaded;
 }
 

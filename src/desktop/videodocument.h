@@ -6,7 +6,6 @@
 #pragma once
 
 #include "host/mvvideowindow.h"
-#include "host/signal.h"
 
 #include <chrono>
 #include <memory>
@@ -54,9 +53,6 @@ public:
     MpvVideo& Player() { return *pMpv; }
     bool HasFile() const { return pVideo != nullptr && pVideo->pMediaInfo != nullptr; }
     unsigned long WindowID() const { return ID; }
-
-    /// Emitted after each try to open a file, with what LoadVideoFile returned.
-    Signal<bool> FileOpened;
 
 private:
     unsigned long ID;

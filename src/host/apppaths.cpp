@@ -25,7 +25,9 @@ std::string AbsoluteFromEnvironment(const char* Name)
 {
     const std::string value = EnvironmentValue(Name);
     std::error_code ec;
-    return value.empty() ? value : fs::absolute(value, ec).native();
+    const fs::path absolute = fs::absolute(value, ec);
+    // In a folder that was deleted a relative one stays so: it can't be made, and that is told.
+    return ec ? value : absolute.native();
 }
 
 fs::path RuntimeBase()

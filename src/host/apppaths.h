@@ -3,7 +3,7 @@
 //     recordings   MOVANE_RECORDINGS_DIR, else the folder Movane in the user's videos folder
 //                  (xdg-user-dirs; ~/Videos without it)
 //     runtime      MOVANE_RUNTIME_DIR, else a folder of this process under $XDG_RUNTIME_DIR/movane
-//                  (/tmp/movane-UID without it)
+//                  (movane-UID in TMPDIR or /tmp without it)
 //     state        $XDG_STATE_HOME/movane (~/.local/state/movane)
 //
 // The places follow the XDG Base Directory Specification 0.8 and xdg-user-dirs; a relative path in an
@@ -23,7 +23,7 @@ public:
     static std::string RuntimeDir();
 
     /// The folder for recordings, an absolute path, read from the environment at each call. Not made
-    /// here.
+    /// here. A relative one of the environment stays so where the current folder was deleted.
     static std::string RecordingsDir();
 
     /// Makes the runtime folder and clears those that dead processes left behind. False sets OutError

@@ -2,12 +2,11 @@
 
 #include "host/uniquefd.h"
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -78,10 +77,23 @@ bool WriteFileAtomically(const std::string& Path, const std::string& Content, st
 
 std::string ReadWholeFile(const std::string& Path)
 {
-    std::ostringstream content;
-    const std::ifstream file(Path, std::ios::binary);
-    content << file.rdbuf();
-    return content.str();
+    std::string content;
+    const UniqueFd file(open(Path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 4096> piece{};
+    while (file.IsOpen())
+    {
+        const ssize_t count = read(file.Get(), piece.data(), piece.size());
+        if (count > 0)
+        {
+            content.append(piece.data(), static_cast<std::size_t>(count));
+        }
+        else if (count == 0 || errno != EINTR)
+        {
+            errno = count == 0 ? 0 : errno;
+            break;
+        }
+    }
+    return content;
 }
 
 bool MakePrivateFolders(const std::filesystem::path& Folder)

@@ -11,7 +11,7 @@
 bool MakePrivateFolders(const std::filesystem::path& Folder);
 
 /// Returns the content of a file, what could be read of it; empty when it can't be opened or is a
-/// folder.
+/// folder. errno is 0 when that is all of it, else it holds the reason.
 std::string ReadWholeFile(const std::string& Path);
 
 /// Replaces the file at Path by one with that content, making missing folders.

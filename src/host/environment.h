@@ -1,4 +1,4 @@
-// Reading the environment. The program changes it only before it starts threads.
+// Reading the environment. The program changes it only before it starts threads that read it.
 
 #pragma once
 

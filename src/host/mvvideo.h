@@ -35,7 +35,8 @@ public:
     /// Opens the file at Path, paused at its start, in place of the one that was open.
     ///
     /// On success FilePath is Path as given and pMediaInfo is set. On failure returns false and sets
-    /// OutError to one sentence for the user; the file that was open is open still.
+    /// OutError to one sentence for the user; the file that was open is open still or again, or no file
+    /// is open where that fails, too (it was deleted, say).
     virtual bool Open(const std::string& Path, std::string& OutError) = 0;
 
     virtual void Play() = 0;

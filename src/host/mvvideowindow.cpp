@@ -28,7 +28,8 @@ bool MvVideoWindow::LoadVideoFile(const std::string& Path, bool bPlay)
         LastLoadError = "This window has no player: open the file in another window.";
         return false;
     }
-    if (!pVideo->Open(Path, LastLoadError))
+    const bool bLoaded = pVideo->Open(Path, LastLoadError);
+    if (!bLoaded && !pVideo->FilePath.empty())
     {
         return false;
     }
@@ -36,14 +37,14 @@ bool MvVideoWindow::LoadVideoFile(const std::string& Path, bool bPlay)
         pVideo->pMediaInfo != nullptr ? pVideo->pMediaInfo->DurationUs : 0;
     if (auto* const timeline = GetChildAs<MvTimeControl>(0))
     {
-        timeline->ShowSource(Path,
+        timeline->ShowSource(bLoaded ? Path : "",
                              static_cast<double>(std::max<std::int64_t>(durationUs, 0)) / 1e6);
     }
-    if (bPlay)
+    if (bLoaded && bPlay)
     {
         pVideo->Play();
     }
-    return true;
+    return bLoaded;
 }
 
 MvTimeControl& MvVideoWindow::Timeline()

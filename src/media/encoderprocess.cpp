@@ -1,12 +1,13 @@
 #include "media/encoderprocess.h"
 
+#include "host/atomicfile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <poll.h>
 #include <sstream>
@@ -29,14 +30,6 @@ struct ProcessInfo
         0; ///< since boot; with the number it tells one process from all others
 };
 
-// What could be read: the files of a process that ends meanwhile break off with an error.
-std::string ReadAll(const std::filesystem::path& Path)
-{
-    std::ostringstream text;
-    text << std::ifstream(Path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 std::filesystem::path ProcFolder(pid_t Pid)
 {
     return std::filesystem::path("/proc") / std::to_string(Pid);
@@ -45,7 +38,7 @@ std::filesystem::path ProcFolder(pid_t Pid)
 // Of a process that runs; nullopt for one that has ended, reaped or not (proc(5), "stat").
 std::optional<ProcessInfo> ReadProcess(pid_t Pid)
 {
-    const std::string stat = ReadAll(ProcFolder(Pid) / "stat");
+    const std::string stat = ReadWholeFile(ProcFolder(Pid) / "stat");
     // The name, in parentheses, may hold anything, parentheses and spaces too.
     const std::size_t nameEnd = stat.rfind(')');
     if (nameEnd == std::string::npos)
@@ -112,7 +105,7 @@ int DepthBelow(pid_t Ancestor, pid_t Pid, const std::map<pid_t, ProcessInfo>& Pr
 // Its arguments, each with a zero byte behind it.
 std::string CommandLineOf(pid_t Pid)
 {
-    return ReadAll(ProcFolder(Pid) / "cmdline");
+    return ReadWholeFile(ProcFolder(Pid) / "cmdline");
 }
 
 // True when the command line ends with the argument. The shell of the export holds the whole command

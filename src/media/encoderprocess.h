@@ -18,8 +18,7 @@ class EncoderProcess
 public:
     /// Returns the encoder that writes OutputPath, given as on its command line; nullopt when none
     /// runs. That is also so in the moments before the shell has started it: ask again while the export
-    /// runs. Reads all of /proc: 1 to 5 ms on an idle machine,
-    /// ten times that on a busy one.
+    /// runs. Reads all of /proc: 1 to 5 ms on an idle machine, ten times that on a busy one.
     static std::optional<EncoderProcess> Find(const std::string& OutputPath);
 
     EncoderProcess(EncoderProcess&&) noexcept;

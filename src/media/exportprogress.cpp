@@ -1,6 +1,7 @@
 #include "media/exportprogress.h"
 
 #include "host/apppaths.h"
+#include "host/atomicfile.h"
 #include "host/environment.h"
 #include "host/uniquefd.h"
 
@@ -10,8 +11,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -45,9 +44,8 @@ bool CanMakeFile(const std::string& Path)
 std::optional<double>
 ReadPart(const fs::path& ProcessFolder, const std::string& Descriptor, off_t SizeBytes)
 {
-    std::ifstream file(ProcessFolder / "fdinfo" / Descriptor, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    const std::optional<std::uint64_t> position = ParseFilePosition(text);
+    const std::optional<std::uint64_t> position =
+        ParseFilePosition(ReadWholeFile(ProcessFolder / "fdinfo" / Descriptor));
     if (!position.has_value() || SizeBytes <= 0)
     {
         return std::nullopt;
@@ -91,14 +89,14 @@ std::string TimeText(double Seconds)
     return front + ":" + padded(whole % 60);
 }
 
-std::string SpeedText(double Speed)
+std::string SpeedText(double Speed, const char* pTimesSign)
 {
     std::array<char, 32> digits{};
     // The way to the In point counts in, so that a late clip's speed is far below 1.
     const auto [pEnd, error] =
         std::to_chars(digits.data(), digits.data() + digits.size(), std::min(Speed, 1e6),
                       std::chars_format::fixed, Speed < 1.0 ? 2 : 1);
-    return error == std::errc() ? std::string(digits.data(), pEnd) + "x" : std::string();
+    return error == std::errc() ? std::string(digits.data(), pEnd) + pTimesSign : std::string();
 }
 } // namespace
 
@@ -295,6 +293,16 @@ double ExportProgress::ElapsedSec() const
     return std::max(std::chrono::duration<double>(Now() - StartedAt).count(), 0.0);
 }
 
+std::string ProgressDetails(const ExportProgressRecord& Record, const char* pTimesSign)
+{
+    std::string details = TimeText(Record.ElapsedSec);
+    if (const double speed = PositiveOrZero(Record.Speed); speed >= 0.005)
+    {
+        details += "  " + SpeedText(speed, pTimesSign);
+    }
+    return details;
+}
+
 std::string ProgressLine(const ExportProgressRecord& Record)
 {
     const bool bKnown = Record.Phase != ExportPhase::Unknown;
@@ -302,11 +310,5 @@ std::string ProgressLine(const ExportProgressRecord& Record)
     // A little is added for fractions that are a whole percent but for their last bit.
     const auto percent = static_cast<int>(fraction * 100.0 + 1e-9);
     const std::string number = bKnown ? std::to_string(percent) : "-";
-    std::string line =
-        std::string(4 - number.size(), ' ') + number + " %  " + TimeText(Record.ElapsedSec);
-    if (const double speed = PositiveOrZero(Record.Speed); speed >= 0.005)
-    {
-        line += "  " + SpeedText(speed);
-    }
-    return line;
+    return std::string(4 - number.size(), ' ') + number + " %  " + ProgressDetails(Record, "x");
 }

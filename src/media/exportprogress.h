@@ -20,7 +20,8 @@
 #include <string>
 
 /// Makes every ffmpeg that this process starts from now on write a report, and returns its path,
-/// which is in the runtime folder. Changes the environment: call it before threads start.
+/// which is in the runtime folder. Changes the environment: call it before any thread is started that
+/// may read it.
 ///
 /// Does nothing and returns an empty text where the user has set FFREPORT, and where the report can't
 /// be written: ffmpeg would complain on standard error, in front of the message that the panel shows.
@@ -120,6 +121,11 @@ private:
     std::int64_t ReportOffset = 0;
     LineCollector Lines;
 };
+
+/// Returns the time and, where it is known, the speed. Independent of the locale.
+///
+///     "0:03  3.1x"     "1:30:00  0.03x" for a late clip     "0:03" while there is no speed
+std::string ProgressDetails(const ExportProgressRecord& Record, const char* pTimesSign);
 
 /// Returns the progress as a line for a terminal, without a line end: percent, time, and speed where
 /// it is known. It may be shorter than the one before, so clear the line first. Independent of the

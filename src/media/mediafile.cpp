@@ -29,12 +29,12 @@ struct FreePacket
     void operator()(AVPacket* pPacket) const { av_packet_free(&pPacket); }
 };
 
-// As "file:", so that no name is taken for another protocol.
-InputFile OpenInput(const std::string& Path)
+// As "file:", so that no name is taken for another protocol. Null sets OutError.
+InputFile OpenInput(const std::string& Path, int& OutError)
 {
     AVFormatContext* opened = nullptr;
-    const int error = avformat_open_input(&opened, ("file:" + Path).c_str(), nullptr, nullptr);
-    return InputFile(error < 0 ? nullptr : opened);
+    OutError = avformat_open_input(&opened, ("file:" + Path).c_str(), nullptr, nullptr);
+    return InputFile(OutError < 0 ? nullptr : opened);
 }
 
 // The first bytes of every Matroska file (RFC 8794, the EBML header's ID).
@@ -44,6 +44,7 @@ bool BeginsLikeMatroska(const std::string& Path)
     std::ifstream(Path, std::ios::binary).read(begin.data(), begin.size());
     return std::string_view(begin.data(), begin.size()) == "\x1A\x45\xDF\xA3";
 }
+
 // The size of an element, which stands behind its ID (RFC 8794, 4 and 6): the leading zeros of its first
 // byte tell its length, and all ones an unknown size. None also where the file ends.
 std::optional<std::uint64_t> ReadElementSize(std::istream& File)
@@ -62,7 +63,8 @@ std::optional<std::uint64_t> ReadElementSize(std::istream& File)
 
 bool IsMatroskaWithoutDuration(const std::string& Path)
 {
-    const InputFile file = OpenInput(Path);
+    int error = 0;
+    const InputFile file = OpenInput(Path, error);
     // Asked before the streams are looked into, which would put an estimate in its place.
     return file != nullptr && std::string_view(file->iformat->name).starts_with("matroska") &&
            (file->duration == AV_NOPTS_VALUE || file->duration <= 0);
@@ -74,9 +76,14 @@ bool IsMatroskaWithoutPicture(const std::string& Path)
     {
         return false;
     }
-    const InputFile file = OpenInput(Path);
+    int error = 0;
+    const InputFile file = OpenInput(Path, error);
     const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
-    while (file != nullptr && packet != nullptr && av_read_frame(file.get(), packet.get()) >= 0)
+    if (packet == nullptr)
+    {
+        return false;
+    }
+    while (file != nullptr && (error = av_read_frame(file.get(), packet.get())) >= 0)
     {
         const AVStream* const stream = file->streams[packet->stream_index];
         const bool bPicture = stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
@@ -86,7 +93,8 @@ bool IsMatroskaWithoutPicture(const std::string& Path)
             return false;
         }
     }
-    return true;
+    // A header alone ends in the opening.
+    return error == AVERROR_EOF;
 }
 
 bool IsCutShort(const std::string& Path)
@@ -105,12 +113,12 @@ bool IsCutShort(const std::string& Path)
     std::ifstream file(Path, std::ios::binary);
     file.seekg(4);
     const std::optional<std::uint64_t> headerSize = ReadElementSize(file);
-    if (!headerSize.has_value())
-    {
-        return true;
-    }
-    file.seekg(static_cast<std::streamoff>(*headerSize) + 4, std::ios::cur);
+    file.seekg(static_cast<std::streamoff>(headerSize.value_or(0)) + 4, std::ios::cur);
     const std::optional<std::uint64_t> segmentSize = ReadElementSize(file);
-    return !segmentSize.has_value() ||
+    if (!file.is_open() || file.bad())
+    {
+        return false;
+    }
+    return !headerSize.has_value() || !segmentSize.has_value() ||
            *segmentSize > fileSize - static_cast<std::uint64_t>(file.tellg());
 }

@@ -1,8 +1,10 @@
 #include "media/mpvvideo.h"
 
+#include "media/framenumber.h"
 #include "media/mediafile.h"
 #include "media/mpvnode.h"
 #include "media/openfile.h"
+#include "media/threadroom.h"
 
 #include <algorithm>
 #include <array>
@@ -14,14 +16,13 @@
 #include <mpv/client.h>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace
 {
 constexpr double UsPerSec = 1e6;
 // Steps in a file that does not tell its frame rate.
 constexpr double FallbackFrameRate = 25.0;
-// The player shows the first frame that begins no more than this before the time asked for.
-constexpr double FrameToleranceSec = 0.005;
 constexpr std::chrono::milliseconds ServePeriod{5};
 constexpr unsigned TopicBits = 8;
 
@@ -77,6 +78,13 @@ bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& 
            set("vo", Wanted.VideoOutput.c_str()) && set("ao", Wanted.AudioOutput.c_str());
 }
 
+// By how much the player's tolerance is too large for a fast film: it would show an earlier frame. So it is
+// asked for a time that is so much later, and to look for a key frame where it would have otherwise.
+double ExcessToleranceSec(double FramesPerSecond)
+{
+    return PlayerToleranceSec - FrameToleranceSec(FramesPerSecond);
+}
+
 std::string ReasonForNoHandle()
 {
     const char* locale = std::setlocale(LC_NUMERIC, nullptr); // NOLINT(concurrency-mt-unsafe)
@@ -91,6 +99,14 @@ std::string ReasonForNoHandle()
 
 std::unique_ptr<MpvVideo> MpvVideo::Create(const Options& Wanted, std::string& OutError)
 {
+    // The library waits for ever or crashes where it can't start its first threads, and takes a file for
+    // no video where it can't start those that open it (libmpv 0.35).
+    if (!HasRoomForThreads())
+    {
+        OutError =
+            "The video player can't start, there are too many processes: end some and try again.";
+        return nullptr;
+    }
     mpv_handle* pHandle = mpv_create();
     if (pHandle == nullptr)
     {
@@ -202,11 +218,10 @@ void MpvVideo::Forget()
     pMediaInfo = nullptr;
     MediaInfo = {};
     FrameRate = 0.0;
-    WidthPx = 0;
-    HeightPx = 0;
     Seeking = SeekPhase::Landed;
     PlayheadUs = 0;
     bPlaying = false;
+    bEndReached = false;
     bChanged = true;
 }
 
@@ -279,13 +294,12 @@ void MpvVideo::SeekToUs(std::int64_t TargetUs)
 {
     ++Generation;
     SetPlayheadUs(TargetUs);
+    bEndReached = false;
     Seeking = SeekPhase::Sent;
     bChanged = true;
-    const auto wholeUs = static_cast<std::int64_t>(UsPerSec);
     std::array<char, 32> seconds{};
-    std::snprintf(seconds.data(), seconds.size(), "%lld.%06lld",
-                  static_cast<long long>(PlayheadUs / wholeUs),
-                  static_cast<long long>(PlayheadUs % wholeUs));
+    std::snprintf(seconds.data(), seconds.size(), "%.6f",
+                  CurrentTimeSec() + ExcessToleranceSec(FrameRate));
     std::array<const char*, 4> command = {"seek", seconds.data(), "absolute+exact", nullptr};
     if (mpv_command_async(pMpv, Tag(Topic::Seek), command.data()) < 0)
     {
@@ -297,17 +311,9 @@ void MpvVideo::StepFrames(int Count)
 {
     Pause();
     const double frameRate = FrameRate > 0.0 ? FrameRate : FallbackFrameRate;
-    const auto numberAt = [&](double TimeSec)
-    { return std::ceil((TimeSec - FrameToleranceSec) * frameRate); };
-    double frame = numberAt(CurrentTimeSec());
-    if (MediaInfo.DurationUs > 0)
-    {
-        // At the very end the last frame still stands.
-        const double lastFrame =
-            numberAt(static_cast<double>(MediaInfo.DurationUs) / UsPerSec) - 1.0;
-        frame = std::min(frame, lastFrame);
-    }
-    SeekToUs(std::llround((frame + Count) / frameRate * UsPerSec));
+    const std::int64_t frame = FrameNumber(CurrentTimeSec(), frameRate,
+                                           static_cast<double>(MediaInfo.DurationUs) / UsPerSec);
+    SeekToUs(std::llround(static_cast<double>(frame + Count) / frameRate * UsPerSec));
 }
 
 double MpvVideo::CurrentTimeSec() const
@@ -328,7 +334,7 @@ void MpvVideo::SetPlayheadUs(std::int64_t NewPlayheadUs)
 
 bool MpvVideo::IsAtEnd() const
 {
-    return MediaInfo.DurationUs > 0 && PlayheadUs >= MediaInfo.DurationUs;
+    return bEndReached || (MediaInfo.DurationUs > 0 && PlayheadUs >= MediaInfo.DurationUs);
 }
 
 void MpvVideo::SetSpeed(double Factor)
@@ -390,16 +396,15 @@ void MpvVideo::OnWakeUp(void* pSelf)
     }
 }
 
-bool MpvVideo::WaitUntil(const std::function<bool()>& bDone, std::chrono::milliseconds Timeout)
+bool MpvVideo::WaitUntil(const std::function<bool()>& IsDone, std::chrono::milliseconds Timeout)
 {
     const auto deadline = std::chrono::steady_clock::now() + Timeout;
     for (;;)
     {
-        TakeEvents();
         const auto now = std::chrono::steady_clock::now();
-        if (bDone() || now >= deadline)
+        if (IsDone() || now >= deadline)
         {
-            return bDone();
+            return IsDone();
         }
         if (WhileWaiting)
         {
@@ -409,6 +414,8 @@ bool MpvVideo::WaitUntil(const std::function<bool()>& bDone, std::chrono::millis
         EventArrived.wait_until(lock,
                                 WhileWaiting ? std::min(deadline, now + ServePeriod) : deadline,
                                 [this] { return bEventWaits; });
+        lock.unlock();
+        TakeEvents();
     }
 }
 
@@ -444,11 +451,6 @@ void MpvVideo::TakeEvent(const mpv_event& Event)
         break;
     case MPV_EVENT_END_FILE:
         TakeEndOfFile(static_cast<const mpv_event_end_file*>(Event.data)->playlist_entry_id);
-        break;
-    case MPV_EVENT_VIDEO_RECONFIG:
-        // No generation: a seek meanwhile does not change the size.
-        mpv_get_property_async(pMpv, NoticeTag(Topic::Picture), "video-out-params",
-                               MPV_FORMAT_NODE);
         break;
     case MPV_EVENT_SEEK:
         if (Seeking == SeekPhase::Accepted)
@@ -586,37 +588,15 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
         if (bFollowing && bPlaying && IsTrue(Value))
         {
             SetPlaying(false);
+            bEndReached = true;
             SetPlayheadUs(MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs);
         }
-        break;
-    case Topic::Picture:
-        TakePicture(Value);
         break;
     case Topic::Nothing:
     case Topic::Load:
     case Topic::Seek:
         break;
     }
-}
-
-void MpvVideo::TakePicture(const mpv_node& Picture)
-{
-    // The first picture may be there before its file has been judged.
-    const bool bOfThisFile = Loading == LoadPhase::Opened || Loading == LoadPhase::Ready;
-    auto widthPx = static_cast<int>(IntOf(Picture, "dw"));
-    auto heightPx = static_cast<int>(IntOf(Picture, "dh"));
-    if (!bOfThisFile || widthPx <= 0 || heightPx <= 0)
-    {
-        return;
-    }
-    // An output that turns the picture itself gets it as it lies in the file.
-    if (IntOf(Picture, "rotate") % 180 == 90)
-    {
-        std::swap(widthPx, heightPx);
-    }
-    bChanged = bChanged || widthPx != WidthPx || heightPx != HeightPx;
-    WidthPx = widthPx;
-    HeightPx = heightPx;
 }
 
 void MpvVideo::TakeTracks(const mpv_node& Tracks)
@@ -636,11 +616,9 @@ void MpvVideo::TakeTracks(const mpv_node& Tracks)
             continue;
         }
         FrameRate = DoubleOf(track, "demux-fps");
-        if (WidthPx == 0)
-        {
-            WidthPx = static_cast<int>(IntOf(track, "demux-w"));
-            HeightPx = static_cast<int>(IntOf(track, "demux-h"));
-        }
+        double excessSec = ExcessToleranceSec(FrameRate);
+        mpv_set_property_async(pMpv, Tag(Topic::Nothing), "hr-seek-demuxer-offset",
+                               MPV_FORMAT_DOUBLE, &excessSec);
         Loading = LoadPhase::Ready;
         bChanged = true;
         return;

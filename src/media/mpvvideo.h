@@ -42,7 +42,8 @@ public:
     /// that first.
     ~MpvVideo() override;
 
-    /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout.
+    /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; as long again for the
+    /// earlier file after a failure.
     ///
     /// Only a regular file with moving pictures is opened: sound alone, a still picture or a list of
     /// other files is refused. A path that is no readable file leaves the open one alone; a file that
@@ -50,12 +51,14 @@ public:
     /// playing if it played. If it can't come back (it was deleted, say), no file is open.
     bool Open(const std::string& Path, std::string& OutError) override;
 
-    /// Plays on from the playhead, from the start when it is at the end. Playback stops by itself at
-    /// the end. Without an open file nothing happens.
+    /// Plays on from the playhead, from the start when it is at the end; in a file of unknown length
+    /// that is known once it was reached by playing. Playback stops by itself at the end. Without an
+    /// open file nothing happens.
     void Play() override;
     void Pause() override;
 
-    /// As MvVideo::Seek, to the exact frame; a target outside the file is moved to its nearer end.
+    /// As MvVideo::Seek, to the exact frame, that of FrameNumber; a target outside the file is moved
+    /// to its nearer end.
     ///
     /// A step pauses and goes to the time of the next or the previous frame by the file's frame rate.
     /// SeekToEnd does nothing when the length is unknown.
@@ -73,10 +76,6 @@ public:
 
     /// Frames per second of the open file, 0 when unknown or no file is open.
     double FramesPerSecond() const { return FrameRate; }
-    /// Size of the picture as it is shown, 0 while no file is open. Until the first picture it is the
-    /// size that the file declares, before any rotation.
-    int PictureWidthPx() const { return WidthPx; }
-    int PictureHeightPx() const { return HeightPx; }
 
     /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
     void PumpEvents();
@@ -84,8 +83,8 @@ public:
     /// Waits until the last Seek has landed; false when that takes longer than Timeout.
     bool WaitForSeek(std::chrono::milliseconds Timeout);
 
-    /// Emitted in PumpEvents, at most once a call, after the playhead, the playing, the picture size or
-    /// the open file changed.
+    /// Emitted in PumpEvents, at most once a call, after the playhead, the playing or the open file
+    /// changed.
     Signal<> Changed;
 
     /// Sets what is called when PumpEvents has something to take. It runs on a thread of the player, so
@@ -129,7 +128,6 @@ private:
         EndNow,
         Time,
         End,
-        Picture,
     };
 
     MpvVideo(mpv_handle* pNewMpv, std::chrono::milliseconds NewOpenTimeout);
@@ -151,14 +149,13 @@ private:
     void TakeLanding();
     void TakeProperty(const mpv_event& Event);
     void TakeValue(Topic About, const mpv_node& Value);
-    void TakePicture(const mpv_node& Picture);
     void TakeTracks(const mpv_node& Tracks);
 
     void Refuse(const std::string& Why);
     void Ask(Topic About, const char* pProperty);
     std::uint64_t Tag(Topic About) const;
     static std::uint64_t NoticeTag(Topic About);
-    bool WaitUntil(const std::function<bool()>& bDone, std::chrono::milliseconds Timeout);
+    bool WaitUntil(const std::function<bool()>& IsDone, std::chrono::milliseconds Timeout);
     static void OnWakeUp(void* pSelf);
 
     mpv_handle* pMpv = nullptr;
@@ -171,13 +168,12 @@ private:
     std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
-    int WidthPx = 0;
-    int HeightPx = 0;
 
     // -- Playback.
     SeekPhase Seeking = SeekPhase::Landed;
     std::int64_t PlayheadUs = 0;
     bool bPlaying = false;
+    bool bEndReached = false; ///< by playing, and not left since
     bool bChanged = false;
     /// Counts loads and seeks. A request carries it, and an answer to an older one is not used; notices
     /// carry 0.
