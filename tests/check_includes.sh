@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that includes point one way: desktop, cli -> media -> panel -> host.
+# Checks that includes point one way: desktop -> cli -> media and panel -> host.
 #
 #     tests/check_includes.sh [ROOT]
 #

@@ -9,7 +9,7 @@ cd "$root"
 # In two halves, so that this file passes.
 words="TO""DO|FIX""ME"
 places=()
-for place in src tests fuzz script docs cmake CMakeLists.txt ./*.md; do
+for place in src tests fuzz bench script docs data cmake CMakeLists.txt ./*.md; do
     [ ! -e "$place" ] || places+=("$place")
 done
 [ ${#places[@]} -gt 0 ] || { echo "there is nothing to check in $PWD"; exit 1; }

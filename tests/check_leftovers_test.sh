@@ -5,7 +5,7 @@ check=$(realpath "$(dirname "$0")/check_leftovers.sh")
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 
-mkdir -p "$tree"/{src/host,tests,script,docs}
+mkdir -p "$tree"/{src/host,tests,bench,script,docs,data}
 failures=0
 # expect good|bad FILE TEXT
 expect() {
@@ -28,6 +28,8 @@ expect bad src/host/a.h "/* $other */"
 expect bad src/host/a.h "// ${word,,} later"
 expect bad tests/a_test.cpp "// $word(me)"
 expect bad script/a "# $other"
+expect bad bench/a.cpp "// $word"
+expect bad data/a.desktop "# $word"
 expect bad docs/a.md "- $word"
 expect bad README.md "$word"
 

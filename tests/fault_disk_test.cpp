@@ -8,6 +8,7 @@
 #include <csignal>
 #include <set>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -132,6 +133,39 @@ TEST_F(DiskFault, FullWithoutASpaceForTheClipsFolderIsARefusal)
     EXPECT_FALSE(Panel->GetExportStatus().bInProgress);
 }
 
+TEST_F(DiskFault, FullWithoutASpaceForTheClipsFolderIsARefusalForAnOrdinaryUser)
+{
+    const fs::path recordings = Clips().parent_path();
+    const auto work = [this, recordings]() -> std::string
+    {
+        if (!MayMountAsOrdinaryUser())
+        {
+            return NeedsMounting;
+        }
+        std::string told;
+        for (const char* const size : {"64k,nr_inodes=1", "64k,nr_inodes=3"})
+        {
+            const TinyDisk disk(recordings, size);
+            if (!disk.IsMounted())
+            {
+                return NeedsMounting;
+            }
+            std::error_code ec;
+            fs::create_directory(recordings / "folder", ec);
+            fs::remove(recordings / "folder");
+            told += ec.message() + "|" + ExportOnTheSpot() + "|";
+        }
+        return told + std::to_string(Ffmpeg.Runs());
+    };
+    const std::string told = TextFromOrdinaryUser(Folder.Path(), work);
+    if (told == NeedsMounting)
+    {
+        GTEST_SKIP() << NeedsMounting;
+    }
+    EXPECT_EQ(told, "No space left on device|Could not create clip export path.|"
+                    "Success|Exported clip_00000_Intro.mkv|1");
+}
+
 // -- A full disk under the error log
 
 TEST_F(FullLog, ShowsTheCutLineOfAFailure)
@@ -176,13 +210,20 @@ TEST_F(FullLog, DoesNotSpoilASuccess)
 
 TEST_F(FullLog, ByALimitIsNoDifferent)
 {
-    for (const int exitCode : {1, 0})
+    AppPaths::RuntimeDir(); // it writes a lock
+    int number = 0;         // a failure leaves a file, too
+    for (const rlim_t size : {4096, 0})
     {
-        FfmpegSaysALongLine(exitCode);
-        const FileSizeLimit limit(4096);
-        EXPECT_EQ(ExportToTheEnd(), exitCode == 0
-                                        ? "Exported clip_00001_Intro.mkv"
-                                        : "Clip export failed: " + std::string(4096, 'x'));
+        for (const int exitCode : {1, 0})
+        {
+            FfmpegSaysALongLine(exitCode);
+            const FileSizeLimit limit(size);
+            const std::string success =
+                "Exported clip_0000" + std::to_string(number) + "_Intro.mkv";
+            const std::string line = size == 0 ? "." : ": " + std::string(size, 'x');
+            EXPECT_EQ(ExportToTheEnd(), exitCode == 0 ? success : "Clip export failed" + line);
+            ++number;
+        }
     }
     ExpectReady();
 }
@@ -231,6 +272,16 @@ TEST_F(DiskFault, VanishedRecordingsFolderIsToldAndMadeAnewByTheNextExport)
     EXPECT_TRUE(fs::exists(Output()));
 }
 
+TEST_F(DiskFault, FileInTheClipsFoldersPlaceIsARefusal)
+{
+    ASSERT_TRUE(WriteFile(Clips(), "kept"));
+    EXPECT_EQ(ExportOnTheSpot(), "Could not create clip export path.");
+    EXPECT_EQ(Ffmpeg.Runs(), 0U);
+    EXPECT_EQ(ReadFile(Clips()), "kept");
+    fs::remove(Clips());
+    ExpectReady();
+}
+
 TEST_F(DiskFault, DanglingLinkInTheClipsFoldersPlaceIsARefusal)
 {
     fs::create_directory(Clips().parent_path());
@@ -252,7 +303,54 @@ TEST_F(DiskFault, DanglingLinkOfTheOutputsNameIsWrittenThrough)
     EXPECT_EQ(ExportToTheEnd(), "Exported clip_00001_Intro.mkv");
 }
 
+TEST_F(DiskFault, DanglingLinkThatFfmpegLeavesIsNoOutput)
+{
+    FfmpegDoes({.OutputCommand = "ln -s nowhere \"$out\""});
+    EXPECT_EQ(ExportToTheEnd(), "Clip export failed.");
+    EXPECT_TRUE(fs::is_symlink(Output()));
+    ExpectReady();
+}
+
+TEST_F(DiskFault, TenThousandTakenNamesAreARefusalUntilOneIsFree)
+{
+    const auto numbered = [](int Number)
+    {
+        const std::string digits = std::to_string(Number);
+        return "clip_" + std::string(5 - digits.size(), '0') + digits + "_Intro.mkv";
+    };
+    fs::create_directories(Clips());
+    for (int number = 0; number < 10'000; ++number)
+    {
+        close(creat((Clips() / numbered(number)).c_str(), 0600));
+    }
+    EXPECT_EQ(ExportOnTheSpot(), "Could not create clip export path.");
+    EXPECT_EQ(Ffmpeg.Runs(), 0U);
+    fs::remove(Clips() / numbered(9999));
+    EXPECT_EQ(ExportOnTheSpot(), "Exported " + numbered(9999));
+}
+
 // -- The error log
+
+TEST_F(DiskFault, LogWithoutItsFolderIsAFailureAndFfmpegIsNotRun)
+{
+    fs::remove(fs::path(AppPaths::RuntimeDir()) / "temp");
+    EXPECT_EQ(ExportToTheEnd(), "Clip export failed.");
+    EXPECT_EQ(Ffmpeg.Runs(), 0U);
+    EXPECT_FALSE(fs::exists(Output()));
+    fs::create_directory(RuntimeFolder() / "temp");
+    ExpectReady();
+}
+
+TEST_F(DiskFault, LogThatIsAFolderWithAFileIsAFailureAndTheFileStays)
+{
+    AppPaths::RuntimeDir();
+    ASSERT_TRUE(WriteFile(ErrorLog() / "file", "kept"));
+    EXPECT_EQ(ExportToTheEnd(), "Clip export failed.");
+    EXPECT_EQ(Ffmpeg.Runs(), 0U);
+    EXPECT_EQ(ReadFile(ErrorLog() / "file"), "kept");
+    fs::remove_all(ErrorLog());
+    ExpectReady();
+}
 
 TEST_F(DiskFault, LogThatIsAnEmptyFolderMakesRoom)
 {

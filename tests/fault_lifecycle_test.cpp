@@ -65,7 +65,26 @@ protected:
     const fs::path MayEnd = Folder.Path() / "may end";
 };
 
-using DyingPanel = RunningExport;
+/// Panels that die before the result of their export has come.
+class DyingPanel : public RunningExport
+{
+protected:
+    /// Ends the panel and begins another in its place, as far along as the dead one was: what still comes
+    /// for that one is seen here.
+    void ReplacePanel()
+    {
+        std::destroy_at(Panel.get());
+        std::construct_at(Panel.get());
+        Panel->ExportGeneration = 1;
+        Panel->bExportInProgress = true;
+    }
+    static void ExpectNoResult(const MvClipControlPanel& Untold)
+    {
+        EXPECT_TRUE(Untold.bExportInProgress);
+        EXPECT_FALSE(Untold.bExportResultReady);
+        EXPECT_EQ(Untold.ExportResultMessage, "");
+    }
+};
 using ClosedWindow = RunningExport;
 
 class Listener : public FaultTest
@@ -204,11 +223,12 @@ TEST_F(DyingPanel, BeforeTheJobBeginsLeavesTheExportToEndAlone)
 {
     CloseGate();
     Panel->ExportSelectedClip();
-    Panel.reset();
+    ReplacePanel();
     StatusLabel.Text = "untouched";
     OpenGate();
     FinishJobs();
     Application.pJobSystem->PumpMainThread();
+    ExpectNoResult(*Panel);
     EXPECT_EQ(StatusLabel.Text, "untouched");
     EXPECT_THAT(Notifications, IsEmpty());
     EXPECT_TRUE(fs::exists(Output()));
@@ -222,11 +242,12 @@ TEST_F(DyingPanel, WhileFfmpegRunsLeavesTheExportToEndAlone)
     {
         std::this_thread::yield();
     }
-    Panel.reset();
+    ReplacePanel();
     StatusLabel.Text = "untouched";
     LetFfmpegEnd();
     FinishJobs();
     Application.pJobSystem->PumpMainThread();
+    ExpectNoResult(*Panel);
     EXPECT_EQ(StatusLabel.Text, "untouched");
     EXPECT_EQ(ReadFile(Output()), "whole");
 }
@@ -236,9 +257,10 @@ TEST_F(DyingPanel, AfterTheJobHasPostedAndBeforeTheCallbackDropsTheResult)
     StartJobSystem();
     Panel->ExportSelectedClip();
     FinishJobs();
-    Panel.reset();
+    ReplacePanel();
     StatusLabel.Text = "untouched";
     Application.pJobSystem->PumpMainThread();
+    ExpectNoResult(*Panel);
     EXPECT_EQ(StatusLabel.Text, "untouched");
     EXPECT_THAT(Notifications, IsEmpty());
 }
@@ -274,12 +296,21 @@ TEST_F(DyingPanel, ASuccessorAtItsAddressGetsItsOwnResultAlone)
     Table.SelectionChanged.slots.clear();
     const MvClipControlPanel* const first = exportFromPlace("first");
     place.reset();
+    // Between the two callbacks, which come from the same address and the same generation.
+    bool bLooked = false;
+    const auto look = [&]
+    {
+        ExpectNoResult(*place);
+        bLooked = true;
+    };
+    JobSystem& jobs = *Application.pJobSystem;
+    jobs.Enqueue([&] { jobs.EnqueueMainThread(look); }, "look");
     EXPECT_EQ(exportFromPlace("second"), first);
     OpenGate();
     FinishJobs();
 
-    // Both callbacks wait: same address, same generation. The job system runs them one by one.
-    Application.pJobSystem->PumpMainThread();
+    jobs.PumpMainThread();
+    EXPECT_TRUE(bLooked);
     EXPECT_EQ(place->GetExportStatus().Message, "Exported clip_00000_second.mkv");
     place->PumpExportResult();
     ASSERT_THAT(Notifications, SizeIs(1));

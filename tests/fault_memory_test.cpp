@@ -1,8 +1,8 @@
 // Memory runs out in every action of the panel, at its first allocation, its second, and so on until
 // the action succeeds; once for that allocation alone and once for all behind it, too.
 //
-// However it ends: nothing leaks, no clip and no row is half made, the mutex is free, and the same
-// action succeeds when it is done again.
+// However it ends: nothing leaks, the action's changes are made up to one of them in their order and none
+// behind it, the mutex is free, and the same action succeeds when it is done again.
 
 #include "fakes/failingnew.h"
 #include "fakes/threadevent.h"
@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <map>
 #include <new>
 
 namespace
@@ -30,17 +31,17 @@ std::string RowText(const SavedClip& Clip)
            Clip.SourceLabel;
 }
 
-/// All that an action may change, as texts.
-struct World
+/// All that an action may change, each part as a text.
+using World = std::map<std::string, std::string>;
+
+/// What an action does to one part of the world: Text is what it makes of it, empty for what the part is
+/// when the action has ended.
+struct Change
 {
-    std::vector<std::string> Clips; ///< each with every field
-    std::vector<std::string> Rows;
-    std::string OpenFile;
-    std::string Range;
-    std::size_t MarkerCount = 0;
-    std::string NameInput;
-    std::vector<std::string> Labels;
+    std::string Part;
+    std::string Text = {};
 };
+using Changes = std::vector<Change>;
 
 /// A panel with three clips of a first file, the middle one selected, while a second file is open.
 /// Both files have markers, and the second a range.
@@ -69,40 +70,76 @@ public:
 
     World Look() const
     {
-        World seen;
+        std::string clips;
         for (const SavedClip& clip : Panel->Clips)
         {
-            seen.Clips.push_back(RowText(clip) + "|" +
-                                 fs::path(clip.SourcePath).filename().native() + "|" +
-                                 std::to_string(clip.ColorR) + std::to_string(clip.ColorG) +
-                                 std::to_string(clip.ColorB) + std::to_string(clip.ColorA));
-        }
-        for (const MvTableModel::Row& row : Panel->TableModel->GetRows())
-        {
-            seen.Rows.emplace_back();
-            for (const std::string& cell : row)
+            clips += RowText(clip) + "|" + fs::path(clip.SourcePath).filename().native();
+            for (const float part : {clip.ColorR, clip.ColorG, clip.ColorB, clip.ColorA})
             {
-                seen.Rows.back() += (&cell == row.data() ? "" : "|") + cell;
+                clips += "|" + std::to_string(part);
             }
+            clips += "\n";
         }
-        MvTimeControl& timeline = pWindow->Timeline();
-        seen.OpenFile = fs::path(pVideo->FilePath).filename().native();
-        seen.Range =
-            std::to_string(timeline.RangeStartSec()) + "-" + std::to_string(timeline.RangeEndSec());
-        seen.MarkerCount = timeline.Markers.size();
-        seen.NameInput = NameInput.Text;
-        seen.Labels = {SourceLabel.Text, RangeLabel.Text, MarkersLabel.Text};
-        return seen;
+        const MvTimeControl& timeline = pWindow->Timeline();
+        return {
+            {"ordinal", std::to_string(Panel->NextClipOrdinal)},
+            {"clips", clips},
+            {"rows", ::testing::PrintToString(Panel->TableModel->GetRows())},
+            {"selection",
+             std::to_string(Table.SelectedRow) + " and " + std::to_string(Table.CurrentRow)},
+            {"name input", NameInput.Text},
+            {"file", fs::path(pVideo->FilePath).filename().native()},
+            {"marking",
+             Marking(timeline.Markers.size(), timeline.RangeStartSec(), timeline.RangeEndSec())},
+            {"seek", std::to_string(pVideo->SeekTargetUs)},
+            {"source label", SourceLabel.Text},
+            {"range label", RangeLabel.Text},
+            {"markers label", MarkersLabel.Text},
+            {"export",
+             Export(Panel->ExportGeneration, Panel->bExportInProgress, Panel->bExportResultReady,
+                    Panel->bExportResultSuccess, Panel->ExportResultMessage)},
+            {"status", Panel->StatusText},
+            {"status label", StatusLabel.Text},
+            {"announced status", Status},
+            {"notifications", std::to_string(Notifications.size())},
+        };
+    }
+
+    static std::string Marking(std::size_t MarkerCount, double StartSec, double EndSec)
+    {
+        return std::to_string(MarkerCount) + " markers, " + std::to_string(StartSec) + " to " +
+               std::to_string(EndSec);
+    }
+
+    // One part: what is in it changes at once.
+    static std::string Export(std::uint64_t Generation,
+                              bool bInProgress,
+                              bool bResultReady,
+                              bool bResultSuccess,
+                              const std::string& Message)
+    {
+        return "generation " + std::to_string(Generation) + (bInProgress ? ", in progress" : "") +
+               (bResultReady ? ", ready" : "") + (bResultSuccess ? ", good: " : ", bad: ") +
+               Message;
     }
 
     void ExpectRowsAreClips() const
     {
         std::vector<std::string> expected;
+        std::vector<std::string> rows;
         for (const SavedClip& clip : Panel->Clips)
         {
             expected.push_back(RowText(clip));
         }
-        EXPECT_EQ(Look().Rows, expected);
+        for (const MvTableModel::Row& row : Panel->TableModel->GetRows())
+        {
+            rows.emplace_back();
+            for (const std::string& cell : row)
+            {
+                rows.back() += (&cell == row.data() ? "" : "|") + cell;
+            }
+        }
+        EXPECT_EQ(rows, expected);
     }
 
     void ExpectMutexFree() const
@@ -111,18 +148,13 @@ public:
         EXPECT_TRUE(lock.owns_lock());
     }
 
-    /// Runs frames until the running export has ended.
-    void RunToTheResult()
-    {
-        while (Panel->GetExportStatus().bInProgress && !HasFatalFailure())
-        {
-            RunOneWakeUp();
-        }
-    }
-
-    /// Lets the worker end what it has; the result waits in the queue, then on the panel.
+    /// Lets the worker, if there is one, end what it has; then the result waits on the panel.
     void FinishExport()
     {
+        if (Application.pJobSystem == nullptr)
+        {
+            return;
+        }
         ThreadEvent done;
         Application.pJobSystem->Enqueue([&done] { done.Set(); }, "last");
         EXPECT_TRUE(done.Wait());
@@ -142,11 +174,14 @@ public:
     using PanelOnHost::Ffmpeg;
     using PanelOnHost::Folder;
     using PanelOnHost::HostLog;
+    using PanelOnHost::MarkersLabel;
     using PanelOnHost::Notifications;
     using PanelOnHost::Panel;
-    using PanelOnHost::RunOneWakeUp;
+    using PanelOnHost::RangeLabel;
+    using PanelOnHost::SourceLabel;
     using PanelOnHost::StartJobSystem;
     using PanelOnHost::StatusLabel;
+    using PanelOnHost::Table;
     std::string First;
     std::string Second;
     std::string Status; ///< the last one that was announced
@@ -154,8 +189,14 @@ public:
 
 using Step = std::function<void(Desk&)>;
 
-/// Runs Step, with its Number-th allocation failing; true when the memory did run out.
-bool RunOutOfMemory(Desk& Place, const Step& Action, long long Number, Extent Failing)
+struct Outcome
+{
+    bool bFailed; ///< an allocation did fail
+    bool bThrew;  ///< the action did not return
+};
+
+/// Runs Action, with its Number-th allocation failing.
+Outcome RunOutOfMemory(Desk& Place, const Step& Action, long long Number, Extent Failing)
 {
     bool bThrew = false;
     FailingNew::Arm(Number, Failing);
@@ -169,33 +210,19 @@ bool RunOutOfMemory(Desk& Place, const Step& Action, long long Number, Extent Fa
     }
     const bool bFailed = FailingNew::Disarm();
     EXPECT_TRUE(bFailed || !bThrew);
-    return bFailed;
+    return {bFailed, bThrew};
 }
 
-template <typename Value>
-void ExpectOneOf(const Value& Seen, const Value& Before, const Value& After, const char* What)
+/// The worlds that an action may leave behind: the one before it, then one more for each change.
+std::vector<World> WorldsOnTheWay(const World& Before, const World& After, const Changes& InOrder)
 {
-    EXPECT_TRUE(Seen == Before || Seen == After)
-        << What << ": " << ::testing::PrintToString(Seen) << "\nis neither "
-        << ::testing::PrintToString(Before) << "\nnor " << ::testing::PrintToString(After);
-}
-
-// Each part of the world is as it was or as it should become, and never in between.
-void ExpectNothingHalfMade(const World& Seen, const World& Before, const World& After)
-{
-    ExpectOneOf(Seen.Clips, Before.Clips, After.Clips, "clips");
-    ExpectOneOf(Seen.Rows, Before.Rows, After.Rows, "rows");
-    // A file that has just been opened has none yet.
-    if (Seen.OpenFile == Before.OpenFile || Seen.Range != "0.000000-0.000000")
+    std::vector<World> worlds = {Before};
+    for (const Change& change : InOrder)
     {
-        ExpectOneOf(Seen.Range, Before.Range, After.Range, "range");
+        worlds.push_back(worlds.back());
+        worlds.back().at(change.Part) = change.Text.empty() ? After.at(change.Part) : change.Text;
     }
-    ExpectOneOf(Seen.MarkerCount, Before.MarkerCount, After.MarkerCount, "markers");
-    ExpectOneOf(Seen.NameInput, Before.NameInput, After.NameInput, "name input");
-    for (std::size_t i = 0; i < Seen.Labels.size(); ++i)
-    {
-        ExpectOneOf(Seen.Labels[i], Before.Labels[i], After.Labels[i], "label");
-    }
+    return worlds;
 }
 
 /// Runs Trial with every number from 1 on until no allocation fails any more, in both extents, each
@@ -220,8 +247,12 @@ long long ForEveryAllocation(const std::function<bool(long long, Extent)>& Trial
     return number - 2;
 }
 
-/// The whole test of one action. Prepare makes ready for it; Again says what doing it again must show.
-void RunOutOfMemoryEverywhere(const Step& Prepare, const Step& Action, const Step& Again)
+/// The whole test of one action, which makes the changes InOrder and no other; Afterwards says what must
+/// hold then.
+void RunOutOfMemoryEverywhere(const Step& Prepare,
+                              const Step& Action,
+                              const Changes& InOrder,
+                              const Step& Afterwards)
 {
     World after;
     {
@@ -235,24 +266,49 @@ void RunOutOfMemoryEverywhere(const Step& Prepare, const Step& Action, const Ste
         {
             Desk place;
             Prepare(place);
-            const World before = place.Look();
-            const bool bFailed = RunOutOfMemory(place, Action, Number, Failing);
-            ExpectNothingHalfMade(place.Look(), before, after);
+            const std::vector<World> worlds = WorldsOnTheWay(place.Look(), after, InOrder);
+            EXPECT_EQ(worlds.back(), after);
+            const Outcome outcome = RunOutOfMemory(place, Action, Number, Failing);
+            if (outcome.bThrew)
+            {
+                EXPECT_THAT(worlds, ::testing::Contains(place.Look()));
+            }
+            else
+            {
+                EXPECT_EQ(place.Look(), after);
+            }
             EXPECT_FALSE(place.Panel->bSyncingNameInput);
             place.ExpectMutexFree();
-
-            place.RunToTheResult();
-            place.Status.clear();
-            Action(place);
-            Again(place);
-            place.Panel->RebuildTableModel();
-            place.ExpectRowsAreClips();
-            place.ExpectNoMarkingLost();
+            Afterwards(place);
             place.HostLog.TakeLines();
-            return bFailed;
+            return outcome.bFailed;
         });
     EXPECT_GT(count, 0);
     ::testing::Test::RecordProperty("allocations", static_cast<int>(count));
+}
+
+/// Does Action again and, with Check, sees that it succeeds.
+Step Again(const Step& Action, const Step& Check)
+{
+    return [Action, Check](Desk& Place)
+    {
+        Place.Status.clear();
+        Action(Place);
+        Check(Place);
+        Place.Panel->RebuildTableModel();
+        Place.ExpectRowsAreClips();
+        Place.ExpectNoMarkingLost();
+    };
+}
+
+/// The changes of an action that ends in a status.
+Changes WithStatus(Changes InOrder)
+{
+    for (const char* part : {"status", "status label", "announced status"})
+    {
+        InOrder.push_back({part});
+    }
+    return InOrder;
 }
 
 Step Status(const std::string& Prefix)
@@ -271,147 +327,190 @@ Step Call(void (MvClipControlPanel::*Action)())
 }
 
 const Step Nothing = [](Desk&) {};
+
+void RunActionOutOfMemory(void (MvClipControlPanel::*Action)(),
+                          const Changes& InOrder,
+                          const std::string& StatusPrefix,
+                          const Step& Prepare = Nothing)
+{
+    RunOutOfMemoryEverywhere(Prepare, Call(Action), WithStatus(InOrder),
+                             Again(Call(Action), Status(StatusPrefix)));
+}
+
+/// An earlier export's result waits to be shown.
+void LetAResultWait(Desk& Place)
+{
+    Place.Panel->ExportGeneration = 1;
+    Place.Panel->bExportResultReady = true;
+    Place.Panel->bExportResultSuccess = true;
+    Place.Panel->ExportResultMessage = "Exported " + LongName;
+}
+
+/// The changes that show that result.
+Changes ShownResult()
+{
+    const std::string message = "Exported " + LongName;
+    return {{"export", Desk::Export(1, false, false, true, message)},
+            {"status", message},
+            {"status label", message},
+            {"announced status", message},
+            {"notifications", "1"}};
+}
 } // namespace
 
 // -- The actions
 
+// The counter advances before anything is copied.
 TEST(OutOfMemory, InASaveKeepsTheListOrAddsAWholeClip)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::SaveCurrentRangeAsClip),
-                             Status("Saved " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::SaveCurrentRangeAsClip,
+                         {{"ordinal"}, {"clips"}, {"rows"}, {"selection"}, {"name input"}},
+                         "Saved " + LongName);
 }
 
 TEST(OutOfMemory, InARenameKeepsTheNameOrGivesIt)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::RenameSelectedClip),
-                             Status("Renamed clip to " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::RenameSelectedClip, {{"clips"}, {"rows"}},
+                         "Renamed clip to " + LongName);
 }
 
 TEST(OutOfMemory, InADeleteKeepsTheClipOrRemovesIt)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::DeleteSelectedClip),
-                             Status("Deleted " + LongName));
+    // The last clip, so that the selection moves; where the rows could not be made anew nothing is selected.
+    RunOutOfMemoryEverywhere([](Desk& Place) { Place.Table.SelectRow(2); },
+                             Call(&MvClipControlPanel::DeleteSelectedClip),
+                             WithStatus({{"clips"}, {"rows"}, {"selection"}, {"name input"}}),
+                             Again(
+                                 [](Desk& Place)
+                                 {
+                                     Place.Table.SelectRow(0);
+                                     Place.Panel->DeleteSelectedClip();
+                                 },
+                                 Status("Deleted " + LongName + "one")));
 }
 
 TEST(OutOfMemory, InALoadLosesNoMarking)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::LoadSelectedClip),
-                             Status("Loaded " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::LoadSelectedClip, {{"file"}, {"marking"}, {"seek"}},
+                         "Loaded " + LongName);
 }
 
 TEST(OutOfMemory, InALoadOfAFileThatWasNotOpenYetLosesNoMarking)
 {
-    RunOutOfMemoryEverywhere(
-        [](Desk& Place)
-        {
-            const fs::path third = Place.First + " a third file with a longer name.mp4";
-            std::ofstream(third).close();
-            Place.Panel->Clips[1].SourcePath = third;
-        },
-        Call(&MvClipControlPanel::LoadSelectedClip), Status("Loaded " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::LoadSelectedClip,
+                         {{"file"}, {"marking", Desk::Marking(0, 0.0, 0.0)}, {"marking"}, {"seek"}},
+                         "Loaded " + LongName,
+                         [](Desk& Place)
+                         {
+                             const fs::path third =
+                                 Place.First + " a third file with a longer name.mp4";
+                             std::ofstream(third).close();
+                             Place.Panel->Clips[1].SourcePath = third;
+                         });
 }
 
 TEST(OutOfMemory, InAJumpLosesNoMarking)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::JumpToSelectedClip),
-                             Status("Jumped to " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::JumpToSelectedClip, {{"file"}, {"marking"}, {"seek"}},
+                         "Jumped to " + LongName);
 }
 
 TEST(OutOfMemory, InAJumpOutLosesNoMarking)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::JumpOutSelectedClip),
-                             Status("Jumped to Out for " + LongName));
+    RunActionOutOfMemory(&MvClipControlPanel::JumpOutSelectedClip,
+                         {{"file"}, {"marking"}, {"seek"}}, "Jumped to Out for " + LongName);
 }
 
 TEST(OutOfMemory, InAMarkerAddsOneOrNone)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::AddCurrentMarker),
-                             Status("Added marker at "));
+    RunActionOutOfMemory(&MvClipControlPanel::AddCurrentMarker, {{"marking"}, {"markers label"}},
+                         "Added marker at ");
 }
 
 TEST(OutOfMemory, InAClearedRangeClearsItOrNot)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::ClearCurrentRange),
-                             Status("Cleared current In/Out range."));
+    RunActionOutOfMemory(&MvClipControlPanel::ClearCurrentRange, {{"marking"}, {"range label"}},
+                         "Cleared current In/Out range.");
 }
 
 TEST(OutOfMemory, InARefusalLeavesTheRunningExportAlone)
 {
-    ForEveryAllocation(
-        [](long long Number, Extent Failing)
-        {
-            Desk place;
-            place.Panel->bExportInProgress = true;
-            const bool bFailed = RunOutOfMemory(
-                place, Call(&MvClipControlPanel::ExportSelectedClip), Number, Failing);
-            place.ExpectMutexFree();
-            EXPECT_TRUE(place.Panel->bExportInProgress);
-            place.Panel->ExportSelectedClip();
-            EXPECT_EQ(place.Status, "Clip export already in progress.");
-            return bFailed;
-        });
+    const Step request = Call(&MvClipControlPanel::ExportSelectedClip);
+    RunOutOfMemoryEverywhere([](Desk& Place) { Place.Panel->bExportInProgress = true; }, request,
+                             WithStatus({}),
+                             Again(request, Status("Clip export already in progress.")));
 }
 
 // -- What the frame calls
 
 TEST(OutOfMemory, InTheLiveLabelsLeavesNoTextInHalf)
 {
+    const Step update = Call(&MvClipControlPanel::UpdateLiveLabels);
     RunOutOfMemoryEverywhere(
-        [](Desk& Place) { Place.Panel->ResolveTargetTimeline()->SetDisplayedTimeSec(7000.0); },
-        Call(&MvClipControlPanel::UpdateLiveLabels),
-        [](Desk& Place) { EXPECT_EQ(Place.Look().Labels.at(2), "Markers: 2   Current: 1:56:40"); });
+        [](Desk& Place)
+        {
+            Place.Panel->ResolveTargetTimeline()->SetDisplayedTimeSec(7000.0);
+            for (MvLabel* label : {&Place.SourceLabel, &Place.RangeLabel})
+            {
+                label->Text = "earlier";
+            }
+        },
+        update, {{"source label"}, {"range label"}, {"markers label"}},
+        Again(update, [](Desk& Place)
+              { EXPECT_EQ(Place.MarkersLabel.Text, "Markers: 2   Current: 1:56:40"); }));
 }
 
 TEST(OutOfMemory, InARebuildKeepsTheRowsOrReplacesThem)
 {
-    RunOutOfMemoryEverywhere([](Desk& Place)
-                             { Place.Panel->Clips.erase(Place.Panel->Clips.begin()); },
-                             Call(&MvClipControlPanel::RebuildTableModel),
-                             [](Desk& Place) { Place.ExpectRowsAreClips(); });
+    const Step rebuild = Call(&MvClipControlPanel::RebuildTableModel);
+    RunOutOfMemoryEverywhere(
+        [](Desk& Place) { Place.Panel->Clips.erase(Place.Panel->Clips.begin()); }, rebuild,
+        {{"rows"}}, Again(rebuild, [](Desk& Place) { Place.ExpectRowsAreClips(); }));
 }
 
 TEST(OutOfMemory, InTheSyncOfTheNameInputKeepsItsTextOrReplacesIt)
 {
-    RunOutOfMemoryEverywhere(Nothing, Call(&MvClipControlPanel::SyncNameInputFromSelection),
-                             [](Desk& Place)
-                             { EXPECT_EQ(Place.Look().NameInput, LongName + "two"); });
+    const Step sync = Call(&MvClipControlPanel::SyncNameInputFromSelection);
+    RunOutOfMemoryEverywhere(
+        Nothing, sync, {{"name input"}},
+        Again(sync,
+              [](Desk& Place) { EXPECT_EQ(Place.Look().at("name input"), LongName + "two"); }));
 }
 
 TEST(OutOfMemory, InAPumpKeepsTheMessageAndShowsItAtMostOnce)
 {
-    const Step prepare = [](Desk& Place)
-    {
-        Place.StartJobSystem();
-        Place.Panel->ExportSelectedClip();
-        Place.FinishExport();
-    };
-    RunOutOfMemoryEverywhere(prepare, Call(&MvClipControlPanel::PumpExportResult),
-                             [](Desk& Place)
-                             {
-                                 EXPECT_FALSE(Place.Panel->bExportResultReady);
-                                 EXPECT_THAT(Place.Panel->GetExportStatus().Message,
-                                             ::testing::StartsWith("Exported "));
-                                 EXPECT_LE(Place.Notifications.size(), 1U);
-                             });
+    const Step pump = Call(&MvClipControlPanel::PumpExportResult);
+    RunOutOfMemoryEverywhere(LetAResultWait, pump, ShownResult(),
+                             Again(pump,
+                                   [](Desk& Place)
+                                   {
+                                       EXPECT_FALSE(Place.Panel->bExportResultReady);
+                                       EXPECT_EQ(Place.Panel->GetExportStatus().Message,
+                                                 "Exported " + LongName);
+                                       EXPECT_LE(Place.Notifications.size(), 1U);
+                                   }));
+}
+
+TEST(OutOfMemory, InAPumpsCopyOfTheMessageLetsTheResultWait)
+{
+    Desk place;
+    LetAResultWait(place);
+    const World before = place.Look();
+    EXPECT_TRUE(
+        RunOutOfMemory(place, Call(&MvClipControlPanel::PumpExportResult), 1, Extent::Once).bThrew);
+    EXPECT_EQ(place.Look(), before);
 }
 
 TEST(OutOfMemory, InTheExportStatusChangesNothing)
 {
-    const Step prepare = [](Desk& Place)
-    {
-        Place.StartJobSystem();
-        Place.Panel->ExportSelectedClip();
-        Place.FinishExport();
-    };
-    RunOutOfMemoryEverywhere(
-        prepare, [](Desk& Place) { static_cast<void>(Place.Panel->GetExportStatus()); },
-        [](Desk& Place) { EXPECT_TRUE(Place.Panel->bExportResultReady); });
+    const Step ask = [](Desk& Place) { static_cast<void>(Place.Panel->GetExportStatus()); };
+    RunOutOfMemoryEverywhere(LetAResultWait, ask, {}, Again(ask, Nothing));
 }
 
 TEST(OutOfMemory, InTheMakingOfAPanelMakesNone)
 {
     RunOutOfMemoryEverywhere(
-        Nothing, [](Desk&) { const MvClipControlPanel panel; }, Nothing);
+        Nothing, [](Desk&) { const MvClipControlPanel panel; }, {}, Nothing);
 }
 
 // -- The run of an export
@@ -430,90 +529,39 @@ void ExpectRunningForEver(Desk& Place)
     Place.Panel->Clips = clips;
     table.SelectRow(1);
     Place.Panel->ExportSelectedClip();
-    if (Place.Application.pJobSystem != nullptr)
-    {
-        Place.FinishExport();
-    }
+    Place.FinishExport();
     Place.Panel->PumpExportResult();
     EXPECT_THAT(Place.Panel->StatusText, ::testing::StartsWith("Exported "));
 }
-} // namespace
 
-TEST(OutOfMemory, InAnExportRequestStartsItOrRefusesOrLeavesThePanelRunning)
+// The export's result comes, or the panel is left running; then the next export succeeds.
+void ExpectAnotherExport(Desk& Place)
 {
-    long long leftRunning = 0;
-    ForEveryAllocation(
-        [&](long long Number, Extent Failing)
-        {
-            Desk place;
-            place.StartJobSystem();
-            const bool bFailed = RunOutOfMemory(
-                place, Call(&MvClipControlPanel::ExportSelectedClip), Number, Failing);
-            place.ExpectMutexFree();
-            place.FinishExport();
-            place.Panel->PumpExportResult();
-            if (place.Panel->GetExportStatus().bInProgress)
-            {
-                ++leftRunning;
-                ExpectRunningForEver(place);
-            }
-            else
-            {
-                place.Panel->ExportSelectedClip();
-                EXPECT_THAT(place.Status, ::testing::StartsWith("Exporting "));
-                place.FinishExport();
-                place.Panel->PumpExportResult();
-                EXPECT_THAT(place.Status, ::testing::StartsWith("Exported "));
-            }
-            place.HostLog.TakeLines();
-            return bFailed;
-        });
-    EXPECT_GT(leftRunning, 0);
+    Place.FinishExport();
+    Place.Panel->PumpExportResult();
+    FakeFfmpeg(Place.Folder.Path(), {});
+    if (Place.Panel->GetExportStatus().bInProgress)
+    {
+        ExpectRunningForEver(Place);
+        return;
+    }
+    Place.Panel->ExportSelectedClip();
+    Place.FinishExport();
+    Place.Panel->PumpExportResult();
+    EXPECT_THAT(Place.Status, ::testing::StartsWith("Exported "));
 }
 
-TEST(OutOfMemory, InARunOnTheSpotEndsItOrLeavesThePanelRunning)
+/// Runs out of memory in the job of an export; ffmpeg fails with ErrorLine, or succeeds without one.
+void RunJobOutOfMemory(const std::string& ErrorLine)
 {
-    long long leftRunning = 0;
-    ForEveryAllocation(
-        [&](long long Number, Extent Failing)
-        {
-            Desk place;
-            place.Panel->Clips[1].StartSec = 123'456'789'012.5;
-            place.Panel->Clips[1].EndSec = 123'456'789'014.5;
-            const bool bFailed = RunOutOfMemory(
-                place, Call(&MvClipControlPanel::ExportSelectedClip), Number, Failing);
-            place.ExpectMutexFree();
-            if (place.Ffmpeg.Runs() > 0) // with whole numbers or not at all
-            {
-                EXPECT_EQ(place.Ffmpeg.Arguments().at(7), "123456789012.500");
-                EXPECT_EQ(place.Ffmpeg.Arguments().at(9), "2.000");
-            }
-            if (place.Panel->GetExportStatus().bInProgress)
-            {
-                ++leftRunning;
-                EXPECT_FALSE(place.Panel->bExportResultReady);
-                ExpectRunningForEver(place);
-            }
-            else
-            {
-                place.Panel->PumpExportResult();
-                place.Panel->ExportSelectedClip();
-                place.Panel->PumpExportResult();
-                EXPECT_THAT(place.Status, ::testing::StartsWith("Exported "));
-            }
-            place.HostLog.TakeLines();
-            return bFailed;
-        });
-    EXPECT_GT(leftRunning, 0);
-}
-
-TEST(OutOfMemory, InARunOnAWorkerIsReportedByTheJobSystemOrDoesNoHarm)
-{
+    const bool bFails = !ErrorLine.empty();
     long long reported = 0;
     ForEveryAllocation(
         [&](long long Number, Extent Failing)
         {
             Desk place;
+            FakeFfmpeg(place.Folder.Path(),
+                       {.ExitCode = bFails ? 1 : 0, .ErrorText = ErrorLine + "\nmore"});
             std::vector<std::string> failures;
             place.StartJobSystem();
             JobSystem& jobs = *place.Application.pJobSystem;
@@ -531,29 +579,86 @@ TEST(OutOfMemory, InARunOnAWorkerIsReportedByTheJobSystemOrDoesNoHarm)
                 "arm");
             place.Panel->ExportSelectedClip();
             jobs.Enqueue([&bFailed] { bFailed = FailingNew::Disarm(); }, "disarm");
+            World expected = place.Look();
             mayBegin.Set();
             place.FinishExport();
-            place.Panel->PumpExportResult();
             if (place.Panel->GetExportStatus().bInProgress)
             {
                 // With no memory at all not even the failure can be told of.
                 EXPECT_TRUE(failures == std::vector<std::string>{"clip export"} ||
                             (Failing == Extent::Forever && failures.empty()));
                 reported += static_cast<long long>(failures.size());
-                ExpectRunningForEver(place);
             }
             else
             {
                 EXPECT_THAT(failures, ::testing::IsEmpty());
-                EXPECT_THAT(place.Status, ::testing::AnyOf(::testing::StartsWith("Exported "),
-                                                           ::testing::Eq("Clip export failed.")));
-                place.Panel->ExportSelectedClip();
-                place.FinishExport();
-                place.Panel->PumpExportResult();
-                EXPECT_THAT(place.Status, ::testing::StartsWith("Exported "));
+                const fs::path output = place.Ffmpeg.Arguments().back();
+                const std::string message = bFails ? "Clip export failed: " + ErrorLine
+                                                   : "Exported " + output.filename().native();
+                expected["export"] = Desk::Export(1, false, true, !bFails, message);
             }
+            EXPECT_TRUE(place.Look() == expected); // too long to be printed
+            ExpectAnotherExport(place);
             place.HostLog.TakeLines();
             return bFailed;
         });
     EXPECT_GT(reported, 0);
+}
+} // namespace
+
+TEST(OutOfMemory, InAnExportRequestStartsItOrLeavesAllButAnEarlierResultAsItWas)
+{
+    Changes inOrder = ShownResult();
+    inOrder.push_back({"export"});
+    long long leftRunning = 0;
+    RunOutOfMemoryEverywhere(
+        [](Desk& Place)
+        {
+            LetAResultWait(Place);
+            Place.StartJobSystem();
+        },
+        Call(&MvClipControlPanel::ExportSelectedClip), WithStatus(inOrder),
+        [&leftRunning](Desk& Place)
+        {
+            Place.FinishExport();
+            leftRunning += Place.Panel->GetExportStatus().bInProgress ? 1 : 0;
+            ExpectAnotherExport(Place);
+        });
+    EXPECT_GT(leftRunning, 0);
+}
+
+TEST(OutOfMemory, InARunOnTheSpotEndsItOrLeavesThePanelRunning)
+{
+    Changes inOrder = WithStatus({{"export", Desk::Export(1, true, false, false, "")}});
+    inOrder.push_back({"export"});
+    long long leftRunning = 0;
+    RunOutOfMemoryEverywhere(
+        [](Desk& Place)
+        {
+            Place.Panel->Clips[1].StartSec = 123'456'789'012.5;
+            Place.Panel->Clips[1].EndSec = 123'456'789'014.5;
+        },
+        Call(&MvClipControlPanel::ExportSelectedClip), inOrder,
+        [&leftRunning](Desk& Place)
+        {
+            if (Place.Ffmpeg.Runs() > 0) // with whole numbers or not at all
+            {
+                EXPECT_EQ(Place.Ffmpeg.Arguments().at(7), "123456789012.500");
+                EXPECT_EQ(Place.Ffmpeg.Arguments().at(9), "2.000");
+            }
+            leftRunning += Place.Panel->GetExportStatus().bInProgress ? 1 : 0;
+            ExpectAnotherExport(Place);
+        });
+    EXPECT_GT(leftRunning, 0);
+}
+
+TEST(OutOfMemory, InARunOnAWorkerIsReportedByTheJobSystemOrDoesNoHarm)
+{
+    RunJobOutOfMemory("");
+}
+
+// The line is read into memory that grows several times.
+TEST(OutOfMemory, InARunThatFailsShowsTheWholeLineOrLeavesThePanelRunning)
+{
+    RunJobOutOfMemory(std::string(100'000, 'x'));
 }

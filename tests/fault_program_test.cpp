@@ -2,10 +2,17 @@
 // end of the machine, is not kind.
 
 #include "cliprogram.h"
+#include "fakes/ordinaryuser.h"
 #include "fakes/tinydisk.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
+#include <functional>
 #include <memory>
+
+#include <poll.h>
+#include <sys/resource.h>
 
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -29,6 +36,89 @@ protected:
         return std::make_unique<ProgramRun>(setup);
     }
 
+    /// Exports the clips a, b and c, with something broken from a's encoder on and mended when the program
+    /// tells what is wrong with b; all that it tells is in Err.
+    ProgramRun::End ExportThree(const std::string& Source,
+                                const std::function<void(pid_t)>& Break,
+                                const std::function<void(pid_t)>& Mend)
+    {
+        const fs::path begun = FakeFolder / "begun";
+        const fs::path broken = FakeFolder / "broken";
+        UseFake(": > \"$out\"; case $out in *_a.mkv) : > " + begun.native() + "; until [ -e " +
+                broken.native() + " ]; do /bin/sleep 0.01; done ;; esac");
+        // What there is to tell of b is more than the pipe takes, so c does not begin before it is read.
+        const std::string b = "--clip=" + std::string(100'000, 'b') + "=1-2";
+        std::array<int, 2> errors = {-1, -1};
+        EXPECT_EQ(pipe2(errors.data(), O_CLOEXEC), 0);
+        Setup.BeforeStart = [errors, earlier = Setup.BeforeStart]
+        {
+            earlier();
+            dup2(errors[1], STDERR_FILENO);
+        };
+        Setup.Arguments = {"export", Source, "--clip", "a=0-1", b, "--clip", "c=2-3"};
+        ProgramRun run(Setup);
+        close(errors[1]);
+        EXPECT_TRUE(WaitFor([&] { return fs::exists(begun) || run.HasEnded(); }));
+        Break(run.Pid());
+        WriteFile(broken, "");
+        pollfd told = {errors[0], POLLIN, 0};
+        if (poll(&told, 1, 30'000) != 1)
+        {
+            ADD_FAILURE() << "the program tells nothing";
+            run.SignalGroup(SIGKILL);
+        }
+        Mend(run.Pid());
+        std::string text;
+        std::array<char, 65536> piece = {};
+        for (ssize_t size = 0; (size = read(errors[0], piece.data(), piece.size())) > 0;)
+        {
+            text.append(piece.data(), static_cast<std::size_t>(size));
+        }
+        close(errors[0]);
+        ProgramRun::End end = run.Finish();
+        end.Err = text;
+        ExpectNothingLeft();
+        return end;
+    }
+
+    /// For BeforeStart: limits count.
+    void BecomeOrdinaryProgram() const
+    {
+        if (!BecomeOrdinaryUser(Folder.Path()) || access(MOVANE_PROGRAM, X_OK) != 0)
+        {
+            _exit(NotPossible);
+        }
+    }
+
+    /// For BeforeStart, behind that: no more than Count further processes and threads can be made.
+    static void AllowFurtherProcesses(rlim_t Count)
+    {
+        rlimit limit = {};
+        getrlimit(RLIMIT_NPROC, &limit);
+        for (limit.rlim_cur = 1; limit.rlim_cur < std::min<rlim_t>(limit.rlim_max, 10'000);
+             ++limit.rlim_cur)
+        {
+            setrlimit(RLIMIT_NPROC, &limit);
+            const pid_t child = fork();
+            if (child == 0)
+            {
+                _exit(0);
+            }
+            if (child > 0)
+            {
+                waitpid(child, nullptr, 0);
+                limit.rlim_cur += Count - 1; // this one is enough for one
+                setrlimit(RLIMIT_NPROC, &limit);
+                return;
+            }
+        }
+        _exit(NotPossible);
+    }
+
+    static constexpr int NotPossible = 99; ///< exit code of a child that could not be made ready
+    static constexpr const char* NeedsLimits =
+        "the number of an ordinary user's processes can't be limited here";
+
     /// Shell words of a fake that go on once two of it run.
     std::string WhenTwoRun() const
     {
@@ -37,8 +127,6 @@ protected:
                " | grep -c started) -ge 2 ]; do /bin/sleep 0.01; done; ";
     }
 };
-
-constexpr int NotPossible = 99; ///< exit code of a child that could not be made ready
 } // namespace
 
 // -- Full disks and the real ffmpeg
@@ -104,6 +192,103 @@ TEST_F(ProgramFault, CallerThatIgnoresItsChildrenChangesNothing)
     const ProgramRun::End end = Export({"--clip", "a=0-1"});
     EXPECT_EQ(end.ExitCode, 0) << end.Err;
     EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
+}
+
+// -- No process and no thread left
+
+TEST_F(ProgramFault, NoProcessNorThreadLeftIsToldInASentenceHoweverManyThereAre)
+{
+    UseFake();
+    fs::copy_file(SampleVideo(), Work / "a.mp4");
+    Setup.Environment["ASAN_OPTIONS"] += ":detect_leaks=0"; // it takes a process of its own
+    rlim_t count = 0;
+    Setup.BeforeStart = [&]
+    {
+        BecomeOrdinaryProgram();
+        AllowFurtherProcesses(count);
+    };
+    const auto run = [this] { return Run({"export", "a.mp4", "--clip", "a=0-1"}); };
+    constexpr rlim_t Enough = 50;
+    for (ProgramRun::End end = run(); end.ExitCode != 0; end = run())
+    {
+        if (end.ExitCode == NotPossible)
+        {
+            GTEST_SKIP() << NeedsLimits;
+        }
+        EXPECT_THAT(end.ExitCode, testing::AnyOf(1, 2)) << count << ", signal " << end.Signal;
+        EXPECT_THAT(LinesOf(end.Err), ElementsAre(testing::StartsWith("movane: "))) << count;
+        ASSERT_LT(++count, Enough);
+    }
+    EXPECT_GT(count, 0U);
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
+}
+
+TEST_F(ProgramFault, NoThreadLeftForAWindowIsToldInASentence)
+{
+    Setup.Environment["ASAN_OPTIONS"] += ":detect_leaks=0"; // it takes a process of its own
+    Setup.Environment["QT_QPA_PLATFORM"] = "offscreen";
+    for (rlim_t count = 0; count < 8; ++count)
+    {
+        Setup.BeforeStart = [&]
+        {
+            BecomeOrdinaryProgram();
+            AllowFurtherProcesses(count);
+        };
+        const ProgramRun::End end = Run({});
+        if (end.ExitCode == NotPossible)
+        {
+            GTEST_SKIP() << NeedsLimits;
+        }
+        EXPECT_EQ(end.ExitCode, 1) << count << ", signal " << end.Signal;
+        EXPECT_THAT(LinesOf(end.Err), ElementsAre(testing::StartsWith("movane: "))) << count;
+    }
+}
+
+TEST_F(ProgramFault, NoProcessLeftForTheShellFailsThatClipAlone)
+{
+    fs::copy_file(SampleVideo(), Work / "a.mp4");
+    Setup.BeforeStart = [this] { BecomeOrdinaryProgram(); };
+    const auto limit = [this](pid_t Pid, bool bNone)
+    {
+        // By the program's user, for root may not everywhere.
+        const auto work = [Pid, bNone]
+        {
+            rlimit processes = {};
+            prlimit(Pid, RLIMIT_NPROC, nullptr, &processes);
+            processes.rlim_cur = bNone ? 0 : processes.rlim_max;
+            return prlimit(Pid, RLIMIT_NPROC, &processes, nullptr) == 0 ? "set " : "not set ";
+        };
+        return TextFromOrdinaryUser(Folder.Path(), work);
+    };
+    std::string told;
+    const ProgramRun::End end = ExportThree(
+        "a.mp4", [&](pid_t Pid) { told += limit(Pid, true); },
+        [&](pid_t Pid) { told += limit(Pid, false); });
+    if (end.ExitCode == NotPossible)
+    {
+        GTEST_SKIP() << NeedsLimits;
+    }
+    EXPECT_EQ(told, "set set ");
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_THAT(LinesOf(end.Err), ElementsAre(EndsWith("=1-2\": Clip export failed.")));
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv", "clip_00000_c.mkv"));
+}
+
+// -- Sources
+
+TEST_F(ProgramFault, SourceInAFolderThatMayNotBeSearchedFailsThatClipAlone)
+{
+    const fs::path secret = Work / "secret";
+    fs::create_directory(secret);
+    fs::copy_file(SampleVideo(), secret / "a.mp4");
+    Setup.BeforeStart = GiveUpRootsAccess;
+    const ProgramRun::End end = ExportThree(
+        "secret/a.mp4", [&secret](pid_t) { fs::permissions(secret, fs::perms::none); },
+        [&secret](pid_t) { fs::permissions(secret, fs::perms::owner_all); });
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_THAT(LinesOf(end.Err), ElementsAre(EndsWith("=1-2\": " + (secret / "a.mp4").native() +
+                                                       " can't be found: Permission denied.")));
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv", "clip_00000_c.mkv"));
 }
 
 // -- Two programs at once

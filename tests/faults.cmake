@@ -12,5 +12,3 @@ target_link_options(fault_test PRIVATE LINKER:--wrap=fsync,--wrap=rename)
 movane_test(fault_memory_test
     SOURCES fault_memory_test.cpp fakes/failingnew.cpp
     LIBRARIES movane_panel)
-
-add_test(NAME reliability_names_real_tests COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_reliability.sh)

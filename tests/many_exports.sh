@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # Exports many clips in one run of the program and looks at what is left: many_exports.sh PROGRAM COUNT
 #
-# Every file must be a whole one with pictures; while it runs the program's descriptors and threads must not
-# become more, and after it no process, no temporary file and nothing beside the clips may be there.
+# Every file must be one with pictures; while it runs the program's descriptors and threads must not become
+# more, and after it no process and no file but the clips may be there.
 set -euo pipefail
 program=$(realpath -- "$1") count=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 export HOME=$folder XDG_STATE_HOME=$folder/state MOVANE_RECORDINGS_DIR=$folder/recordings
-export MOVANE_RUNTIME_DIR=$folder/runtime
+export MOVANE_RUNTIME_DIR=$folder/runtime TMPDIR=$folder/temporary
 unset MOVANE_FFMPEG_BIN
+mkdir "$TMPDIR"
 fail() { echo "$*" >&2; exit 1; }
 
 ffmpeg -y -loglevel error -nostdin -f lavfi -i testsrc2=size=160x90:rate=25:duration=4 \
@@ -34,15 +35,19 @@ wait $pid || fail "the program ended with $?: $(head -3 "$folder/errors")"
 [ "$most_descriptors" -le 40 ] || fail "$most_descriptors descriptors were open at once"
 [ "$most_threads" -le 20 ] || fail "$most_threads threads ran at once"
 
-good=0
+# Home, state and temporary folders are in it, too.
+expected=$(
+    printf '%s\n' source.mp4 clips.csv output errors temporary recordings recordings/clips
+    for ((i = 0; i < count; ++i)); do echo "recordings/clips/clip_00000_clip_$i.mkv"; done
+)
+difference=$(diff <(sort <<<"$expected") <(find "$folder" -mindepth 1 -printf '%P\n' | sort)) ||
+    fail "files that are missing (<) or left behind (>): $difference"
 for file in "$folder"/recordings/clips/*; do
-    [ "$(ffprobe -v error -count_packets -select_streams v:0 -show_entries stream=nb_read_packets \
-        -of csv=p=0 "$file")" -gt 0 ] && good=$((good + 1))
+    pictures=$(ffprobe -v error -count_packets -select_streams v:0 -show_entries stream=nb_read_packets \
+        -of csv=p=0 "$file") || fail "ffprobe can't read $file"
+    [[ $pictures =~ ^[1-9][0-9]*$ ]] || fail "$file has no pictures"
 done
-[ "$good" -eq "$count" ] || fail "$good good files instead of $count"
-[ -z "$(ls -A "$folder/runtime" 2>/dev/null)" ] || fail "left in the runtime folder: $(ls -A "$folder/runtime")"
-left=$(find "$folder" -mindepth 1 -maxdepth 1 ! -name source.mp4 ! -name clips.csv ! -name output ! -name errors \
-    ! -name recordings ! -name state ! -name runtime)
-[ -z "$left" ] || fail "left behind: $left"
-! pgrep -f "$folder/source.mp4" >/dev/null || fail "a process is left"
-echo "$good files of $count; at most $most_descriptors descriptors and $most_threads threads"
+# Whoever works with this folder was started by the program.
+left=$(env -i grep -lsF -f - /proc/[0-9]*/{cmdline,environ} <<<"$folder" || true)
+[ -z "$left" ] || fail "processes are left: $left"
+echo "$count files of $count; at most $most_descriptors descriptors and $most_threads threads"

@@ -42,3 +42,5 @@ target_compile_definitions(quoting_shell_test PRIVATE
 
 # Few actions here; script/soak does a million.
 movane_test(soak_test SOURCES soak_test.cpp LIBRARIES movane_panel)
+target_compile_definitions(soak_test PRIVATE
+    MOVANE_FEW_ACTIONS=$<IF:$<BOOL:${MOVANE_SANITIZE}>,5000,20000>)

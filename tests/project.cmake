@@ -55,7 +55,7 @@ if(MOVANE_PROGRAM AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$")
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening_test.sh ${CMAKE_CXX_COMPILER})
 endif()
 
-foreach(check includes documents leftovers)
+foreach(check format includes documents leftovers reliability)
     add_test(NAME check_${check} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_${check}.sh)
     add_test(NAME check_${check}_finds_faults
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_${check}_test.sh)

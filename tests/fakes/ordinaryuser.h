@@ -9,13 +9,33 @@
 #include <string>
 
 #include <grp.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+/// Makes this process one to which file modes and limits apply; false when that can't be done.
+///
+/// Under root it becomes nobody, and Folder with all that is in it becomes nobody's.
+inline bool BecomeOrdinaryUser(const std::filesystem::path& Folder)
+{
+    constexpr uid_t Nobody = 65534;
+    if (geteuid() != 0)
+    {
+        return true;
+    }
+    bool bIsTheirs = lchown(Folder.c_str(), Nobody, Nobody) == 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Folder))
+    {
+        bIsTheirs = lchown(entry.path().c_str(), Nobody, Nobody) == 0 && bIsTheirs;
+    }
+    // As for whoever did not change: its files in /proc are its own.
+    return bIsTheirs && setgroups(0, nullptr) == 0 && setgid(Nobody) == 0 && setuid(Nobody) == 0 &&
+           prctl(PR_SET_DUMPABLE, 1) == 0;
+}
+
 /// Runs Work in a child process and returns its text; that of an exception begins with "thrown: ".
 ///
-/// Under root the child becomes nobody, and Folder with all that is in it becomes nobody's. To be called
-/// while the process has no other thread.
+/// The child is an ordinary user, see above. To be called while the process has no other thread.
 inline std::string TextFromOrdinaryUser(const std::filesystem::path& Folder,
                                         const std::function<std::string()>& Work)
 {
@@ -28,22 +48,10 @@ inline std::string TextFromOrdinaryUser(const std::filesystem::path& Folder,
     if (child == 0)
     {
         close(toParent[0]);
-        constexpr uid_t Nobody = 65534;
         std::string text;
         try
         {
-            bool bIsOrdinary = geteuid() != 0;
-            if (!bIsOrdinary)
-            {
-                for (const auto& entry : std::filesystem::recursive_directory_iterator(Folder))
-                {
-                    bIsOrdinary = lchown(entry.path().c_str(), Nobody, Nobody) == 0;
-                }
-                bIsOrdinary = lchown(Folder.c_str(), Nobody, Nobody) == 0 &&
-                              setgroups(0, nullptr) == 0 && setgid(Nobody) == 0 &&
-                              setuid(Nobody) == 0;
-            }
-            text = bIsOrdinary ? Work() : "can't become nobody";
+            text = BecomeOrdinaryUser(Folder) ? Work() : "can't become nobody";
         }
         catch (const std::exception& error)
         {

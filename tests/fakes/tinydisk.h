@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "fakes/filetext.h"
+
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -10,9 +12,23 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <unistd.h>
+
+/// Gives this process, to be called while it has no other thread, a namespace in which an ordinary user may
+/// mount (user_namespaces(7)). False where the machine does not allow that.
+inline bool MayMountAsOrdinaryUser()
+{
+    const auto itself = [](unsigned Id)
+    { return std::to_string(Id) + ' ' + std::to_string(Id) + " 1"; };
+    const std::string user = itself(geteuid());
+    const std::string group = itself(getegid());
+    return unshare(CLONE_NEWUSER) == 0 && WriteFile("/proc/self/uid_map", user) &&
+           WriteFile("/proc/self/setgroups", "deny") && WriteFile("/proc/self/gid_map", group);
+}
 
 /// A file system in memory, mounted at Folder for the test's thread and the threads and programs that
-/// it starts from then on. Root only; the rest of the machine does not see it.
+/// it starts from then on. Root only, or after MayMountAsOrdinaryUser; the rest of the machine does not
+/// see it.
 class TinyDisk
 {
 public:
