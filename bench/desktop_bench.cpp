@@ -1,5 +1,5 @@
-// What the windows cost with a great many clips: a frame, a save, a selection and a repaint, with all of
-// the toolkit and without a screen.
+// What the windows cost with a great many clips: a frame, a selection and each action, with all of the
+// toolkit and without a screen.
 
 #include "cli/clippanelrecords.h"
 #include "desktop/actionset.h"
@@ -102,16 +102,39 @@ void PlayingFrame(benchmark::State& State)
 }
 BENCHMARK(PlayingFrame)->Name("window: a frame while playing")->Apply(Counts);
 
-void Save(benchmark::State& State)
+/// An action of the panel with the frame that shows it.
+void Act(benchmark::State& State, void (MvClipControlPanel::*Action)())
 {
     Stage stage(static_cast<int>(State.range(0)));
+    stage.Running.Records().Table.SelectRow(static_cast<int>(State.range(0)) - 1);
+    stage.Frame();
     for ([[maybe_unused]] auto _ : State)
     {
-        stage.Running.Panel().SaveCurrentRangeAsClip();
+        (stage.Running.Panel().*Action)();
         stage.Frame();
     }
 }
-BENCHMARK(Save)->Name("window: save a clip")->Apply(Counts);
+
+void ActOn(const char* Name, void (MvClipControlPanel::*Action)())
+{
+    benchmark::RegisterBenchmark(Name, [Action](benchmark::State& State) { Act(State, Action); })
+        ->Apply(Counts);
+}
+
+// The list stays as long as it is.
+void Delete(benchmark::State& State)
+{
+    Stage stage(static_cast<int>(State.range(0)));
+    MvClipControlPanel& panel = stage.Running.Panel();
+    stage.Running.Records().Table.SelectRow(0);
+    for ([[maybe_unused]] auto _ : State)
+    {
+        panel.Clips.push_back(panel.Clips.front());
+        panel.DeleteSelectedClip();
+        stage.Frame();
+    }
+}
+BENCHMARK(Delete)->Name("window: delete a clip")->Apply(Counts);
 
 void Select(benchmark::State& State)
 {
@@ -132,6 +155,15 @@ int main(int ArgumentCount, char** Arguments)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(ArgumentCount, Arguments);
     Theme::Apply();
+    using Panel = MvClipControlPanel;
+    ActOn("window: save a clip", &Panel::SaveCurrentRangeAsClip);
+    ActOn("window: rename a clip", &Panel::RenameSelectedClip);
+    ActOn("window: load a clip", &Panel::LoadSelectedClip);
+    ActOn("window: jump to In", &Panel::JumpToSelectedClip);
+    ActOn("window: jump to Out", &Panel::JumpOutSelectedClip);
+    ActOn("window: add a marker", &Panel::AddCurrentMarker);
+    ActOn("window: clear the range", &Panel::ClearCurrentRange);
+    ActOn("window: ask for an export that is refused", &Panel::ExportSelectedClip);
     benchmark::Initialize(&ArgumentCount, Arguments);
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -39,5 +39,9 @@ END {
         text = what (size == "" ? "" : ", " substr(size, 2))
         printf "| %s | %s%s | %s%s | %.2f | %s |\n", text, shown(time[name]), allocations[name],
             shown(time[least]), allocations[least], time[name] / time[least], limit[what]
+        if (allocations[name] != allocations[least]) {
+            print what ": more allocations than its floor" >"/dev/stderr"
+            exit 1
+        }
     }
 }
