@@ -16,7 +16,6 @@
 #include <mpv/client.h>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace
 {
