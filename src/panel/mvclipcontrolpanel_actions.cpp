@@ -602,6 +602,7 @@ void MvClipControlPanel::RebuildTableModel()
         row.push_back(clip.ColorName);
         row.push_back(clip.SourceLabel);
     }
+    // NOLINTNEXTLINE(performance-move-const-arg): the recording host of the tests copies
     TableModel->SetRows(std::move(rows));
     UpdateTableColumnLayout();
 }
