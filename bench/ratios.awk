@@ -41,7 +41,8 @@ END {
             shown(time[least]), allocations[least], time[name] / time[least], limit[what]
         if (allocations[name] != allocations[least]) {
             print what ": more allocations than its floor" >"/dev/stderr"
-            exit 1
+            status = 1
         }
     }
+    exit status
 }
