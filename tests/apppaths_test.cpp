@@ -24,8 +24,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-constexpr fs::perms Mode0700 = fs::perms::owner_all;
-
 /// A user with a home and a runtime folder of his own, nothing else set, and no runtime folder in use.
 class TestUser
 {
@@ -185,8 +183,8 @@ TEST(RuntimeDir, IsForTheUserAloneInTheRuntimeFolderOfTheSession)
     const TestUser user;
     const fs::path folder = AppPaths::RuntimeDir();
     EXPECT_EQ(folder.parent_path(), user.Runtime() / "movane");
-    EXPECT_EQ(fs::status(folder).permissions(), Mode0700);
-    EXPECT_EQ(fs::status(folder / "temp").permissions(), Mode0700);
+    EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(folder / "temp").permissions(), fs::perms::owner_all);
 }
 
 TEST(RuntimeDir, StaysTheSame)
@@ -237,7 +235,7 @@ TEST(RuntimeDir, IsWhatTheEnvironmentNames)
     const fs::path expected = user.Folder() / "a b'c";
     const EnvironmentGuard named("MOVANE_RUNTIME_DIR", expected.native());
     EXPECT_EQ(AppPaths::RuntimeDir(), expected);
-    EXPECT_EQ(fs::status(expected).permissions(), Mode0700);
+    EXPECT_EQ(fs::status(expected).permissions(), fs::perms::owner_all);
     EXPECT_TRUE(fs::is_directory(expected / "temp"));
     EXPECT_FALSE(fs::exists(user.Runtime() / "movane"));
 }
@@ -412,7 +410,7 @@ TEST(DefaultVideoFile, IsOneFileInThePrivateStateFolder)
     AppPaths::SetDefaultVideoFile("/v/a.mkv");
     AppPaths::SetDefaultVideoFile("/v/b.mkv");
     const fs::path state = AppPaths::StateDir();
-    EXPECT_EQ(fs::status(state).permissions(), Mode0700);
+    EXPECT_EQ(fs::status(state).permissions(), fs::perms::owner_all);
     const std::vector<fs::directory_entry> entries(fs::directory_iterator(state), {});
     ASSERT_THAT(entries, SizeIs(1));
     EXPECT_EQ(entries[0].status().permissions() & fs::perms(077), fs::perms::none);

@@ -20,8 +20,6 @@ namespace
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-constexpr fs::perms Mode0700 = fs::perms::owner_all;
-
 std::size_t EntryCount(const fs::path& Folder)
 {
     return static_cast<std::size_t>(
@@ -36,7 +34,7 @@ TEST(MakePrivateFolders, MakesAllMissingParentsForTheUserAlone)
     EXPECT_TRUE(MakePrivateFolders(folder.Path() / "a/b/c"));
     for (const char* name : {"a", "a/b", "a/b/c"})
     {
-        EXPECT_EQ(fs::status(folder.Path() / name).permissions(), Mode0700) << name;
+        EXPECT_EQ(fs::status(folder.Path() / name).permissions(), fs::perms::owner_all) << name;
     }
 }
 
@@ -144,7 +142,7 @@ TEST(WriteFileAtomically, MakesMissingFoldersForTheUserAlone)
     std::string error;
     EXPECT_TRUE(WriteFileAtomically(folder.Path() / "a/b/file", "text", error));
     EXPECT_EQ(ReadFile(folder.Path() / "a/b/file"), "text");
-    EXPECT_EQ(fs::status(folder.Path() / "a").permissions(), Mode0700);
+    EXPECT_EQ(fs::status(folder.Path() / "a").permissions(), fs::perms::owner_all);
 }
 
 TEST(WriteFileAtomically, ReplacesTheFileAndLeavesNothingBesideIt)

@@ -736,12 +736,12 @@ TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
             std::signal(number, SIG_DFL); // a caller in the background may have it ignored
             const StopSignals stop([] { std::fputs("stop ", stderr); },
                                    [] { std::fputs("kill", stderr); });
-            WaitFor(
+            EXPECT_FALSE(WaitFor(
                 [number]
                 {
                     kill(getpid(), number);
                     return false;
-                });
+                }));
         };
         EXPECT_EXIT(stopNever(), testing::ExitedWithCode(128 + number), "^stop kill$");
     }

@@ -1,6 +1,7 @@
 #include "host/core.h"
 
 #include "fakes/threadevent.h"
+#include "fakes/watchedwindow.h"
 #include "host/ttf.h"
 
 #include <gtest/gtest.h>
@@ -10,19 +11,6 @@
 
 namespace
 {
-class WatchedWindow : public MvWindow
-{
-public:
-    explicit WatchedWindow(bool& bOutGone)
-        : bGone(bOutGone)
-    {
-    }
-    ~WatchedWindow() override { bGone = true; }
-
-private:
-    bool& bGone;
-};
-
 TEST(Core, IsNotThereBeforeItIsMade)
 {
     EXPECT_EQ(p, nullptr);

@@ -1,6 +1,7 @@
 #include "desktop/theme.h"
 #include "desktop/timelineaccessible.h"
 #include "desktop/timelinewidget.h"
+#include "extremes.h"
 #include "host/mvtheme.h"
 
 #include <QAccessible>
@@ -14,15 +15,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <vector>
 
 namespace
 {
-constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-
 /// 20 seconds at 25 frames a second, as wide as 50 pixels a second: whole seconds are whole pixels.
 TimelineState TwentySeconds()
 {

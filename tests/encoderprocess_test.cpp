@@ -3,6 +3,7 @@
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"
 #include "media/mpvvideo.h"
+#include "waitfor.h"
 
 #include <cerrno>
 #include <csignal>
@@ -12,7 +13,6 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -23,23 +23,6 @@ using namespace std::chrono_literals;
 
 namespace
 {
-constexpr auto Deadline = 20s;
-
-// Asks again and again until bDone; false at the deadline.
-bool Becomes(const std::function<bool()>& bDone)
-{
-    const auto deadline = std::chrono::steady_clock::now() + Deadline;
-    while (!bDone())
-    {
-        if (std::chrono::steady_clock::now() >= deadline)
-        {
-            return false;
-        }
-        ::poll(nullptr, 0, 5);
-    }
-    return true;
-}
-
 // What /proc tells of a process, as far as it can be read: empty when it is gone.
 std::string StatOf(pid_t Pid)
 {
@@ -148,7 +131,7 @@ protected:
     EncoderProcess WaitForEncoder() const
     {
         std::optional<EncoderProcess> found;
-        if (!Becomes([&] { return (found = EncoderProcess::Find(Output)).has_value(); }))
+        if (!WaitFor([&] { return (found = EncoderProcess::Find(Output)).has_value(); }))
         {
             throw std::runtime_error("no encoder");
         }
@@ -157,7 +140,7 @@ protected:
 
     bool WaitForOutput() const
     {
-        return Becomes(
+        return WaitFor(
             [&]
             {
                 std::error_code ec;
@@ -168,14 +151,14 @@ protected:
 
     bool WaitForFile(const std::string& Name) const
     {
-        return Becomes([&] { return std::filesystem::exists(Folder.Path() / Name); });
+        return WaitFor([&] { return std::filesystem::exists(Folder.Path() / Name); });
     }
 
     // The number that a script has written to a file.
     pid_t NumberIn(const std::string& Name) const
     {
         pid_t number = 0;
-        EXPECT_TRUE(Becomes(
+        EXPECT_TRUE(WaitFor(
             [&]
             {
                 std::ifstream file(Folder.Path() / Name);
@@ -257,7 +240,7 @@ TEST_F(EncoderProcessTest, KillsWhatDoesNotEndWhenAsked)
     ASSERT_TRUE(IsAlive(child));
     EXPECT_EQ(EndEncoder(Output, 100ms), EncoderEnd::Killed);
     EXPECT_FALSE(EncoderProcess::Find(Output).has_value());
-    EXPECT_TRUE(Becomes([&] { return !IsAlive(child); }));
+    EXPECT_TRUE(WaitFor([&] { return !IsAlive(child); }));
     EXPECT_NE(Status(), 0);
 }
 
@@ -278,7 +261,7 @@ TEST_F(EncoderProcessTest, DoesNotTakeAForkOfAScriptForTheEncoder)
     Run(Encode(Script("echo $$ > " + Quoted((Folder.Path() / "script number").string()) +
                       "\nwhile :; do (read line < " + Quoted(Pipe()) + "); done\n")));
     const pid_t script = NumberIn("script number");
-    ASSERT_TRUE(Becomes([&] { return !ChildrenOf(script).empty(); }));
+    ASSERT_TRUE(WaitFor([&] { return !ChildrenOf(script).empty(); }));
     EXPECT_EQ(WaitForEncoder().Pid(), script);
     EXPECT_EQ(EndEncoder(Output), EncoderEnd::InOrder);
     EXPECT_NE(Status(), 0);

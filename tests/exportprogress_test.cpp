@@ -1,10 +1,12 @@
 #include "media/exportprogress.h"
 
+#include "extremes.h"
 #include "fakes/environmentguard.h"
 #include "fakes/failingread.h"
 #include "fakes/fakeffmpeg.h"
 #include "fakes/tempfolder.h"
 #include "host/apppaths.h"
+#include "waitfor.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +19,6 @@
 #include <fstream>
 #include <future>
 #include <iterator>
-#include <limits>
 #include <optional>
 #include <regex>
 #include <sstream>
@@ -31,9 +32,6 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
 
 std::string Contents(const fs::path& File)
 {
@@ -117,7 +115,7 @@ protected:
     void Begin(const fs::path& OpenedAs)
     {
         Run(ReadingCommand(OpenedAs));
-        WaitFor(ReadFile);
+        ASSERT_TRUE(WaitFor([&] { return fs::exists(ReadFile); }));
     }
 
     // A command that reads the script's part and waits for the end.
@@ -145,16 +143,6 @@ protected:
         // How it ends is up to each test.
         Export = std::thread([command]
                              { [[maybe_unused]] const int end = std::system(command.c_str()); });
-    }
-
-    static void WaitFor(const fs::path& File)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!fs::exists(File))
-        {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::yield();
-        }
     }
 
     void MakeSource()
@@ -462,10 +450,10 @@ TEST_F(SeekingExportTest, FindsTheEncoderThatAScriptStartsLater)
     Append(Report, openedLines);
     Run(": > " + Word(begunFile) + "; " + WaitingCommand(goFile) + "; sh " + Word(script) +
         " \"$out\"");
-    ASSERT_NO_FATAL_FAILURE(WaitFor(begunFile));
+    ASSERT_TRUE(WaitFor([&] { return fs::exists(begunFile); }));
     EXPECT_EQ(Progress.Read().Phase, ExportPhase::Unknown);
     Append(goFile, "");
-    ASSERT_NO_FATAL_FAILURE(WaitFor(ReadFile));
+    ASSERT_TRUE(WaitFor([&] { return fs::exists(ReadFile); }));
     EXPECT_EQ(Progress.Read().Phase, ExportPhase::SeekingToIn);
 }
 

@@ -2,6 +2,7 @@
 
 #include "fakes/ordinaryuser.h"
 #include "faultfixture.h"
+#include "waitfor.h"
 
 #include <csignal>
 #include <map>
@@ -21,16 +22,6 @@ protected:
         const std::string stat = ReadFile("/proc/" + Pid + "/stat");
         const std::size_t nameEnd = stat.rfind(')');
         return nameEnd == std::string::npos ? '\0' : stat.at(nameEnd + 2);
-    }
-
-    static bool WaitFor(const std::function<bool()>& Condition)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!Condition() && std::chrono::steady_clock::now() < deadline)
-        {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2)); // between two looks
-        }
-        return Condition();
     }
 };
 

@@ -1,15 +1,11 @@
 #include "media/framenumber.h"
 
+#include "extremes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
-
-namespace
-{
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-} // namespace
 
 TEST(FrameToleranceSec, IsThePlayersButHalfAFrameAtMost)
 {

@@ -1,5 +1,6 @@
 #include "host/movane.h"
 
+#include "fakes/watchedwindow.h"
 #include "host/mvvideowindow.h"
 
 #include <gmock/gmock.h>
@@ -17,19 +18,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr unsigned long MaxWindowID = std::numeric_limits<unsigned long>::max();
-
-class WatchedWindow : public MvWindow
-{
-public:
-    explicit WatchedWindow(bool& bOutGone)
-        : bGone(bOutGone)
-    {
-    }
-    ~WatchedWindow() override { bGone = true; }
-
-private:
-    bool& bGone;
-};
 
 TEST(Movane, HasNoWindowsAtFirst)
 {

@@ -5,6 +5,7 @@
 #include "fakes/tempfolder.h"
 #include "host/mvtimecontrol.h"
 #include "host/mvvideowindow.h"
+#include "waitfor.h"
 
 #include <array>
 #include <atomic>
@@ -17,7 +18,6 @@
 #include <gtest/gtest.h>
 #include <mpv/client.h>
 #include <mutex>
-#include <poll.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -28,8 +28,6 @@ namespace
 {
 constexpr double FrameSec = 0.04;
 constexpr std::int64_t FrameUs = 40000;
-// Far beyond what anything here takes, also under a sanitizer on a busy machine.
-constexpr auto Deadline = 20s;
 
 std::unique_ptr<MpvVideo> MakePlayer(const MpvVideo::Options& Wanted = {})
 {
@@ -68,21 +66,6 @@ bool PumpUntil(MpvVideo& Video, const std::function<bool()>& bDone)
     }
     Video.SetWakeUp({});
     return bDone();
-}
-
-// Asks the player itself again and again until bDone; false at the deadline.
-bool Becomes(const std::function<bool()>& bDone)
-{
-    const auto deadline = std::chrono::steady_clock::now() + Deadline;
-    while (!bDone())
-    {
-        if (std::chrono::steady_clock::now() >= deadline)
-        {
-            return false;
-        }
-        ::poll(nullptr, 0, 2);
-    }
-    return true;
 }
 
 // A video that tells by its brightness which frame is shown: 100 frames, at 25 a second 4 seconds long.
@@ -152,7 +135,7 @@ protected:
     }
     bool Shows(int Frame) const
     {
-        return Becomes([&] { return ShownFrame(*pVideo) == Frame; });
+        return WaitFor([&] { return ShownFrame(*pVideo) == Frame; });
     }
     std::string Make(const std::string& Name, const std::string& Arguments) const
     {
@@ -272,7 +255,7 @@ TEST_F(MpvVideoTest, OpensPausedAtTheStartWithItsFacts)
     EXPECT_EQ(pVideo->pMediaInfo->DurationUs, 4000000);
     EXPECT_EQ(pVideo->CurrentTimeSec(), 0.0);
     EXPECT_FALSE(pVideo->IsPlaying());
-    EXPECT_TRUE(Becomes([&] { return IsPaused(*pVideo); }));
+    EXPECT_TRUE(WaitFor([&] { return IsPaused(*pVideo); }));
     EXPECT_DOUBLE_EQ(pVideo->FramesPerSecond(), 25.0);
 }
 
@@ -653,7 +636,7 @@ TEST_F(MpvVideoTest, AStepPauses)
     pVideo->Seek(StepFrameForward);
     EXPECT_FALSE(pVideo->IsPlaying());
     ASSERT_TRUE(pVideo->WaitForSeek(Deadline));
-    EXPECT_TRUE(Becomes([&] { return IsPaused(*pVideo); }));
+    EXPECT_TRUE(WaitFor([&] { return IsPaused(*pVideo); }));
 }
 
 TEST_F(MpvVideoTest, TheLastOfManySeeksWins)
@@ -699,7 +682,7 @@ TEST_F(MpvVideoTest, PlayingMovesThePlayheadAndStopsAtTheEnd)
     EXPECT_TRUE(PumpUntil(*pVideo, [&] { return !pVideo->IsPlaying(); }));
     EXPECT_EQ(pVideo->CurrentTimeSec(), 4.0);
     EXPECT_GT(steps, 5);
-    EXPECT_TRUE(Becomes([&] { return IsPaused(*pVideo); }));
+    EXPECT_TRUE(WaitFor([&] { return IsPaused(*pVideo); }));
 }
 
 TEST_F(MpvVideoTest, PlayAtTheEndBeginsAgain)
@@ -773,8 +756,8 @@ TEST_F(MpvVideoTest, PausingLeavesThePlayheadOnThePictureShown)
     ASSERT_TRUE(PumpUntil(*pVideo, [&] { return pVideo->CurrentTimeSec() > 0.5; }));
     pVideo->Pause();
     EXPECT_FALSE(pVideo->IsPlaying());
-    ASSERT_TRUE(Becomes([&] { return IsPaused(*pVideo); }));
-    EXPECT_TRUE(Becomes(
+    ASSERT_TRUE(WaitFor([&] { return IsPaused(*pVideo); }));
+    EXPECT_TRUE(WaitFor(
         [&]
         {
             pVideo->PumpEvents();
@@ -803,7 +786,7 @@ TEST_F(MpvVideoTest, ASeekWhilePlayingPlaysOnFromThere)
 TEST_F(MpvVideoTest, SetsSpeedVolumeAndMuteWithinTheirBounds)
 {
     const auto bBecomes = [&](const char* pProperty, double Value)
-    { return Becomes([&] { return DoubleOf(*pVideo, pProperty) == Value; }); };
+    { return WaitFor([&] { return DoubleOf(*pVideo, pProperty) == Value; }); };
     pVideo->SetSpeed(1000.0);
     EXPECT_TRUE(bBecomes("speed", 100.0));
     pVideo->SetSpeed(0.0);
@@ -815,7 +798,7 @@ TEST_F(MpvVideoTest, SetsSpeedVolumeAndMuteWithinTheirBounds)
     pVideo->SetVolume(101.0);
     EXPECT_TRUE(bBecomes("volume", 100.0));
     pVideo->SetMuted(true);
-    EXPECT_TRUE(Becomes(
+    EXPECT_TRUE(WaitFor(
         [&]
         {
             int muted = 0;
@@ -865,7 +848,7 @@ TEST_F(MpvVideoTest, TwoPlayersGoTheirOwnWays)
     EXPECT_TRUE(pVideo->WaitForSeek(Deadline));
     EXPECT_TRUE(pOther->WaitForSeek(Deadline));
     EXPECT_TRUE(Shows(25));
-    EXPECT_TRUE(Becomes([&] { return ShownFrame(*pOther) == 75; }));
+    EXPECT_TRUE(WaitFor([&] { return ShownFrame(*pOther) == 75; }));
     pOther->Play();
     EXPECT_FALSE(pVideo->IsPlaying());
 }

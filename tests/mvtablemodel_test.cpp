@@ -1,9 +1,10 @@
 #include "host/mvtablemodel.h"
 
+#include "extremes.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 
 namespace
@@ -12,9 +13,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pointee;
 using testing::SizeIs;
-
-constexpr int MinInt = std::numeric_limits<int>::min();
-constexpr int MaxInt = std::numeric_limits<int>::max();
 
 MvTableModel TwoByTwo()
 {

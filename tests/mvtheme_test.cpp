@@ -1,14 +1,11 @@
 #include "host/mvtheme.h"
 
-#include <gtest/gtest.h>
+#include "extremes.h"
 
-#include <limits>
+#include <gtest/gtest.h>
 
 namespace
 {
-constexpr int MinInt = std::numeric_limits<int>::min();
-constexpr int MaxInt = std::numeric_limits<int>::max();
-
 /// Sets the text scale and puts the earlier one back.
 class TextScaleGuard
 {
@@ -34,7 +31,6 @@ TEST(MvTheme, KeepsTheScaleInItsBounds)
         double Scale;
         double ExpectedScale;
     };
-    constexpr double Infinity = std::numeric_limits<double>::infinity();
     for (const Case& one :
          {Case{-Infinity, 0.5}, Case{-1.0, 0.5}, Case{0.0, 0.5}, Case{0.499, 0.5}, Case{0.5, 0.5},
           Case{1.0, 1.0}, Case{1.25, 1.25}, Case{4.0, 4.0}, Case{4.001, 4.0}, Case{Infinity, 4.0}})
@@ -46,7 +42,7 @@ TEST(MvTheme, KeepsTheScaleInItsBounds)
 
 TEST(MvTheme, KeepsTheScaleInItsBoundsForNoNumber)
 {
-    const TextScaleGuard guard(std::numeric_limits<double>::quiet_NaN());
+    const TextScaleGuard guard(NotANumber);
     EXPECT_GE(MvTheme::TextScale(), 0.5);
     EXPECT_LE(MvTheme::TextScale(), 4.0);
 }

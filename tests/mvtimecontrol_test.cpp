@@ -1,5 +1,7 @@
 #include "host/mvtimecontrol.h"
 
+#include "extremes.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,9 +13,6 @@ namespace
 {
 using testing::IsEmpty;
 using testing::SizeIs;
-
-constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 constexpr double BoundarySecs[] = {0.0,
                                    -0.0,

@@ -1,8 +1,8 @@
 // The time format, the names of sources, the three live labels, the name input.
 
+#include "extremes.h"
 #include "panelfixture.h"
 
-#include <limits>
 #include <stdexcept>
 
 using ::testing::ElementsAre;
@@ -10,9 +10,6 @@ using ::testing::IsEmpty;
 
 namespace
 {
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
 class LiveLabels : public PanelTest
 {
 };
@@ -31,7 +28,7 @@ TEST(TimeLabel, IsMinutesAndSecondsBelowOneHourAndHoursFromThere)
     };
     const std::vector<Case> cases = {
         {0.0, "00:00"},        {-0.0, "00:00"},         {-5.0, "00:00"},
-        {-0.6, "00:00"},       {-1e300, "00:00"},       {NaN, "00:00"},
+        {-0.6, "00:00"},       {-1e300, "00:00"},       {NotANumber, "00:00"},
         {Infinity, "00:00"},   {-Infinity, "00:00"},    {0.49, "00:00"},
         {0.5, "00:01"},        {1.5, "00:02"},          {2.5, "00:03"},
         {1.0, "00:01"},        {59.0, "00:59"},         {59.49, "00:59"},

@@ -1,9 +1,9 @@
 // The request to export a clip: its checks in their order, the search for ffmpeg, the start.
 
 #include "exportfixture.h"
+#include "extremes.h"
 
 #include <cmath>
-#include <limits>
 #include <optional>
 
 #include <sys/stat.h>
@@ -13,9 +13,6 @@ using ::testing::IsEmpty;
 
 namespace
 {
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
 class ExportRequest : public ExportTest
 {
 protected:
@@ -125,8 +122,8 @@ TEST_F(ExportRequest, RefusesClipsShorterThanFiftyMilliseconds)
                                            {10.0, 10.0},
                                            {10.0, 5.0},
                                            {-1.0, -2.0},
-                                           {NaN, 10.0},
-                                           {10.0, NaN},
+                                           {NotANumber, 10.0},
+                                           {10.0, NotANumber},
                                            {Infinity, Infinity},
                                            {0.0, -Infinity}})
     {

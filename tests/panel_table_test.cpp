@@ -1,10 +1,10 @@
 // The clip table: its rows, and the widths of its columns, which are computed here a second time.
 
+#include "extremes.h"
 #include "panelfixture.h"
 
 #include <array>
 #include <cmath>
-#include <limits>
 #include <random>
 
 using ::testing::ElementsAre;
@@ -14,8 +14,6 @@ using ::testing::SizeIs;
 
 namespace
 {
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
 class TableRows : public PanelTest
 {
 };
@@ -228,7 +226,7 @@ TEST_F(TableRows, LeaveTheHeadersAlone)
 TEST_F(TableRows, ShowANegativeLengthAsNone)
 {
     AddClip("back", 10.0, 5.0);
-    AddClip("none", NaN, 5.0);
+    AddClip("none", NotANumber, 5.0);
     Panel->RebuildTableModel();
     EXPECT_THAT(Panel->TableModel->Rows[0],
                 ElementsAre("back", "00:10", "00:05", "00:00", "Amber", "holiday.mp4"));
@@ -405,10 +403,10 @@ TEST_F(ColumnLayout, ChangesNothingWhenThePaddingTakesAllThereIs)
 
 TEST_F(ColumnLayout, ChangesNothingWithoutNumbers)
 {
-    Panel->RelX2 = NaN;
+    Panel->RelX2 = NotANumber;
     ExpectNothingChanges();
     Panel->RelX2 = 1.0;
-    Table.RelY1 = NaN;
+    Table.RelY1 = NotANumber;
     ExpectNothingChanges();
     Table.RelY1 = 0.0;
     Application.pCoreSDL->Width = 0; // border and padding over the width
@@ -417,7 +415,7 @@ TEST_F(ColumnLayout, ChangesNothingWithoutNumbers)
 
 TEST_F(ColumnLayout, LeavesTheTableAloneWhenTheWidthsHaveNoSum)
 {
-    Table.CellPaddingPx = NaN;
+    Table.CellPaddingPx = NotANumber;
     Table.MinColumnWidthPx = 123.0;
     Panel->UpdateTableColumnLayout();
     EXPECT_EQ(Table.MinColumnWidthPx, 123.0);

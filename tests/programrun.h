@@ -6,10 +6,10 @@
 #pragma once
 
 #include "fakes/filetext.h"
+#include "waitfor.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -17,28 +17,12 @@
 #include <map>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-/// Waits until Condition holds; false when that takes longer than half a minute.
-inline bool WaitFor(const std::function<bool()>& Condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!Condition())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-        {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // between two looks
-    }
-    return true;
-}
 
 class ProgramRun
 {

@@ -21,8 +21,6 @@ namespace
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-constexpr fs::perms Mode0700 = fs::perms::owner_all;
-
 std::unique_ptr<RuntimeFolder> MakeUnder(const fs::path& Base)
 {
     std::string error;
@@ -82,7 +80,7 @@ TEST(RuntimeFolder, IsForTheUserAloneWithTempInIt)
     for (const fs::path& path : {place.Path() / "movane", folder->Path(), folder->Path() / "temp"})
     {
         EXPECT_TRUE(fs::is_directory(path)) << path;
-        EXPECT_EQ(fs::status(path).permissions(), Mode0700) << path;
+        EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_all) << path;
     }
     EXPECT_EQ(folder->Path().parent_path(), place.Path() / "movane");
 }
@@ -96,7 +94,7 @@ TEST(RuntimeFolder, HasItsModeWhateverTheMaskOfTheProcess)
         const auto folder = MakeUnder(place.Path() / "movane");
         umask(earlierMask);
         ASSERT_NE(folder, nullptr);
-        EXPECT_EQ(fs::status(folder->Path()).permissions(), Mode0700) << mask;
+        EXPECT_EQ(fs::status(folder->Path()).permissions(), fs::perms::owner_all) << mask;
     }
 }
 
@@ -174,7 +172,7 @@ TEST(RuntimeFolder, LeavesAFolderThatNoProcessOfOursMade)
     const TempFolder place;
     const fs::path base = place.Path() / "movane";
     fs::create_directory(base);
-    fs::permissions(base, Mode0700);
+    fs::permissions(base, fs::perms::owner_all);
     WriteFile(base / "run-1/file", "mine");
     WriteFile(base / "other/file", "mine");
     {
@@ -191,7 +189,7 @@ TEST(RuntimeFolder, LeavesAFolderWhoseNameHasNoNumber)
     const TempFolder place;
     const fs::path base = place.Path() / "movane";
     fs::create_directory(base);
-    fs::permissions(base, Mode0700);
+    fs::permissions(base, fs::perms::owner_all);
     WriteFile(base / "run-notes/file", "mine");
     WriteFile(base / "run-notes.lock", "");
     MakeUnder(base);
@@ -203,7 +201,7 @@ TEST(RuntimeFolder, TakesTheNextNumberWhereALockCannotBeOpened)
     const TempFolder place;
     const fs::path base = place.Path() / "movane";
     fs::create_directories(base / "run-1.lock");
-    fs::permissions(base, Mode0700);
+    fs::permissions(base, fs::perms::owner_all);
     const auto folder = MakeUnder(base);
     ASSERT_NE(folder, nullptr);
     EXPECT_TRUE(fs::is_directory(folder->Path() / "temp"));
@@ -239,7 +237,7 @@ TEST(RuntimeFolder, RefusesALinkInPlaceOfTheBase)
 {
     const TempFolder place;
     fs::create_directory(place.Path() / "elsewhere");
-    fs::permissions(place.Path() / "elsewhere", Mode0700);
+    fs::permissions(place.Path() / "elsewhere", fs::perms::owner_all);
     fs::create_directory_symlink(place.Path() / "elsewhere", place.Path() / "movane");
     std::string error;
     EXPECT_EQ(RuntimeFolder::MakeUnder(place.Path() / "movane", error), nullptr);
@@ -256,7 +254,7 @@ TEST(RuntimeFolder, RefusesABaseOfAnotherUser)
     const TempFolder place;
     const fs::path base = place.Path() / "movane";
     fs::create_directory(base);
-    fs::permissions(base, Mode0700);
+    fs::permissions(base, fs::perms::owner_all);
     ASSERT_EQ(chown(base.c_str(), 65534, 65534), 0);
     std::string error;
     EXPECT_EQ(RuntimeFolder::MakeUnder(base, error), nullptr);
@@ -296,8 +294,8 @@ TEST(NamedRuntimeFolder, IsTheOneThatWasNamedWithTempInIt)
     const auto folder = TakeNamed(place.Path() / "named");
     ASSERT_NE(folder, nullptr);
     EXPECT_EQ(folder->Path(), place.Path() / "named");
-    EXPECT_EQ(fs::status(folder->Path()).permissions(), Mode0700);
-    EXPECT_EQ(fs::status(folder->Path() / "temp").permissions(), Mode0700);
+    EXPECT_EQ(fs::status(folder->Path()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(folder->Path() / "temp").permissions(), fs::perms::owner_all);
 }
 
 TEST(NamedRuntimeFolder, IsMadeForEverySpelling)
@@ -380,7 +378,7 @@ TEST(NamedRuntimeFolder, IsAFolderBelowWhenAnotherProcessHasIt)
         const auto own = TakeNamed(place.Path());
         ASSERT_NE(own, nullptr);
         EXPECT_EQ(own->Path().parent_path(), place.Path());
-        EXPECT_EQ(fs::status(own->Path()).permissions(), Mode0700);
+        EXPECT_EQ(fs::status(own->Path()).permissions(), fs::perms::owner_all);
         EXPECT_TRUE(fs::is_empty(own->Path() / "temp"));
     }
     EXPECT_EQ(ReadFile(place.Path() / "temp/log"), "theirs");
@@ -397,8 +395,9 @@ TEST(NamedRuntimeFolder, IsAFolderBelowWhenItIsNotThisUsersAlone)
             const auto folder = TakeNamed(place.Path());
             ASSERT_NE(folder, nullptr);
             EXPECT_EQ(folder->Path().parent_path(), place.Path()) << mode;
-            EXPECT_EQ(fs::status(folder->Path()).permissions(), Mode0700) << mode;
-            EXPECT_EQ(fs::status(folder->Path() / "temp").permissions(), Mode0700) << mode;
+            EXPECT_EQ(fs::status(folder->Path()).permissions(), fs::perms::owner_all) << mode;
+            EXPECT_EQ(fs::status(folder->Path() / "temp").permissions(), fs::perms::owner_all)
+                << mode;
         }
         EXPECT_TRUE(fs::is_empty(place.Path())) << mode;
     }

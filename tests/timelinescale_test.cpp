@@ -1,10 +1,11 @@
 #include "desktop/timelinescale.h"
 
+#include "extremes.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,6 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 TimelineScale MakeScale(double DurationSec, double FramesPerSecond = 25.0, double WidthPx = 1000.0)
 {

@@ -1,14 +1,13 @@
 #include "desktop/timetext.h"
 
+#include "extremes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 namespace
 {
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-
 std::string Written(double Sec)
 {
     return TimeText(Sec).toStdString();
