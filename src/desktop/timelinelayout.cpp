@@ -14,12 +14,6 @@ namespace
 {
 constexpr double NarrowestBarPx = 2.0;
 constexpr double BesideWidgetPx = 1024.0; // more than any label is long
-constexpr qsizetype MostLetters = 200;    // of a label; measuring a whole book takes seconds
-
-double Scaled(int Px)
-{
-    return Theme::ScaledPx(Px);
-}
 
 // Far places are cut off: the paint engine counts in fixed point and overflows at a deep zoom.
 double DrawablePx(const TimelineRows& Rows, double Px)
@@ -29,15 +23,15 @@ double DrawablePx(const TimelineRows& Rows, double Px)
 
 double LongestLabelPx()
 {
-    return Scaled(140);
+    return Theme::ScaledPx(140);
 }
 
 // A label ends before the next flag, so no text lies over another.
 void PlaceLabels(const TimelinePicture& Picture, std::vector<PlacedFlag>& Flags)
 {
     const QFontMetricsF metrics(Theme::SmallFont());
-    const double gapPx = Scaled(3);
-    const double shortestPx = Scaled(20);
+    const double gapPx = Theme::ScaledPx(3);
+    const double shortestPx = Theme::ScaledPx(20);
     for (std::size_t i = 0; i < Flags.size(); ++i)
     {
         PlacedFlag& flag = Flags[i];
@@ -50,8 +44,7 @@ void PlaceLabels(const TimelinePicture& Picture, std::vector<PlacedFlag>& Flags)
             continue;
         }
         const QString& label = Picture.State.Markers[flag.Index].Label;
-        flag.LabelText =
-            metrics.elidedText(label.left(MostLetters).simplified(), Qt::ElideRight, roomPx);
+        flag.LabelText = CutToFit(label, metrics, roomPx);
         flag.Label = QRectF(leftPx, Picture.Rows.Markers.top(),
                             std::min(metrics.horizontalAdvance(flag.LabelText) + 1.0, roomPx),
                             Picture.Rows.Markers.height());
@@ -71,7 +64,7 @@ std::optional<double>
 DistanceToEnd(const TimelinePicture& Picture, RangeEnd End, double Sec, double Px)
 {
     const QRectF grip = GripRect(Picture.Rows, Picture.Scale, End, Sec);
-    const double slackPx = Scaled(2);
+    const double slackPx = Theme::ScaledPx(2);
     if (Px < grip.left() - slackPx || Px > grip.right() + slackPx)
     {
         return std::nullopt;
@@ -97,23 +90,30 @@ TimelineRows RowsIn(QSizeF Size)
         return row;
     };
     rows.Whole = QRectF(QPointF(), Size);
-    rows.InsetPx = Scaled(12);
-    rows.LanePx = Scaled(18);
-    rows.LanePitchPx = Scaled(20);
-    rows.Ruler = take(Scaled(25));
-    rows.Range = take(Scaled(13));
-    rows.Markers = take(Scaled(18));
-    topPx += Scaled(2);
+    rows.InsetPx = Theme::ScaledPx(12);
+    rows.LanePx = Theme::ScaledPx(18);
+    rows.LanePitchPx = Theme::ScaledPx(20);
+    rows.Ruler = take(Theme::ScaledPx(25));
+    rows.Range = take(Theme::ScaledPx(13));
+    rows.Markers = take(Theme::ScaledPx(18));
+    topPx += Theme::ScaledPx(2);
     const double roomPx = std::max(Size.height() - topPx, 0.0);
     rows.LaneCount = std::clamp(static_cast<int>(roomPx / rows.LanePitchPx), 1, MaxLanes);
     rows.Lanes = take(rows.LaneCount * rows.LanePitchPx);
     return rows;
 }
 
+QString CutToFit(const QString& Text, const QFontMetricsF& Metrics, double RoomPx)
+{
+    constexpr qsizetype MostLetters = 200; // measuring a whole book takes seconds
+    return Metrics.elidedText(Text.left(MostLetters).simplified(), Qt::ElideRight, RoomPx);
+}
+
 int HeightOfLanes(int LaneCount)
 {
     const TimelineRows rows = RowsIn({});
-    return static_cast<int>(std::ceil(rows.Lanes.top() + LaneCount * rows.LanePitchPx + Scaled(4)));
+    return static_cast<int>(
+        std::ceil(rows.Lanes.top() + LaneCount * rows.LanePitchPx + Theme::ScaledPx(4)));
 }
 
 void TimelineIndex::PlaceClips(const QList<TimelineClip>& Clips, int LaneCount)
@@ -173,7 +173,7 @@ std::span<const std::size_t> TimelineIndex::MarkersIn(const std::vector<Timeline
 
 QRectF GripRect(const TimelineRows& Rows, const TimelineScale& Scale, RangeEnd End, double Sec)
 {
-    const double gripPx = Scaled(9);
+    const double gripPx = Theme::ScaledPx(9);
     const double linePx = DrawablePx(Rows, Scale.PxOf(Sec));
     const double leftPx = End == RangeEnd::In ? linePx - gripPx : linePx;
     return {leftPx, Rows.Range.top() + 1.0, gripPx, Rows.Range.height() - 2.0};
@@ -191,7 +191,7 @@ QRectF BarRect(
 std::vector<PlacedFlag> FlagsIn(const TimelinePicture& Picture)
 {
     const TimelineRows& rows = Picture.Rows;
-    const double flagPx = Scaled(10);
+    const double flagPx = Theme::ScaledPx(10);
     const double topPx = rows.Markers.center().y() - flagPx / 2.0;
     std::vector<PlacedFlag> flags;
     for (const std::size_t i : Picture.Index.MarkersIn(

@@ -9,8 +9,10 @@
 #include "desktop/timelinescale.h"
 #include "desktop/timelinestate.h"
 
+#include <QFontMetricsF>
 #include <QRectF>
 #include <QSizeF>
+#include <QString>
 
 #include <cstddef>
 #include <optional>
@@ -116,6 +118,8 @@ QRectF GripRect(const TimelineRows& Rows, const TimelineScale& Scale, RangeEnd E
 /// The bar of a clip, cut to a little more than the widget and never narrower than can be seen.
 QRectF BarRect(
     const TimelineRows& Rows, const TimelineScale& Scale, int Lane, double StartSec, double EndSec);
+/// Text on one line, its end cut off with "…" where it is wider than RoomPx.
+QString CutToFit(const QString& Text, const QFontMetricsF& Metrics, double RoomPx);
 /// The visible flags from left to right; of those less than half a flag apart the first.
 std::vector<PlacedFlag> FlagsIn(const TimelinePicture& Picture);
 

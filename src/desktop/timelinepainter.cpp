@@ -12,13 +12,6 @@
 
 namespace
 {
-constexpr qsizetype MostLetters = 200; // of a name; measuring a whole book takes seconds
-
-double Scaled(int Px)
-{
-    return Theme::ScaledPx(Px);
-}
-
 QColor WithAlpha(QColor Color, int Alpha)
 {
     Color.setAlpha(Alpha);
@@ -50,8 +43,8 @@ QRectF LineRect(const TimelinePicture& Picture, double Sec, double TopPx, double
 bool IsInSight(const TimelinePicture& Picture, double Px)
 {
     // Also refuses what is no number.
-    return Px >= Picture.Rows.Whole.left() - Scaled(20) &&
-           Px <= Picture.Rows.Whole.right() + Scaled(20);
+    return Px >= Picture.Rows.Whole.left() - Theme::ScaledPx(20) &&
+           Px <= Picture.Rows.Whole.right() + Theme::ScaledPx(20);
 }
 
 void PaintGround(QPainter& Painter, const TimelinePicture& Picture)
@@ -69,10 +62,10 @@ void PaintGround(QPainter& Painter, const TimelinePicture& Picture)
 
 QRectF PillRect(const TimelinePicture& Picture, const QFontMetricsF& Metrics, const QString& Text)
 {
-    const double widthPx = Metrics.horizontalAdvance(Text) + Scaled(10);
+    const double widthPx = Metrics.horizontalAdvance(Text) + Theme::ScaledPx(10);
     const double roomPx = std::max(Picture.Rows.Whole.width() - widthPx, 0.0);
     const double leftPx = std::clamp(*Picture.HoverPx - widthPx / 2.0, 0.0, roomPx);
-    return {leftPx, 0.0, widthPx, Metrics.height() + Scaled(2)};
+    return {leftPx, 0.0, widthPx, Metrics.height() + Theme::ScaledPx(2)};
 }
 
 QString HoverText(const TimelinePicture& Picture)
@@ -90,11 +83,11 @@ void PaintRuler(QPainter& Painter, const TimelinePicture& Picture)
     const auto ticks =
         RulerTicks(Picture.Scale, Picture.State.FramesPerSecond, Picture.Scale.SecAt(ruler.left()),
                    Picture.Scale.SecAt(ruler.right()),
-                   metrics.horizontalAdvance(widest) + Scaled(24), Scaled(7));
+                   metrics.horizontalAdvance(widest) + Theme::ScaledPx(24), Theme::ScaledPx(7));
     for (const TimelineTick& tick : ticks)
     {
         const double px = Picture.Scale.PxOf(tick.Sec);
-        const double heightPx = tick.bMajor ? Scaled(7) : Scaled(4);
+        const double heightPx = tick.bMajor ? Theme::ScaledPx(7) : Theme::ScaledPx(4);
         Painter.fillRect(QRectF(px, ruler.bottom() - heightPx, 1.0, heightPx),
                          tick.bMajor ? Theme::TextDim : Theme::Line);
         const QString label = QString::fromStdString(tick.Label);
@@ -124,11 +117,11 @@ void PaintGrip(QPainter& Painter,
     {
         return;
     }
-    Painter.fillRect(LineRect(Picture, Sec, Picture.Rows.Range.top(), Scaled(1)), Color);
+    Painter.fillRect(LineRect(Picture, Sec, Picture.Rows.Range.top(), Theme::ScaledPx(1)), Color);
     Painter.fillRect(grip, Picture.HotEnd == End ? Color.lighter(130) : Color);
     const double notchPx = grip.height() / 4.0;
-    Painter.fillRect(QRectF(grip.center().x() - Scaled(1) / 2.0, grip.top() + notchPx, Scaled(1),
-                            grip.height() - 2.0 * notchPx),
+    Painter.fillRect(QRectF(grip.center().x() - Theme::ScaledPx(1) / 2.0, grip.top() + notchPx,
+                            Theme::ScaledPx(1), grip.height() - 2.0 * notchPx),
                      Theme::Window);
 }
 
@@ -172,12 +165,13 @@ void PaintPending(QPainter& Painter,
     {
         return;
     }
-    const QRectF line = LineRect(Picture, *Sec, Picture.Rows.Range.top() + 1.0, Scaled(2));
-    const double armPx = Scaled(8);
+    const QRectF line = LineRect(Picture, *Sec, Picture.Rows.Range.top() + 1.0, Theme::ScaledPx(2));
+    const double armPx = Theme::ScaledPx(8);
     const double leftPx = End == RangeEnd::In ? line.left() : line.right() - armPx;
     Painter.fillRect(line, Theme::Accent);
-    Painter.fillRect(QRectF(leftPx, line.top(), armPx, Scaled(2)), Theme::Accent);
-    Painter.fillRect(QRectF(leftPx, line.bottom() - Scaled(2), armPx, Scaled(2)), Theme::Accent);
+    Painter.fillRect(QRectF(leftPx, line.top(), armPx, Theme::ScaledPx(2)), Theme::Accent);
+    Painter.fillRect(QRectF(leftPx, line.bottom() - Theme::ScaledPx(2), armPx, Theme::ScaledPx(2)),
+                     Theme::Accent);
 }
 
 // -- Markers
@@ -207,16 +201,14 @@ void PaintMarkers(QPainter& Painter, const TimelinePicture& Picture)
 // A name takes the room up to TextEndPx, where another bar may begin.
 void PaintName(QPainter& Painter, const QRectF& Bar, double TextEndPx, const QString& Name)
 {
-    const double paddingPx = Scaled(4);
+    const double paddingPx = Theme::ScaledPx(4);
     const double leftPx = std::max(Bar.left(), 0.0) + paddingPx;
     const double roomPx = std::min(Bar.right(), TextEndPx) - paddingPx - leftPx;
-    if (roomPx < Scaled(16))
+    if (roomPx < Theme::ScaledPx(16))
     {
         return;
     }
-    const QString text =
-        QFontMetricsF(Painter.font())
-            .elidedText(Name.left(MostLetters).simplified(), Qt::ElideRight, roomPx);
+    const QString text = CutToFit(Name, QFontMetricsF(Painter.font()), roomPx);
     Painter.drawText(QRectF(leftPx, Bar.top(), roomPx, Bar.height()),
                      Qt::AlignLeft | Qt::AlignVCenter, text);
 }
@@ -226,7 +218,7 @@ void PaintBar(QPainter& Painter, const TimelineClip& Clip, const QRectF& Bar, do
 {
     const bool bReversed = Clip.EndSec < Clip.StartSec;
     const QColor own = WithAlpha(Clip.Color, 255);
-    const double edgePx = Clip.bSelected ? Scaled(2) : 1.0;
+    const double edgePx = Clip.bSelected ? Theme::ScaledPx(2) : 1.0;
     if (Bar.width() <= 3.0 * edgePx)
     {
         Painter.fillRect(Bar, own);
@@ -303,14 +295,15 @@ void PaintPlayhead(QPainter& Painter, const TimelinePicture& Picture)
     {
         return;
     }
-    const double halfPx = Scaled(5);
+    const double halfPx = Theme::ScaledPx(5);
     const double bottomPx = Picture.Rows.Ruler.bottom();
-    const double topPx = bottomPx - Scaled(8);
-    Painter.fillRect(LineRect(Picture, Picture.PlayheadSec, topPx, Scaled(1)), Theme::Text);
+    const double topPx = bottomPx - Theme::ScaledPx(8);
+    Painter.fillRect(LineRect(Picture, Picture.PlayheadSec, topPx, Theme::ScaledPx(1)),
+                     Theme::Text);
     Painter.setRenderHint(QPainter::Antialiasing);
     Painter.setPen(Qt::NoPen);
     Painter.setBrush(Theme::Text);
-    const double middlePx = px + Scaled(1) / 2.0;
+    const double middlePx = px + Theme::ScaledPx(1) / 2.0;
     Painter.drawPolygon(
         QPolygonF({{middlePx - halfPx, topPx}, {middlePx + halfPx, topPx}, {middlePx, bottomPx}}));
     Painter.setRenderHint(QPainter::Antialiasing, false);
@@ -331,7 +324,7 @@ void PaintHover(QPainter& Painter, const TimelinePicture& Picture)
     Painter.setRenderHint(QPainter::Antialiasing);
     Painter.setPen(Qt::NoPen);
     Painter.setBrush(Theme::Raised);
-    Painter.drawRoundedRect(pill & ruler, Scaled(3), Scaled(3));
+    Painter.drawRoundedRect(pill & ruler, Theme::ScaledPx(3), Theme::ScaledPx(3));
     Painter.setRenderHint(QPainter::Antialiasing, false);
     Painter.setPen(Theme::Text);
     Painter.drawText(pill, Qt::AlignCenter, text);
@@ -343,7 +336,7 @@ void PaintFocus(QPainter& Painter, const TimelinePicture& Picture)
     {
         return;
     }
-    const double edgePx = Scaled(1);
+    const double edgePx = Theme::ScaledPx(1);
     const double insetPx = edgePx / 2.0;
     Painter.setPen(QPen(Theme::Accent, edgePx, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
     Painter.setBrush(Qt::NoBrush);
