@@ -10,6 +10,10 @@ function(movane_settings target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow
         $<$<BOOL:${MOVANE_WERROR}>:-Werror>)
+    # A test's fixture of an unnamed namespace may come from a file that the unit includes.
+    if(CMAKE_UNITY_BUILD)
+        target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    endif()
     if(MOVANE_SANITIZE)
         list(JOIN MOVANE_SANITIZE "," sanitizers)
         target_compile_options(${target} PRIVATE

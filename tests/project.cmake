@@ -27,9 +27,7 @@ function(consumer_test way)
     endforeach()
 endfunction()
 
-list(JOIN MOVANE_SANITIZE "," sanitizers) # one option, whatever takes it apart on the way
-consumer_test(subdirectory
-    -DMOVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR} -DMOVANE_SANITIZE=${sanitizers})
+consumer_test(subdirectory -DMOVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR})
 
 if(MOVANE_INSTALL)
     set(installed ${CMAKE_CURRENT_BINARY_DIR}/installed)
@@ -37,7 +35,6 @@ if(MOVANE_INSTALL)
         COMMAND sh -c "rm -rf \"$1\" && exec \"$2\" --install \"$3\" --prefix \"$1\""
                 sh ${installed} ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR})
     set_tests_properties(movane_installs PROPERTIES FIXTURES_SETUP movane_installed TIMEOUT 60)
-    # Without the sanitizer's flags: what a program must be linked with comes with the package.
     consumer_test(package -DCMAKE_PREFIX_PATH=${installed})
     set_tests_properties(consumer_package_builds PROPERTIES FIXTURES_REQUIRED movane_installed)
     if(MOVANE_PROGRAM)
