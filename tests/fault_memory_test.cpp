@@ -6,6 +6,7 @@
 
 #include "fakes/failingnew.h"
 #include "fakes/threadevent.h"
+#include "host/userdirs.h"
 #include "panelonhost.h"
 
 #include <gmock/gmock.h>
@@ -650,6 +651,28 @@ TEST(OutOfMemory, InARunOnTheSpotEndsItOrLeavesThePanelRunning)
             ExpectAnotherExport(Place);
         });
     EXPECT_GT(leftRunning, 0);
+}
+
+TEST(OutOfMemory, WhileTheUsersFoldersAreReadIsNoEndOfTheText)
+{
+    const std::string expected = "/mnt/" + std::string(100, 'x');
+    const std::string text = "# of a user\nXDG_VIDEOS_DIR=\"" + expected + "\"\n";
+    int failures = 0;
+    for (bool bFailed = true; bFailed; ++failures)
+    {
+        FailingNew::Arm(failures + 1, FailingNew::Extent::Once);
+        try
+        {
+            const std::string found = UserDirFromText(text, "XDG_VIDEOS_DIR", "/home/ada");
+            bFailed = FailingNew::Disarm();
+            EXPECT_EQ(found, expected) << failures;
+        }
+        catch (const std::bad_alloc&)
+        {
+            FailingNew::Disarm();
+        }
+    }
+    EXPECT_GT(failures, 1);
 }
 
 TEST(OutOfMemory, InARunOnAWorkerIsReportedByTheJobSystemOrDoesNoHarm)

@@ -193,7 +193,7 @@ TEST(MvTableModel, SetsNoCellOutOfRange)
         int Column;
     };
     for (const Case& one : {Case{MinInt, 0}, Case{-1, 0}, Case{2, 0}, Case{MaxInt, 0}, Case{0, -1},
-                            Case{0, MinInt}, Case{-1, -1}, Case{2, MaxInt}})
+                            Case{0, MinInt}, Case{0, MaxInt}, Case{-1, -1}, Case{2, MaxInt}})
     {
         MvTableModel model = TwoByTwo();
         model.SetCell(one.Row, one.Column, "lost");

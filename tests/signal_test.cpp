@@ -43,6 +43,16 @@ TEST(Signal, CallsASlotAsOftenAsItWasConnected)
     EXPECT_EQ(callCount, 2);
 }
 
+TEST(Signal, KeepsWhatASlotHoldsFromOneEmissionToTheNext)
+{
+    Signal<> signal;
+    std::vector<int> calls;
+    signal.connect([&calls, count = 0]() mutable { calls.push_back(++count); });
+    signal.emit();
+    signal.emit();
+    EXPECT_THAT(calls, ElementsAre(1, 2));
+}
+
 TEST(Signal, EmitsTheSameArgumentAgain)
 {
     Signal<std::string> signal;

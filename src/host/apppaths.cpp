@@ -27,7 +27,7 @@ std::string AbsoluteFromEnvironment(const char* Name)
     std::error_code ec;
     const fs::path absolute = fs::absolute(value, ec);
     // In a folder that was deleted a relative one stays so: it can't be made, and that is told.
-    return ec ? value : absolute.native();
+    return value.empty() || ec ? value : absolute.native();
 }
 
 fs::path RuntimeBase()

@@ -7,8 +7,8 @@
 //     state        $XDG_STATE_HOME/movane (~/.local/state/movane)
 //
 // The places follow the XDG Base Directory Specification 0.8 and xdg-user-dirs; a relative path in an
-// XDG variable is ignored, as it says. UI thread only, but for RuntimeDir and RecordingsDir once
-// PrepareRuntimeDir has succeeded.
+// XDG variable is ignored, as it says. UI thread only, but for RuntimeDir once PrepareRuntimeDir has
+// succeeded.
 
 #pragma once
 

@@ -9,8 +9,9 @@ MvWindow* Movane::AddWindow(unsigned long WindowID, std::unique_ptr<MvWindow> pW
         return nullptr;
     }
     MvWindow* const window = pWindow.get();
+    std::list<unsigned long> id = {WindowID}; // beforehand, so that it is in both or in none
     Windows[WindowID] = std::move(pWindow);
-    WindowIDs.push_back(WindowID);
+    WindowIDs.splice(WindowIDs.end(), id);
     return window;
 }
 

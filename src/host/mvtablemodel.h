@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,11 +56,11 @@ public:
         }
     }
 
-    /// Sets a cell, widening its row when needed. A row that does not exist and a negative column
-    /// change nothing.
+    /// Sets a cell, widening its row when needed. A row that does not exist, a negative column and
+    /// the last of all ints, behind which no width lies, change nothing.
     void SetCell(int RowIndex, int Column, const std::string& Text)
     {
-        if (RowAt(RowIndex) != nullptr && Column >= 0)
+        if (RowAt(RowIndex) != nullptr && Column >= 0 && Column < std::numeric_limits<int>::max())
         {
             std::string text = Text; // Text may be a cell of the row that is widened
             EnsureRowWidth(RowIndex, Column + 1);

@@ -24,7 +24,8 @@ public:
     ///
     /// Returns false, with LoadError() set, when there is no player or the file can't be opened; the
     /// file that was open stays open then, with its range and markers. Where the player could not keep
-    /// it, no file is open and the timeline is empty; they come back when that file is opened.
+    /// it, no file is open and the timeline is the one without a file; they come back when that file is
+    /// opened.
     virtual bool LoadVideoFile(const std::string& Path, bool bPlay);
 
     /// Why the last LoadVideoFile failed, one sentence; empty after a success.

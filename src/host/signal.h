@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -16,7 +17,12 @@ public:
     using Slot = std::function<void(Args...)>;
 
     /// Appends NewSlot. An empty slot is accepted here and fails in emit.
-    void connect(Slot NewSlot) { slots.push_back(std::move(NewSlot)); }
+    void connect(Slot NewSlot)
+    {
+        // Shared, so that the copy that emit calls keeps for the next time what the slot holds.
+        slots.push_back([pSlot = std::make_shared<Slot>(std::move(NewSlot))](Args... Arguments)
+                        { (*pSlot)(std::forward<Args>(Arguments)...); });
+    }
 
     /// Calls every slot in vector order with a copy of the arguments.
     ///
@@ -33,5 +39,6 @@ public:
         }
     }
 
-    std::vector<Slot> slots; ///< in the order of calling
+    std::vector<Slot>
+        slots; ///< in the order of calling; one that connect did not put here is copied each time
 };

@@ -113,6 +113,7 @@ UserDirFromText(const std::string& Text, const std::string& Key, const std::stri
 {
     std::string found;
     std::istringstream lines(Text);
+    lines.exceptions(std::ios::badbit); // or memory that runs out passes for the end of the text
     for (std::string line; std::getline(lines, line);)
     {
         if (const std::optional<std::string> value = ValueOfLine(line, Key, Home))
