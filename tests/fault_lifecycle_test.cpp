@@ -75,6 +75,8 @@ protected:
     {
         std::destroy_at(Panel.get());
         std::construct_at(Panel.get());
+        StatusLabel.Text = "untouched";
+        Panel->pStatusLabel = &StatusLabel;
         Panel->ExportGeneration = 1;
         Panel->bExportInProgress = true;
     }
@@ -83,6 +85,12 @@ protected:
         EXPECT_TRUE(Untold.bExportInProgress);
         EXPECT_FALSE(Untold.bExportResultReady);
         EXPECT_EQ(Untold.ExportResultMessage, "");
+    }
+    /// After ReplacePanel.
+    void ExpectUntouched() const
+    {
+        ExpectNoResult(*Panel);
+        EXPECT_EQ(StatusLabel.Text, "untouched");
     }
 };
 using ClosedWindow = RunningExport;
@@ -224,12 +232,10 @@ TEST_F(DyingPanel, BeforeTheJobBeginsLeavesTheExportToEndAlone)
     CloseGate();
     Panel->ExportSelectedClip();
     ReplacePanel();
-    StatusLabel.Text = "untouched";
     OpenGate();
     FinishJobs();
     Application.pJobSystem->PumpMainThread();
-    ExpectNoResult(*Panel);
-    EXPECT_EQ(StatusLabel.Text, "untouched");
+    ExpectUntouched();
     EXPECT_THAT(Notifications, IsEmpty());
     EXPECT_TRUE(fs::exists(Output()));
     EXPECT_FALSE(fs::exists(ErrorLog()));
@@ -243,12 +249,10 @@ TEST_F(DyingPanel, WhileFfmpegRunsLeavesTheExportToEndAlone)
         std::this_thread::yield();
     }
     ReplacePanel();
-    StatusLabel.Text = "untouched";
     LetFfmpegEnd();
     FinishJobs();
     Application.pJobSystem->PumpMainThread();
-    ExpectNoResult(*Panel);
-    EXPECT_EQ(StatusLabel.Text, "untouched");
+    ExpectUntouched();
     EXPECT_EQ(ReadFile(Output()), "whole");
 }
 
@@ -258,10 +262,8 @@ TEST_F(DyingPanel, AfterTheJobHasPostedAndBeforeTheCallbackDropsTheResult)
     Panel->ExportSelectedClip();
     FinishJobs();
     ReplacePanel();
-    StatusLabel.Text = "untouched";
     Application.pJobSystem->PumpMainThread();
-    ExpectNoResult(*Panel);
-    EXPECT_EQ(StatusLabel.Text, "untouched");
+    ExpectUntouched();
     EXPECT_THAT(Notifications, IsEmpty());
 }
 

@@ -188,6 +188,7 @@ TEST_F(DeleteClip, CallsTheHostInItsOrder)
 TEST_F(DeleteClip, SelectsNothingInATableThatGoesMeanwhile)
 {
     Select(1);
+    NameInput.Text = "b";
     Host().OnCall = [this](const std::string& Call)
     {
         if (Call == "SetRows(3)")

@@ -73,10 +73,12 @@ public:
     MvClipControlPanel(MvClipControlPanel&&) = delete;
     MvClipControlPanel& operator=(MvClipControlPanel&&) = delete;
 
-    // -- Actions. Each ends in exactly one status text; a refusal says why and changes nothing else.
-    //    A user's error never throws. A file-system error other than absence, while the source of a
-    //    clip is looked for, leaves ExportSelectedClip and the three navigation actions as
-    //    std::filesystem::filesystem_error; ExportSelectedClip shows a waiting export result first.
+    // -- Actions. Each ends in exactly one status text, which ExportSelectedClip lets follow that of a
+    //    waiting result; a refusal says why and changes nothing else. A user's error never throws. A
+    //    file-system error other than absence leaves ExportSelectedClip and the three navigation
+    //    actions as std::filesystem::filesystem_error: while the source of a clip is looked for; while
+    //    ffmpeg is looked for, with an empty entry of PATH in a folder that was deleted; and in a run on
+    //    the spot while its output is looked for, after which the export counts as running for good.
 
     /// Appends the target timeline's range to Clips, named from the name input (trimmed; "Clip N" when
     /// empty) and coloured in turn from the palette, and selects it.
@@ -105,8 +107,8 @@ public:
     /// Shows the result of a finished export once: status line and notification. Without a waiting
     /// result it costs one lock, so it may be called every frame.
     void PumpExportResult();
-    /// Locks ExportMutex, so a slot of StatusChanged must not call it: a refused export sets its status
-    /// text with the mutex held.
+    /// Locks ExportMutex, so a slot of StatusChanged must call neither it nor PumpExportResult nor
+    /// ExportSelectedClip: a refused export sets its status text with the mutex held.
     ExportStatus GetExportStatus() const;
     /// Writes the source, range and markers labels afresh; widgets that are null are left out.
     void UpdateLiveLabels();
