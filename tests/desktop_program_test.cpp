@@ -264,6 +264,15 @@ TEST_F(DesktopProgram, OpensAFileOfACurrentFolderWhateverItsName)
     fs::create_directory(Setup.WorkingFolder);
     fs::copy_file(SampleVideo(), Setup.WorkingFolder / "here.mp4");
     EndInOrder(*Start({"here.mp4"}, "Source: here.mp4"));
+    EndInOrder(*Start({"./here.mp4"}, "Source: here.mp4"));
+}
+
+TEST_F(DesktopProgram, OpensTheFileThatTheSystemFindsBehindALink)
+{
+    fs::create_directories(Work / "real/sub");
+    fs::copy_file(SampleVideo(), Work / "real/there.mp4");
+    fs::create_directory_symlink(Work / "real/sub", Work / "link");
+    EndInOrder(*Start({(Work / "link/../there.mp4").native()}, "Source: there.mp4"));
 }
 
 // -- Surroundings

@@ -11,6 +11,10 @@ movane_test(media_test
         mpvvideo_test.cpp
     LIBRARIES movane_media PkgConfig::MPV)
 
+movane_test(threadroom_test
+    SOURCES threadroom_test.cpp fakes/failingnew.cpp
+    LIBRARIES movane_media)
+
 movane_test(exportprogress_test
     SOURCES
         exportprogress_test.cpp

@@ -53,8 +53,16 @@ QStringList FilesToOpen(const WindowOptions& Options)
     {
         // Here, by its bytes: the toolkit knows the current folder only as text.
         std::error_code ec;
-        const std::filesystem::path absolute = std::filesystem::absolute(file, ec);
-        files.append(PathText(ec ? file : absolute.native()));
+        std::filesystem::path path;
+        for (const std::filesystem::path& part : std::filesystem::absolute(file, ec))
+        {
+            // A ".." stays: behind a link it leads elsewhere.
+            if (part != ".")
+            {
+                path /= part;
+            }
+        }
+        files.append(PathText(ec ? file : path.native()));
     }
     const std::string lastFile = AppPaths::DefaultVideoFile();
     // One that is gone, too: the window then says so.
@@ -98,11 +106,13 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
                    "\"movane export\".");
         return static_cast<int>(ExitCode::CallWrong);
     }
+    KeepFewHeaps();
     // Without it the toolkit would wait for a thread for ever.
     if (!HasRoomForThreads())
     {
         PrintError(
-            "A window can't be opened, there are too many processes: end some and try again.");
+            "A window can't be opened, there are too many processes or too little memory: end some "
+            "programs and try again.");
         return 1;
     }
     std::string error;
@@ -113,7 +123,6 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     }
     PointStandardInputAtNull();
     AdoptOrphans();
-    KeepFewHeaps();
     const std::string reportPath = EnableExportReport();
     const WakeUp stopWish; // for the thread of the signals, which outlives the application
     const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});

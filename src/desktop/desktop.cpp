@@ -277,7 +277,7 @@ void Desktop::OpenFiles(const QStringList& Paths, VideoWindow* pWindow)
             ShowError(error);
             return;
         }
-        window->Pane().Open(QFileInfo(path).absoluteFilePath());
+        window->Pane().Open(path);
         window = nullptr;
     }
 }

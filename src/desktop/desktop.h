@@ -38,7 +38,8 @@ public:
     /// Makes the main window and shows it. False sets OutError to one sentence.
     bool Start(std::string& OutError);
 
-    /// Opens the first file in Window (null for the active one) and each other in a new window.
+    /// Opens the first file in Window (null for the active one) and each other in a new window. Paths are
+    /// absolute.
     void OpenFiles(const QStringList& Paths, VideoWindow* pWindow = nullptr);
 
     MainWindow& Main() { return *pMain; }

@@ -103,7 +103,8 @@ std::unique_ptr<MpvVideo> MpvVideo::Create(const Options& Wanted, std::string& O
     if (!HasRoomForThreads())
     {
         OutError =
-            "The video player can't start, there are too many processes: end some and try again.";
+            "The video player can't start, there are too many processes or too little memory: end "
+            "some programs and try again.";
         return nullptr;
     }
     mpv_handle* pHandle = mpv_create();

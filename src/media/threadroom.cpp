@@ -1,29 +1,30 @@
 #include "media/threadroom.h"
 
-#include <future>
-#include <system_error>
+#include <atomic>
+#include <exception>
 #include <thread>
 #include <vector>
 
 bool HasRoomForThreads()
 {
     constexpr int Count = 8;
-    std::promise<void> allTried;
-    const std::shared_future<void> end = allTried.get_future().share();
+    std::atomic<bool> bAllTried = false;
     std::vector<std::thread> threads;
     bool bStarted = true;
     try
     {
+        threads.reserve(Count); // or growing fails while threads stand
         for (int i = 0; i < Count; ++i)
         {
-            threads.emplace_back([end] { end.wait(); });
+            threads.emplace_back([&bAllTried] { bAllTried.wait(false); });
         }
     }
-    catch (const std::system_error&)
+    catch (const std::exception&) // of the system's limits, or of memory
     {
         bStarted = false;
     }
-    allTried.set_value();
+    bAllTried = true;
+    bAllTried.notify_all();
     for (std::thread& thread : threads)
     {
         thread.join();
