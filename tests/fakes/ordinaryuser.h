@@ -13,24 +13,27 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+/// Under root, who is ordinary in this test program and its children. Another in each program, for what
+/// one user's processes take counts against his limits in all programs.
+inline const uid_t OrdinaryUid = 20'000 + static_cast<uid_t>(getpid()) % 40'000;
+
 /// Makes this process one to which file modes and limits apply; false when that can't be done.
 ///
-/// Under root it becomes nobody, and Folder with all that is in it becomes nobody's.
+/// Under root it becomes OrdinaryUid, and Folder with all that is in it becomes theirs.
 inline bool BecomeOrdinaryUser(const std::filesystem::path& Folder)
 {
-    constexpr uid_t Nobody = 65534;
     if (geteuid() != 0)
     {
         return true;
     }
-    bool bIsTheirs = lchown(Folder.c_str(), Nobody, Nobody) == 0;
+    bool bIsTheirs = lchown(Folder.c_str(), OrdinaryUid, OrdinaryUid) == 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(Folder))
     {
-        bIsTheirs = lchown(entry.path().c_str(), Nobody, Nobody) == 0 && bIsTheirs;
+        bIsTheirs = lchown(entry.path().c_str(), OrdinaryUid, OrdinaryUid) == 0 && bIsTheirs;
     }
     // As for whoever did not change: its files in /proc are its own.
-    return bIsTheirs && setgroups(0, nullptr) == 0 && setgid(Nobody) == 0 && setuid(Nobody) == 0 &&
-           prctl(PR_SET_DUMPABLE, 1) == 0;
+    return bIsTheirs && setgroups(0, nullptr) == 0 && setgid(OrdinaryUid) == 0 &&
+           setuid(OrdinaryUid) == 0 && prctl(PR_SET_DUMPABLE, 1) == 0;
 }
 
 /// Runs Work in a child process and returns its text; that of an exception begins with "thrown: ".
@@ -51,7 +54,7 @@ inline std::string TextFromOrdinaryUser(const std::filesystem::path& Folder,
         std::string text;
         try
         {
-            text = BecomeOrdinaryUser(Folder) ? Work() : "can't become nobody";
+            text = BecomeOrdinaryUser(Folder) ? Work() : "can't become an ordinary user";
         }
         catch (const std::exception& error)
         {
