@@ -32,6 +32,7 @@ while kill -0 $pid 2>/dev/null; do
 done
 wait $pid || fail "the program ended with $?: $(head -3 "$folder/errors")"
 [ ! -s "$folder/errors" ] || fail "standard error: $(head -3 "$folder/errors")"
+[ "$most_descriptors" -gt 0 ] && [ "$most_threads" -gt 0 ] || fail "the program was not seen while it ran"
 [ "$most_descriptors" -le 40 ] || fail "$most_descriptors descriptors were open at once"
 [ "$most_threads" -le 20 ] || fail "$most_threads threads ran at once"
 
