@@ -34,7 +34,9 @@ int main(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        PrintError(std::string("The program can't go on: ") + error.what() + '.');
+        // What leads here is a system without memory, threads or descriptors.
+        PrintError(std::string("The program can't go on (") + error.what() +
+                   "): end some programs and try again.");
     }
     return 1;
 }

@@ -7,6 +7,18 @@
 #include <cmath>
 #include <cstdint>
 
+TEST(TamedSec, IsWhatCanBeCounted)
+{
+    for (const double none : {NotANumber, -Infinity, -1.0, -0.0, 0.0})
+    {
+        EXPECT_EQ(TamedSec(none), 0.0) << none;
+    }
+    EXPECT_EQ(TamedSec(0.001), 0.001);
+    EXPECT_EQ(TamedSec(1e9), 1e9);
+    EXPECT_EQ(TamedSec(1e300), 1e9);
+    EXPECT_EQ(TamedSec(Infinity), 1e9);
+}
+
 TEST(FrameToleranceSec, IsThePlayersButHalfAFrameAtMost)
 {
     for (const double rate : {0.0, -1.0, std::nan(""), Infinity, 1.0, 25.0, 100.0})

@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+/// Sec as arithmetic in whole numbers can take it: 0 for NaN and times before the start, at most 1e9, which is
+/// more than any film lasts.
+double TamedSec(double Sec);
+
 /// How much earlier than the time asked for the frame may begin that the player shows.
 constexpr double PlayerToleranceSec = 0.005;
 
