@@ -119,7 +119,7 @@ int HeightOfLanes(int LaneCount)
 void TimelineIndex::PlaceClips(const QList<TimelineClip>& Clips, int LaneCount)
 {
     std::vector<PlacedClip> placed;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(Clips.size()); ++i)
+    for (qsizetype i = 0; i < Clips.size(); ++i)
     {
         const double aSec = Clips[i].StartSec;
         const double bSec = Clips[i].EndSec;
@@ -248,9 +248,9 @@ std::optional<std::size_t> MarkerAt(const TimelinePicture& Picture, QPointF Poin
     return found;
 }
 
-std::optional<std::size_t> ClipAt(const TimelinePicture& Picture, QPointF Point)
+std::optional<qsizetype> ClipAt(const TimelinePicture& Picture, QPointF Point)
 {
-    std::optional<std::size_t> found;
+    std::optional<qsizetype> found;
     const double fromSec = Picture.Scale.SecAt(Point.x() - NarrowestBarPx);
     const double toSec = Picture.Scale.SecAt(Point.x());
     for (int lane = 0; lane < Picture.Index.LaneCount(); ++lane)

@@ -43,7 +43,7 @@ inline constexpr int MaxLanes = 4;
 /// A saved clip in its lane.
 struct PlacedClip
 {
-    std::size_t Index = 0; ///< in TimelineState::Clips
+    qsizetype Index = 0;   ///< in TimelineState::Clips
     double StartSec = 0.0; ///< the earlier end, whichever of In and Out it is
     double EndSec = 0.0;
     double MaxEndSec = 0.0; ///< the latest end up to here in this lane
@@ -128,4 +128,4 @@ std::optional<RangeEnd> RangeEndAt(const TimelinePicture& Picture, QPointF Point
 /// Index into State.Markers of the flag or the label at Point.
 std::optional<std::size_t> MarkerAt(const TimelinePicture& Picture, QPointF Point);
 /// Index into State.Clips of the topmost bar at Point.
-std::optional<std::size_t> ClipAt(const TimelinePicture& Picture, QPointF Point);
+std::optional<qsizetype> ClipAt(const TimelinePicture& Picture, QPointF Point);

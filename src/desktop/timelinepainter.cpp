@@ -234,7 +234,7 @@ void PaintBar(QPainter& Painter, const TimelineClip& Clip, const QRectF& Bar, do
 
 struct BarToPaint
 {
-    std::size_t Index = 0; ///< in TimelineState::Clips
+    qsizetype Index = 0; ///< in TimelineState::Clips
     QRectF Bar;
 };
 

@@ -76,9 +76,9 @@ VideoWindow::VideoWindow(Session& NewRunning,
 
 void VideoWindow::ResizeOnScreen(QSize Wanted)
 {
-    constexpr QSize frame(16,
-                          48); // title bar and edges; their size is known only once they are there
-    resize(Wanted.boundedTo(screen()->availableSize() - frame));
+    // Title bar and edges: their size is known only once they are there.
+    constexpr QSize FrameSize(16, 48);
+    resize(Wanted.boundedTo(screen()->availableSize() - FrameSize));
 }
 
 void VideoWindow::FocusVideo()
