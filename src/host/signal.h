@@ -39,6 +39,6 @@ public:
         }
     }
 
-    std::vector<Slot>
-        slots; ///< in the order of calling; one that connect did not put here is copied each time
+    /// In the order of calling. One that connect did not put here is copied for each call.
+    std::vector<Slot> slots;
 };
