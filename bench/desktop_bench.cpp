@@ -1,7 +1,7 @@
 // What the windows cost with a great many clips: a frame, a selection and each action, with all of the
 // toolkit and without a screen.
 
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 #include "desktop/actionset.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
@@ -11,7 +11,7 @@
 #include "desktop/timelinewidget.h"
 #include "fakes/fakevideo.h"
 #include "host/mvvideowindow.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QApplication>
 #include <QTableView>

@@ -2,9 +2,9 @@
 
 #include "cli/commandline.h"
 #include "cli/exportcommand.h"
-#include "cli/exportreport.h"
-#include "cli/processsetup.h"
 #include "desktop/application.h"
+#include "process/processsetup.h"
+#include "process/sentences.h"
 
 #include <exception>
 #include <string>

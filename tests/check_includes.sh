@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks that includes point one way: desktop -> cli -> media and panel -> host.
+# Checks that includes point one way: desktop -> cli -> app -> export and player -> media -> host, and
+# app -> panel -> host.
 #
 #     tests/check_includes.sh [ROOT]
 #
@@ -16,10 +17,14 @@ name='[a-z0-9_]+\.h'
 declare -A allowed=(
     [host]="$standard|<(dirent|fcntl|locale|poll|pthread|pwd|signal|spawn|unistd)\.h>|<sys/[a-z]+\.h>|\"host/$name\""
     [panel]="$standard|<unistd\.h>|\"(panel|host)/$name\""
+    [process]="<[^Q>][^>]*>|\"(process|host)/$name\""
     [media]="<[^Q>][^>]*>|\"(media|host)/$name\""
-    [cli]="<[^Q>][^>]*>|\"(cli|media|panel|host)/$name\""
-    [desktop]="<[^>]+>|\"(desktop|cli|media|panel|host)/$name\""
-    [.]="<[^>]+>|\"(desktop|cli|media|panel|host)/$name\""
+    [player]="<[^Q>][^>]*>|\"(player|media|process|host)/$name\""
+    [export]="<[^Q>][^>]*>|\"(export|media|host)/$name\""
+    [app]="<[^Q>][^>]*>|\"(app|export|player|media|process|panel|host)/$name\""
+    [cli]="<[^Q>][^>]*>|\"(cli|app|export|player|media|process|panel|host)/$name\""
+    [desktop]="<[^>]+>|\"(desktop|cli|app|export|player|media|process|panel|host)/$name\""
+    [.]="<[^>]+>|\"(desktop|cli|app|export|player|media|process|panel|host)/$name\""
 )
 
 status=0

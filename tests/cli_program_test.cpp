@@ -2,7 +2,7 @@
 
 #include "cliprogram.h"
 
-#include "cli/stopsignals.h"
+#include "process/stopsignals.h"
 
 #include <nlohmann/json.hpp>
 

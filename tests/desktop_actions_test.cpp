@@ -6,7 +6,7 @@
 #include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/widgetkeys.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QFile>
 #include <QLineEdit>

@@ -1,6 +1,6 @@
 // The clip panel on the screen with the real panel on the real host; the player is a fake.
 
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 #include "desktop/actionset.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/cliptablemodel.h"
@@ -10,7 +10,7 @@
 #include "fakes/fakevideo.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QApplication>
 #include <QHeaderView>

@@ -8,7 +8,7 @@
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"
 #include "media/framenumber.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QAbstractEventDispatcher>
 #include <QTest>

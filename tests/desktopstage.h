@@ -6,7 +6,6 @@
 
 #pragma once
 
-#include "cli/processsetup.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
@@ -26,7 +25,8 @@
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
 #include "media/exportprogress.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
+#include "process/processsetup.h"
 
 #include <QApplication>
 #include <QDragEnterEvent>

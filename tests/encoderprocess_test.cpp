@@ -2,7 +2,7 @@
 
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 #include "waitfor.h"
 
 #include <cerrno>

@@ -9,11 +9,11 @@ movane_test(media_test
         framenumber_test.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
-    LIBRARIES movane_media PkgConfig::MPV)
+    LIBRARIES movane_player PkgConfig::MPV)
 
 movane_test(threadroom_test
     SOURCES threadroom_test.cpp fakes/failingnew.cpp
-    LIBRARIES movane_media)
+    LIBRARIES movane_process)
 
 movane_test(exportprogress_test
     SOURCES

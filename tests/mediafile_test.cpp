@@ -1,7 +1,7 @@
 // What a media file says of itself, on files made by the real ffmpeg.
 
 #include "media/mediafile.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include "fakes/failingread.h"
 #include "fakes/tempfolder.h"

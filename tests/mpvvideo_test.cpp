@@ -1,4 +1,4 @@
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include "fakes/environmentguard.h"
 #include "fakes/samplevideo.h"

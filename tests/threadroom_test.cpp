@@ -1,4 +1,4 @@
-#include "media/threadroom.h"
+#include "process/threadroom.h"
 
 #include "fakes/failingnew.h"
 

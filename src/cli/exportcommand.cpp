@@ -1,13 +1,10 @@
 #include "cli/exportcommand.h"
 
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 #include "cli/cliptext.h"
 #include "cli/exportreport.h"
 #include "cli/exporttarget.h"
-#include "cli/processsetup.h"
-#include "cli/stopsignals.h"
 #include "cli/terminalprogress.h"
-#include "cli/wakeup.h"
 #include "host/apppaths.h"
 #include "host/atomicfile.h"
 #include "host/core.h"
@@ -15,8 +12,12 @@
 #include "host/ttf.h"
 #include "media/encoderprocess.h"
 #include "media/mediafile.h"
-#include "media/mpvvideo.h"
 #include "panel/mvclipcontrolpanel.h"
+#include "player/mpvvideo.h"
+#include "process/processsetup.h"
+#include "process/sentences.h"
+#include "process/stopsignals.h"
+#include "process/wakeup.h"
 
 #include <array>
 #include <cerrno>

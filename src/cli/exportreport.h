@@ -1,14 +1,12 @@
-// What "movane export" prints: on standard output lines for people or JSON objects for programs, on
-// standard error one sentence for each error.
+// What "movane export" prints on standard output: lines for people or JSON objects for programs.
 //
 // A line stays one line: control characters in names and paths are printed as '?'. JSON keeps them,
-// and replaces bytes that are not UTF-8. UI thread only, but for the free functions.
+// and replaces bytes that are not UTF-8. UI thread only.
 
 #pragma once
 
 #include "host/movane.h"
 
-#include <exception>
 #include <string>
 
 /// What became of one clip.
@@ -49,15 +47,3 @@ private:
     Form OutputForm;
     std::string FirstWriteError;
 };
-
-/// What was thrown as one sentence, which names the path of a file-system error.
-std::string SentenceOf(const std::exception& Error);
-
-/// Text with '?' in place of control characters.
-std::string OneLine(std::string Text);
-
-/// Prints a text of several lines on standard output. False when that failed, which has been told then.
-bool PrintText(const std::string& Text);
-
-/// Prints "movane: " and the sentence as one line on standard error.
-void PrintError(const std::string& Sentence);

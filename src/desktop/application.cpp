@@ -1,10 +1,6 @@
 #include "desktop/application.h"
 
 #include "cli/exportcommand.h"
-#include "cli/exportreport.h"
-#include "cli/processsetup.h"
-#include "cli/stopsignals.h"
-#include "cli/wakeup.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
 #include "desktop/exportwatch.h"
@@ -19,8 +15,12 @@
 #include "host/environment.h"
 #include "host/mvtheme.h"
 #include "media/exportprogress.h"
-#include "media/mpvvideo.h"
-#include "media/threadroom.h"
+#include "player/mpvvideo.h"
+#include "process/processsetup.h"
+#include "process/sentences.h"
+#include "process/stopsignals.h"
+#include "process/threadroom.h"
+#include "process/wakeup.h"
 
 #include <QApplication>
 #include <QSocketNotifier>

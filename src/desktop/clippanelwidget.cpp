@@ -1,6 +1,6 @@
 #include "desktop/clippanelwidget.h"
 
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 #include "desktop/actionset.h"
 #include "desktop/cliptablemodel.h"
 #include "desktop/cliptableview.h"

@@ -1,10 +1,10 @@
 #include "desktop/commands.h"
 
-#include "cli/exportreport.h"
 #include "desktop/session.h"
 #include "desktop/videodocument.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
+#include "process/sentences.h"
 
 #include <algorithm>
 #include <array>

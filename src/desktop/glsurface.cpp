@@ -1,7 +1,7 @@
 #include "desktop/glsurface.h"
 
 #include "desktop/theme.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>

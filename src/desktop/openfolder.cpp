@@ -1,6 +1,6 @@
 #include "desktop/openfolder.h"
 
-#include "cli/processsetup.h"
+#include "process/processsetup.h"
 
 #include <QDesktopServices>
 #include <QProcess>

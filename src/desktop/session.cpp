@@ -3,7 +3,7 @@
 #include "desktop/qtfont.h"
 #include "desktop/videodocument.h"
 #include "host/mvtimecontrol.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QMetaObject>
 

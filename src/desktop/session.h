@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 #include "host/core.h"
 #include "panel/mvclipcontrolpanel.h"
 

@@ -1,7 +1,7 @@
 #include "desktop/swsurface.h"
 
 #include "desktop/theme.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QPainter>
 

@@ -1,7 +1,7 @@
 #include "desktop/videodocument.h"
 
 #include "host/mvtimecontrol.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <algorithm>
 #include <cmath>

@@ -9,7 +9,7 @@
 #include "desktop/transportbar.h"
 #include "desktop/videodocument.h"
 #include "host/mvtimecontrol.h"
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include <QMenu>
 #include <QVBoxLayout>

@@ -1,4 +1,4 @@
-#include "media/mpvnode.h"
+#include "player/mpvnode.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "cli/clippanelrecords.h"
+#include "app/clippanelrecords.h"
 
 #include "panel/mvclipcontrolpanel.h"
 

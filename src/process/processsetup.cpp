@@ -1,7 +1,7 @@
-#include "cli/processsetup.h"
+#include "process/processsetup.h"
 
-#include "cli/exportreport.h"
 #include "host/log.h"
+#include "process/sentences.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>

@@ -1,4 +1,4 @@
-#include "cli/wakeup.h"
+#include "process/wakeup.h"
 
 #include <cerrno>
 #include <system_error>

@@ -1,4 +1,4 @@
-#include "cli/stopsignals.h"
+#include "process/stopsignals.h"
 
 #include <array>
 #include <atomic>

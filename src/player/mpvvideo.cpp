@@ -1,10 +1,10 @@
-#include "media/mpvvideo.h"
+#include "player/mpvvideo.h"
 
 #include "media/framenumber.h"
 #include "media/mediafile.h"
-#include "media/mpvnode.h"
 #include "media/openfile.h"
-#include "media/threadroom.h"
+#include "player/mpvnode.h"
+#include "process/threadroom.h"
 
 #include <algorithm>
 #include <array>
