@@ -23,6 +23,7 @@
 #include <QVBoxLayout>
 
 #include <array>
+#include <utility>
 
 namespace
 {
@@ -170,15 +171,21 @@ void ClipPanelWidget::AddButtons()
 void ClipPanelWidget::ConnectTable()
 {
     connect(pTable->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this]
+            &ClipPanelWidget::TakeSelection);
+    // A right click on one of several selected rows changes the current row alone. A row that is to be
+    // selected, too, becomes the current one first.
+    connect(pTable->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& Current)
             {
-                const QModelIndexList rows = pTable->selectionModel()->selectedRows();
-                SelectInHost(rows.isEmpty() ? -1 : rows.first().row());
+                if (pTable->selectionModel()->isSelected(Current))
+                {
+                    TakeSelection();
+                }
             });
     connect(pTable, &QTableView::doubleClicked, this,
             [this](const QModelIndex& Index)
             {
-                SelectInHost(Index.row());
+                pTable->SelectOnly(Index.row());
                 Trigger(ActionId::LoadClip);
             });
     connect(pTable, &ClipTableView::TextResized, this, &ClipPanelWidget::UpdateGeometryRecords);
@@ -243,20 +250,21 @@ void ClipPanelWidget::SyncTable()
     }
 }
 
-void ClipPanelWidget::SyncSelection(bool bScroll)
+// The rows that the user has selected stay selected while the host's row is the current one of them. A row
+// that the host chose itself is selected alone, also after clips came or went: the others are other clips.
+void ClipPanelWidget::SyncSelection(bool bCountChanged)
 {
     const int row = Panel.SelectedClipIndex();
-    const QModelIndex index = pModel->index(row, 0);
-    QItemSelectionModel& selection = *pTable->selectionModel();
-    const bool bShown = index.isValid() ? selection.isRowSelected(row) : !selection.hasSelection();
-    if (!bShown)
+    const bool bShown =
+        row == pTable->CurrentSelectedRow() && (row < 0 || row == pTable->currentIndex().row());
+    if (!bShown || bCountChanged)
     {
-        selection.setCurrentIndex(index,
-                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        pTable->SelectOnly(row);
+        Records.SelectedRows.clear();
     }
-    if (index.isValid() && (!bShown || bScroll))
+    if (row >= 0 && (!bShown || bCountChanged))
     {
-        pTable->scrollTo(index);
+        pTable->scrollTo(pModel->index(row, 0));
     }
 }
 
@@ -281,14 +289,27 @@ void ClipPanelWidget::SyncLabels()
 
 // -- The user to the host
 
-void ClipPanelWidget::SelectInHost(int Row)
+void ClipPanelWidget::TakeSelection()
 {
-    if (bSyncing || Row == Panel.SelectedClipIndex())
+    if (bSyncing)
     {
         return;
     }
-    Records.Table.SelectRow(Row);
-    SyncFromHost();
+    std::vector<int> rows = pTable->SelectedRows();
+    const int row = pTable->CurrentSelectedRow();
+    if (row != pTable->currentIndex().row())
+    {
+        // A click with Ctrl has just taken the current row out.
+        const QScopedValueRollback syncing(bSyncing, true);
+        pTable->selectionModel()->setCurrentIndex(pModel->index(row, 0),
+                                                  QItemSelectionModel::NoUpdate);
+    }
+    Records.SelectedRows = rows.size() > 1 ? std::move(rows) : std::vector<int>();
+    if (row != Panel.SelectedClipIndex())
+    {
+        Records.Table.SelectRow(row);
+        SyncFromHost();
+    }
 }
 
 // By its signal rather than by trigger(): a button works also while the action's key is switched off.

@@ -62,11 +62,11 @@ private:
     void ConnectNameField();
 
     void SyncTable();
-    void SyncSelection(bool bScroll);
+    void SyncSelection(bool bCountChanged);
     void SyncName();
     void SyncLabels();
 
-    void SelectInHost(int Row);
+    void TakeSelection();
     void Trigger(ActionId Id);
     void LeaveName();
     void ShowRowMenu(const QPoint& GlobalPos);

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace
 {
@@ -101,7 +102,7 @@ ClipTableView::ClipTableView(QWidget* pParent)
 {
     setHorizontalHeader(new TitleHeader(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
-    setSelectionMode(QAbstractItemView::SingleSelection);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setTabKeyNavigation(false);
     setShowGrid(false);
@@ -178,6 +179,41 @@ void ClipTableView::ApplyFractions(const std::vector<double>& Fractions)
 int ClipTableView::CellPaddingPx()
 {
     return Theme::ScaledPx(4);
+}
+
+std::vector<int> ClipTableView::SelectedRows() const
+{
+    std::vector<int> rows;
+    for (const QItemSelectionRange& range : selectionModel()->selection())
+    {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+        {
+            rows.push_back(row);
+        }
+    }
+    std::ranges::sort(rows);
+    return rows;
+}
+
+int ClipTableView::CurrentSelectedRow() const
+{
+    const int current = currentIndex().row();
+    int nearest = -1;
+    for (const QItemSelectionRange& range : selectionModel()->selection())
+    {
+        const int row = std::clamp(current, range.top(), range.bottom());
+        if (nearest < 0 || std::abs(row - current) < std::abs(nearest - current))
+        {
+            nearest = row;
+        }
+    }
+    return nearest;
+}
+
+void ClipTableView::SelectOnly(int Row)
+{
+    selectionModel()->setCurrentIndex(model()->index(Row, 0), QItemSelectionModel::ClearAndSelect |
+                                                                  QItemSelectionModel::Rows);
 }
 
 std::pair<int, int> ClipTableView::RowsInView() const
