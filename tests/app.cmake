@@ -1,0 +1,1 @@
+movane_test(exportqueue_test SOURCES exportqueue_test.cpp LIBRARIES movane_app)
