@@ -18,7 +18,6 @@ function(movane_desktop_test name)
 endfunction()
 
 movane_test(timetext_test SOURCES timetext_test.cpp LIBRARIES movane_desktop)
-movane_test(exportstates_test SOURCES exportstates_test.cpp LIBRARIES movane_app)
 movane_desktop_test(desktop_transport_test SOURCES desktop_transport_test.cpp)
 
 # The same rules three times: in memory, on a screen of twice the pixels, and with OpenGL.

@@ -1,0 +1,2 @@
+movane_test(exportqueue_test SOURCES exportqueue_test.cpp LIBRARIES movane_app)
+movane_test(exportstates_test SOURCES exportstates_test.cpp LIBRARIES movane_app)
