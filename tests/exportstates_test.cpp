@@ -48,7 +48,7 @@ protected:
         const ExportStates::ClipID id = States.IdOf(Row);
         States.Queue(Row);
         States.Begin(id);
-        States.EndDone(id, Path);
+        States.EndDone(Path);
     }
 
     std::vector<SavedClip> Clips = {NewClip("A"), NewClip("B"), NewClip("C")};
@@ -83,7 +83,7 @@ TEST_F(ExportStatesTest, AnExportIsQueuedThenRunsThenIsDone)
     States.Progress(0.25);
     EXPECT_EQ(States.Of(1), (ClipExport{.State = ExportState::Running, .Fraction = 0.25}));
     EXPECT_TRUE(States.IsUnderWay(1));
-    States.EndDone(id, "/clips/b.mkv");
+    States.EndDone("/clips/b.mkv");
     EXPECT_EQ(States.Of(1), (ClipExport{.State = ExportState::Done, .Path = "/clips/b.mkv"}));
     EXPECT_FALSE(States.IsUnderWay(1));
     EXPECT_EQ(StateOf(0), ExportState::None);
@@ -96,21 +96,13 @@ TEST_F(ExportStatesTest, AFailureKeepsItsReasonAndTheEarlierFile)
     Export(0, "/clips/a.mkv");
     States.Queue(0);
     States.Begin(States.IdOf(0));
-    States.EndFailed(States.IdOf(0), "Clip export failed: disk full");
+    States.EndFailed("Clip export failed: disk full");
     EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Failed,
                                         .Path = "/clips/a.mkv",
                                         .Reason = "Clip export failed: disk full"}));
     EXPECT_EQ(States.CountMissing(), 2);
     Export(0, "/clips/a2.mkv");
     EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = "/clips/a2.mkv"}));
-}
-
-TEST_F(ExportStatesTest, ARefusalBeforeTheStartIsAFailure)
-{
-    States.Queue(2);
-    States.EndFailed(States.IdOf(2), "Selected clip is too short to export.");
-    EXPECT_EQ(StateOf(2), ExportState::Failed);
-    EXPECT_FALSE(States.IsUnderWay(2));
 }
 
 TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBefore)
@@ -121,7 +113,7 @@ TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBefore)
         const ClipExport before = States.Of(row);
         States.Queue(row);
         States.Begin(States.IdOf(row));
-        States.EndStopped(States.IdOf(row));
+        States.EndStopped();
         EXPECT_EQ(States.Of(row), before);
     }
 }
@@ -172,7 +164,7 @@ TEST_F(ExportStatesTest, AnExportKeepsWhatTheClipWasWhenItWasQueued)
     Clips[0].Name = "Renamed";
     EXPECT_FALSE(States.IsUnderWay(0));
     States.Begin(id);
-    States.EndDone(id, "/clips/a.mkv");
+    States.EndDone("/clips/a.mkv");
     EXPECT_EQ(StateOf(0), ExportState::Outdated);
 }
 
@@ -184,10 +176,10 @@ TEST_F(ExportStatesTest, AClipThatWasRenamedMayWaitTwice)
     States.Queue(0);
     EXPECT_TRUE(States.IsUnderWay(0));
     States.Begin(id);
-    States.EndDone(id, "/clips/a.mkv");
+    States.EndDone("/clips/a.mkv");
     EXPECT_EQ(StateOf(0), ExportState::Queued);
     States.Begin(id);
-    States.EndDone(id, "/clips/renamed.mkv");
+    States.EndDone("/clips/renamed.mkv");
     EXPECT_EQ(StateOf(0), ExportState::Done);
 }
 
@@ -200,7 +192,8 @@ TEST_F(ExportStatesTest, ADeletedClipTakesItsStateAlongWhereverItStands)
         Clips = {NewClip("A"), NewClip("A"), NewClip("A")}; // alike, so that the row alone tells
         ExportStates states{Clips};
         states.Queue(row);
-        states.EndDone(states.IdOf(row), "/clips/a.mkv");
+        states.Begin(states.IdOf(row));
+        states.EndDone("/clips/a.mkv");
         Clips.erase(Clips.begin() + row);
         states.Follow(row);
         EXPECT_EQ(states.Of(0), ClipExport());
@@ -235,13 +228,13 @@ TEST_F(ExportStatesTest, TheExportOfADeletedClipEndsForNobody)
     Delete(1);
     States.Progress(0.5);
     EXPECT_EQ(StateOf(1), ExportState::None);
-    States.EndDone(id, "/clips/b.mkv");
+    States.EndDone("/clips/b.mkv");
     States.Withdraw(id);
     EXPECT_EQ(States.CountMissing(), 2);
     // The next one is not taken for it.
     States.Queue(0);
     States.Begin(States.IdOf(0));
-    States.EndDone(States.IdOf(0), "/clips/a.mkv");
+    States.EndDone("/clips/a.mkv");
     EXPECT_EQ(StateOf(0), ExportState::Done);
 }
 
@@ -279,7 +272,8 @@ TEST_F(ExportStatesTest, WhatIsMissingOutdatedFailedOrGoneFromTheDiskIsToBeExpor
     Export(2, whole);
     Clips[2].Name = "Renamed";
     States.Queue(3);
-    States.EndFailed(States.IdOf(3), "Clip export failed.");
+    States.Begin(States.IdOf(3));
+    States.EndFailed("Clip export failed.");
     States.Queue(4);
     EXPECT_THAT(States.RowsToExport(), ElementsAre(1, 2, 3, 5));
     EXPECT_EQ(States.CountMissing(), 4);             // 2, 3, 4, 5

@@ -136,14 +136,9 @@ void ExportStates::Progress(double Fraction)
 }
 
 // The outcome to write down, null where the clip has left the list.
-ExportStates::Outcome* ExportStates::End(ClipID ID)
+ExportStates::Outcome* ExportStates::End()
 {
-    if (RunningID != ID)
-    {
-        Begin(ID); // refused before it ran
-    }
-    RunningID = 0;
-    Entry* const entry = Find(ID);
+    Entry* const entry = Find(std::exchange(RunningID, 0));
     if (entry != nullptr && entry->pOutcome == nullptr)
     {
         entry->pOutcome = std::make_unique<Outcome>();
@@ -151,25 +146,25 @@ ExportStates::Outcome* ExportStates::End(ClipID ID)
     return entry != nullptr ? entry->pOutcome.get() : nullptr;
 }
 
-void ExportStates::EndDone(ClipID ID, const std::string& Path)
+void ExportStates::EndDone(const std::string& Path)
 {
-    if (Outcome* const outcome = End(ID))
+    if (Outcome* const outcome = End())
     {
         *outcome = {.Path = Path, .Exported = std::move(RunningClip), .Reason = {}};
     }
 }
 
-void ExportStates::EndFailed(ClipID ID, const std::string& Reason)
+void ExportStates::EndFailed(const std::string& Reason)
 {
-    if (Outcome* const outcome = End(ID))
+    if (Outcome* const outcome = End())
     {
         outcome->Reason = Reason;
     }
 }
 
-void ExportStates::EndStopped(ClipID ID)
+void ExportStates::EndStopped()
 {
-    End(ID);
+    End();
 }
 
 // -- Counts

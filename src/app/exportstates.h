@@ -64,16 +64,16 @@ public:
     void Queue(int Row);
     /// None of the clip's exports waits any more.
     void Withdraw(ClipID ID);
-    /// The first of the clip's waiting exports runs.
+    /// The first of the clip's waiting exports begins.
     void Begin(ClipID ID);
     /// The running export has come so far.
     void Progress(double Fraction);
-    /// The clip's running export, or the first waiting one where none runs, has ended with a whole file,
-    void EndDone(ClipID ID, const std::string& Path);
+    /// The running export has ended with a whole file,
+    void EndDone(const std::string& Path);
     /// without one,
-    void EndFailed(ClipID ID, const std::string& Reason);
+    void EndFailed(const std::string& Reason);
     /// or by the user's wish: the clip is again what it was before.
-    void EndStopped(ClipID ID);
+    void EndStopped();
 
     /// Whether an export of what the clip is now waits or runs.
     bool IsUnderWay(int Row) const;
@@ -102,7 +102,7 @@ private:
     Entry* Find(ClipID ID);
     const Entry* EntryAt(int Index) const;
     bool HasFile(std::size_t Index) const;
-    Outcome* End(ClipID ID);
+    Outcome* End();
 
     const std::vector<SavedClip>& Clips;
     std::vector<Entry> Entries;

@@ -3,7 +3,6 @@
 #include "cli/exportcommand.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
-#include "desktop/exportwatch.h"
 #include "desktop/icons.h"
 #include "desktop/mainwindow.h"
 #include "desktop/pathtext.h"
@@ -14,7 +13,6 @@
 #include "host/apppaths.h"
 #include "host/environment.h"
 #include "host/mvtheme.h"
-#include "media/exportprogress.h"
 #include "player/mpvvideo.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
@@ -122,8 +120,6 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         return 1;
     }
     PointStandardInputAtNull();
-    AdoptOrphans();
-    const std::string reportPath = EnableExportReport();
     const WakeUp stopWish; // for the thread of the signals, which outlives the application
     const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});
 
@@ -147,8 +143,7 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     application.installEventFilter(&widgetKeys);
     Session session(&MakePlayer);
     Commands commands(session);
-    ExportWatch exportWatch(session, reportPath, [&stop] { return stop.Received() != 0; });
-    Desktop desktop(session, commands, exportWatch, SurfaceOf(Options.Video));
+    Desktop desktop(session, commands, SurfaceOf(Options.Video));
     if (!desktop.Start(error))
     {
         PrintError(error);

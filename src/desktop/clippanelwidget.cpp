@@ -1,14 +1,13 @@
 #include "desktop/clippanelwidget.h"
 
-#include "app/clippanelrecords.h"
 #include "desktop/actionset.h"
 #include "desktop/cliptablemodel.h"
 #include "desktop/cliptableview.h"
 #include "desktop/gridflow.h"
 #include "desktop/plainlabel.h"
+#include "desktop/session.h"
 #include "desktop/theme.h"
 #include "host/core.h"
-#include "panel/mvclipcontrolpanel.h"
 
 #include <QApplication>
 #include <QInputMethod>
@@ -34,7 +33,8 @@ constexpr int SpacingPx = 6;
 // In the order of a clip's life: make it, look at it, change it, use it.
 constexpr std::array ButtonIds = {ActionId::SaveClip,   ActionId::AddMarker,  ActionId::ClearRange,
                                   ActionId::LoadClip,   ActionId::JumpToIn,   ActionId::JumpToOut,
-                                  ActionId::RenameClip, ActionId::DeleteClip, ActionId::ExportClip};
+                                  ActionId::RenameClip, ActionId::DeleteClip, ActionId::ExportClip,
+                                  ActionId::ExportAll};
 
 PlainLabel* NewLabel(const char* Name, PlainLabel::Overflow Overflow)
 {
@@ -63,17 +63,24 @@ QToolButton* NewButton(const QAction& Action)
     return button;
 }
 
-// Scrolls up and down only, so it must never be narrower than what it holds.
+// Scrolls up and down only, so it must never be narrower than what it holds. Its scroll bar comes and goes in
+// a strip that is always left free, so that nothing moves sideways.
 class BodyScroll : public QScrollArea
 {
 public:
+    BodyScroll()
+    {
+        verticalScrollBar()->setObjectName("bodyScrollBar");
+        connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this] { KeepStrip(); });
+        KeepStrip();
+    }
+
     QSize minimumSizeHint() const override
     {
         QSize hint = QScrollArea::minimumSizeHint();
         if (widget() != nullptr)
         {
-            hint.setWidth(widget()->minimumSizeHint().width() +
-                          verticalScrollBar()->sizeHint().width());
+            hint.setWidth(widget()->minimumSizeHint().width() + StripPx());
         }
         return hint;
     }
@@ -86,16 +93,31 @@ public:
         }
         return QScrollArea::eventFilter(pWatched, pEvent);
     }
+
+protected:
+    void changeEvent(QEvent* pEvent) override
+    {
+        QScrollArea::changeEvent(pEvent);
+        if (pEvent->type() == QEvent::StyleChange)
+        {
+            KeepStrip();
+        }
+    }
+
+private:
+    int StripPx() const { return verticalScrollBar()->sizeHint().width(); }
+    void KeepStrip()
+    {
+        setViewportMargins(0, 0, verticalScrollBar()->maximum() > 0 ? 0 : StripPx(), 0);
+    }
 };
 } // namespace
 
-ClipPanelWidget::ClipPanelWidget(MvClipControlPanel& ShownPanel,
-                                 ClipPanelRecords& HostRecords,
-                                 const ActionSet& WindowActions,
-                                 QWidget* pParent)
+ClipPanelWidget::ClipPanelWidget(Session& Running, const ActionSet& WindowActions, QWidget* pParent)
     : QWidget(pParent)
-    , Panel(ShownPanel)
-    , Records(HostRecords)
+    , Panel(Running.Panel())
+    , Records(Running.Records())
+    , States(Running.Exports().States())
     , Actions(WindowActions)
 {
     BuildBody();
@@ -112,9 +134,11 @@ void ClipPanelWidget::BuildBody()
     pSourceLabel = NewLabel("clipSource", PlainLabel::Overflow::ElideMiddle);
     pRangeLabel = NewLabel("clipRange", PlainLabel::Overflow::Wrap);
     pMarkersLabel = NewLabel("clipMarkers", PlainLabel::Overflow::Wrap);
+    pRangeLabel->KeepRoomFor("Current Range: 0:00:00 -> 0:00:00   LEN 0:00:00");
+    pMarkersLabel->KeepRoomFor("Markers: 000   Current: 0:00:00");
     pStatusLabel = NewLabel("clipStatus", PlainLabel::Overflow::Wrap);
 
-    pModel = new ClipTableModel(Panel, this);
+    pModel = new ClipTableModel(Panel, States, this);
     pTable = new ClipTableView;
     pTable->setObjectName("clipTable");
     pTable->setModel(pModel);
@@ -130,14 +154,15 @@ void ClipPanelWidget::BuildBody()
 
     auto* const body = new QWidget;
     auto* const lines = new QVBoxLayout(body);
-    lines->setContentsMargins(MarginPx, MarginPx, MarginPx, MarginPx);
+    lines->setContentsMargins(MarginPx, MarginPx, 0, MarginPx);
     lines->setSpacing(SpacingPx);
     lines->addWidget(pSourceLabel);
     lines->addWidget(pRangeLabel);
     lines->addWidget(pMarkersLabel);
-    lines->addWidget(pTable, 1);
+    // Whatever the status says and whatever runs, the table gives and takes the room, and no button moves.
     lines->addWidget(pNameEdit);
     lines->addLayout(pButtons);
+    lines->addWidget(pTable, 1);
 
     pScroll = new BodyScroll;
     pScroll->setFrameShape(QFrame::NoFrame);
@@ -331,6 +356,12 @@ void ClipPanelWidget::FocusName()
     pNameEdit->selectAll();
 }
 
+void ClipPanelWidget::SelectAll()
+{
+    pTable->setFocus(Qt::ShortcutFocusReason);
+    pTable->selectAll();
+}
+
 void ClipPanelWidget::LeaveName()
 {
     QWidget* const before = pFocusBeforeName;
@@ -363,14 +394,18 @@ void ClipPanelWidget::ShowRowMenu(const QPoint& GlobalPos)
 {
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (const ActionId id : {ActionId::LoadClip, ActionId::JumpToIn, ActionId::JumpToOut})
+    Actions.EnableFor(States.Of(Panel.SelectedClipIndex()));
+    using enum ActionId;
+    for (const auto& group : {std::vector{LoadClip, JumpToIn, JumpToOut},
+                              {OpenClipFile, OpenClipFolder, CopyClipPath},
+                              {ExportClip, ExportAgain, RemoveFromQueue},
+                              {EditName, DeleteClip}})
     {
-        menu->addAction(Actions.Get(id));
-    }
-    menu->addSeparator();
-    for (const ActionId id : {ActionId::EditName, ActionId::DeleteClip, ActionId::ExportClip})
-    {
-        menu->addAction(Actions.Get(id));
+        for (const ActionId id : group)
+        {
+            menu->addAction(Actions.Get(id));
+        }
+        menu->addSeparator();
     }
     menu->popup(GlobalPos);
 }

@@ -30,6 +30,7 @@ public:
     static int CellPaddingPx();
     /// The selected rows in their order. O(selected rows).
     std::vector<int> SelectedRows() const;
+    bool HasSeveralSelected() const;
     /// The current row where it is selected, else the selected one that is nearest to it; -1 without any.
     int CurrentSelectedRow() const;
     /// Selects one row alone, which becomes the current one; -1 for none.

@@ -4,13 +4,12 @@
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktopnotifier.h"
+#include "desktop/desktopopen.h"
 #include "desktop/encodercheck.h"
-#include "desktop/exportwatch.h"
 #include "desktop/keyspage.h"
 #include "desktop/launcherprogress.h"
 #include "desktop/mainwindow.h"
 #include "desktop/notificationoverlay.h"
-#include "desktop/openfolder.h"
 #include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
@@ -52,13 +51,9 @@ VideoPane* PaneAround(QObject* pObject)
 }
 } // namespace
 
-Desktop::Desktop(Session& NewRunning,
-                 Commands& NewActs,
-                 ExportWatch& NewExport,
-                 SurfaceKind NewKind)
+Desktop::Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind)
     : Running(NewRunning)
     , Acts(NewActs)
-    , Export(NewExport)
     , Kind(NewKind)
     , Remembered(LoadSettings())
 {
@@ -96,15 +91,11 @@ bool Desktop::Start(std::string& OutError)
     {
         return false;
     }
-    pMain = std::make_unique<MainWindow>(Running, Acts, *document, Kind, Export);
+    pMain = std::make_unique<MainWindow>(Running, Acts, *document, Kind);
     ConnectWindow(*pMain);
     pOverlay = new NotificationOverlay(*pMain->Pane().Picture());
     pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
-    auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
-    connect(&Export, &ExportWatch::Progressed, launcher,
-            [launcher](const ExportProgressRecord& Progress)
-            { launcher->Show(Progress.Fraction); });
-    connect(&Export, &ExportWatch::Ended, launcher, &LauncherProgress::Clear);
+    ShowProgressInTaskBar();
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
@@ -115,6 +106,15 @@ bool Desktop::Start(std::string& OutError)
         ShowError(problem);
     }
     return true;
+}
+
+void Desktop::ShowProgressInTaskBar()
+{
+    auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
+    const ClipExports& exports = Running.Exports();
+    connect(&exports, &ClipExports::Changed, launcher,
+            [launcher, &exports]
+            { exports.IsRunning() ? launcher->Show(exports.FractionOfAll()) : launcher->Clear(); });
 }
 
 void Desktop::ConnectCommands()
@@ -150,8 +150,6 @@ void Desktop::ConnectCommands()
     connect(&Acts, &Commands::FullScreenRequested, this, &Desktop::ToggleFullScreen);
     connect(&Acts, &Commands::KeysRequested, this, &Desktop::ShowKeys);
     connect(&Acts, &Commands::AboutRequested, this, &Desktop::ShowAbout);
-    connect(&Acts, &Commands::ExportStarted, &Export, &ExportWatch::Begin);
-    connect(&Acts, &Commands::ExportStopRequested, &Export, &ExportWatch::Stop);
 }
 
 void Desktop::ConnectWindow(VideoWindow& Window)
@@ -399,10 +397,11 @@ void Desktop::ShowError(const std::string& Sentence)
 void Desktop::ShowNotification(const Movane::Notification& Shown)
 {
     std::function<void()> openFolder;
-    const bool bExported = Shown.Title == "Clip Export" && Running.Panel().bExportResultSuccess;
+    const std::string folder = Running.Exports().FinishedFolder();
+    const bool bExported = Shown.Title == "Clip Export" && !folder.empty();
     if (bExported)
     {
-        openFolder = [folder = AppPaths::RecordingsDir() + "/clips"] { OpenFolder(folder); };
+        openFolder = [folder] { OpenWithDesktop(folder); };
     }
     const QString actionText = bExported ? QString("Open folder") : QString();
     pOverlay->Add(Shown, actionText, openFolder);

@@ -19,7 +19,6 @@
 
 class Commands;
 class DesktopNotifier;
-class ExportWatch;
 class KeysPageDialog;
 class MainWindow;
 class NotificationOverlay;
@@ -31,7 +30,7 @@ class Desktop : public QObject
     Q_OBJECT
 
 public:
-    Desktop(Session& NewRunning, Commands& NewActs, ExportWatch& NewExport, SurfaceKind NewKind);
+    Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind);
     /// Saves the settings and closes all windows.
     ~Desktop() override;
 
@@ -54,6 +53,7 @@ protected:
 private:
     void ConnectCommands();
     void ConnectWindow(VideoWindow& Window);
+    void ShowProgressInTaskBar();
     VideoWindow* AddWindow(std::string& OutError);
     void CloseWindow(unsigned long WindowID);
     void TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError);
@@ -72,7 +72,6 @@ private:
 
     Session& Running;
     Commands& Acts;
-    ExportWatch& Export;
     SurfaceKind Kind;
     Settings Remembered;
     std::unique_ptr<MainWindow> pMain;

@@ -1,25 +1,34 @@
-// The progress of the running export: a bar with percent, elapsed time and speed in it, and a Stop button.
-// It is there only while an export runs. UI thread only.
+// The running export at the foot of the clip panel: the clip, how far it is, how long it will still take, how
+// many wait, and the buttons that stop it.
+//
+// It keeps its place and its height while nothing runs, and is empty then: no button moves when an export
+// starts or ends. UI thread only.
 
 #pragma once
 
-#include "media/exportprogress.h"
-
 #include <QWidget>
 
+#include <cstddef>
+
+class PlainLabel;
 class QAction;
 class QProgressBar;
+struct RunningExport;
 
 class ExportBar : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The Stop button triggers pStop, which must outlive the bar.
-    explicit ExportBar(QAction* pStop, QWidget* pParent = nullptr);
+    /// The buttons trigger the actions, which must outlive the bar.
+    ExportBar(QAction* pStop, QAction* pStopAll, QWidget* pParent = nullptr);
 
-    void ShowProgress(const ExportProgressRecord& Progress);
+    /// Shows a running export; without one (null) the bar is empty.
+    void Show(const RunningExport* pRunning, std::size_t WaitingCount);
 
 private:
+    QWidget* pContent;
+    PlainLabel* pClip;
+    PlainLabel* pRest;
     QProgressBar* pBar;
 };

@@ -3,7 +3,6 @@
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/exportbar.h"
-#include "desktop/exportwatch.h"
 #include "desktop/plainlabel.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
@@ -25,6 +24,20 @@ constexpr int StartHeightPx = 760;
 constexpr int NoteMarginPx = 8;  // that of the clip panel
 constexpr int SideWidthPx = 400; // room for the six columns at 100 % text
 
+QString RunningText(bool bRuns, std::size_t WaitingCount)
+{
+    if (!bRuns)
+    {
+        return QString("%1 export%2.")
+            .arg(WaitingCount)
+            .arg(WaitingCount == 1 ? " waits" : "s wait");
+    }
+    return WaitingCount == 0 ? QString("An export is running.")
+                             : QString("An export is running and %1 more %2.")
+                                   .arg(WaitingCount)
+                                   .arg(WaitingCount == 1 ? "waits" : "wait");
+}
+
 QString LossText(int Count, const QString& Kind)
 {
     return QString("%1 %2 not exported and will be lost")
@@ -36,15 +49,13 @@ QString LossText(int Count, const QString& Kind)
 MainWindow::MainWindow(Session& NewRunning,
                        Commands& Target,
                        VideoDocument& Shown,
-                       SurfaceKind Kind,
-                       ExportWatch& NewExport)
+                       SurfaceKind Kind)
     : VideoWindow(NewRunning, Target, Shown, Kind)
-    , Export(NewExport)
     , pSplitter(new QSplitter(Qt::Horizontal))
-    , pClipPanel(new ClipPanelWidget(NewRunning.Panel(), NewRunning.Records(), Actions))
-    , pExportBar(new ExportBar(Actions.Get(ActionId::StopExport)))
+    , pClipPanel(new ClipPanelWidget(NewRunning, Actions))
+    , pExportBar(
+          new ExportBar(Actions.Get(ActionId::StopExport), Actions.Get(ActionId::StopAllExports)))
     , pClosingNote(new PlainLabel(PlainLabel::Overflow::Wrap))
-    , Exported(NewRunning.Panel())
 {
     auto* const side = new QWidget;
     side->setMinimumWidth(SideWidthPx);
@@ -52,7 +63,7 @@ MainWindow::MainWindow(Session& NewRunning,
     sideLayout->setContentsMargins(0, 0, 0, 0);
     sideLayout->addWidget(pClipPanel, 1);
     pClosingNote->setObjectName("closesAfterExport");
-    pClosingNote->Show("Closes when the export is finished.");
+    pClosingNote->Show("Closes when the exports are finished.");
     pClosingNote->hide();
     auto* const noteRow = new QHBoxLayout;
     noteRow->setContentsMargins(NoteMarginPx, 0, NoteMarginPx, NoteMarginPx);
@@ -71,15 +82,25 @@ MainWindow::MainWindow(Session& NewRunning,
     pSplitter->setSizes({width() - sidePx, sidePx});
 
     connect(&Running, &Session::FrameDone, pClipPanel, &ClipPanelWidget::SyncFromHost);
-    connect(&Target, &Commands::ExportStarted, this, [this] { Exported.Begin(); });
-    connect(&Export, &ExportWatch::Progressed, this,
-            [this](const ExportProgressRecord& Progress)
+    connect(&Target, &Commands::AllClipsRequested, this, &MainWindow::SelectAllClips);
+    const ClipExports& exports = Running.Exports();
+    connect(&exports, &ClipExports::Changed, this,
+            [this, &exports]
             {
-                pExportBar->ShowProgress(Progress);
-                pExportBar->show();
+                // Between two of a queue it stays, with the focus that its button may have.
+                if (exports.Running() != nullptr || !exports.IsRunning())
+                {
+                    pExportBar->Show(exports.Running(), exports.WaitingCount());
+                }
             });
-    connect(&Export, &ExportWatch::Ended, this,
-            [this](bool bExported) { TakeExportEnd(bExported); });
+    connect(&exports, &ClipExports::Idle, this, &MainWindow::TakeIdle);
+}
+
+void MainWindow::SelectAllClips()
+{
+    pClipPanel->SelectAll();
+    activateWindow();
+    raise();
 }
 
 void MainWindow::FocusName()
@@ -107,41 +128,39 @@ void MainWindow::Store(Settings& OutSaved) const
     OutSaved.SplitterState = pSplitter->saveState();
 }
 
-void MainWindow::TakeExportEnd(bool bSuccess)
+void MainWindow::TakeIdle(bool bAllExported)
 {
-    Exported.End(bSuccess);
-    pExportBar->hide();
     if (pQuestion != nullptr)
     {
         pQuestion->reject();
     }
     const bool bCloses =
-        Then == AfterExport::Close || (Then == AfterExport::CloseWithFile && bSuccess);
+        Then == AfterExports::Close || (Then == AfterExports::CloseWithFiles && bAllExported);
     if (bCloses && close())
     {
         return; // what was accepted stays so: the end of the program asks its windows once more
     }
-    SetAfterExport(AfterExport::Stay, 0);
+    SetAfterExports(AfterExports::Stay, 0);
 }
 
-void MainWindow::SetAfterExport(AfterExport Wanted, int LossCount)
+void MainWindow::SetAfterExports(AfterExports Wanted, int LossCount)
 {
     Then = Wanted;
     AcceptedLossCount = LossCount;
-    pClosingNote->setVisible(Wanted == AfterExport::CloseWithFile);
+    pClosingNote->setVisible(Wanted == AfterExports::CloseWithFiles);
 }
 
 // -- Closing
 
 void MainWindow::closeEvent(QCloseEvent* pEvent)
 {
-    if (Export.IsRunning())
+    if (Running.Exports().IsRunning())
     {
         pEvent->ignore();
-        AskAboutExport();
+        AskAboutExports();
         return;
     }
-    if (Exported.CountMissing() > AcceptedLossCount)
+    if (Running.Exports().States().CountMissing() > AcceptedLossCount)
     {
         pEvent->ignore();
         AskAboutClips();
@@ -150,32 +169,34 @@ void MainWindow::closeEvent(QCloseEvent* pEvent)
     VideoWindow::closeEvent(pEvent);
 }
 
-void MainWindow::AskAboutExport()
+void MainWindow::AskAboutExports()
 {
     if (pQuestion != nullptr)
     {
         return;
     }
-    pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane", "An export is running.",
+    ClipExports& exports = Running.Exports();
+    pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane",
+                                RunningText(exports.Running() != nullptr, exports.WaitingCount()),
                                 QMessageBox::NoButton, this);
     // Told here, for whoever answers is not asked again.
-    const int otherCount = Exported.CountMissingAfterExport();
+    const int otherCount = exports.States().CountMissingAfterExports();
     const QString loss =
         otherCount == 0 ? QString() : ' ' + LossText(otherCount, "other clip") + '.';
-    pQuestion->setInformativeText("Its file is finished only when the export ends." + loss);
+    pQuestion->setInformativeText("A file is finished only when its export ends." + loss);
     QPushButton* const wait = pQuestion->addButton("Wait, then close", QMessageBox::AcceptRole);
     QPushButton* const stop = pQuestion->addButton("Stop and close", QMessageBox::DestructiveRole);
     QPushButton* const stay = pQuestion->addButton("Stay", QMessageBox::RejectRole);
     pQuestion->setDefaultButton(wait);
     connect(wait, &QPushButton::clicked, this,
-            [this, otherCount] { SetAfterExport(AfterExport::CloseWithFile, otherCount); });
+            [this, otherCount] { SetAfterExports(AfterExports::CloseWithFiles, otherCount); });
     connect(stop, &QPushButton::clicked, this,
             [this]
             {
-                SetAfterExport(AfterExport::Close, Exported.CountMissing());
-                Export.Stop();
+                SetAfterExports(AfterExports::Close, Running.Exports().States().CountMissing());
+                Running.Exports().StopAll();
             });
-    connect(stay, &QPushButton::clicked, this, [this] { SetAfterExport(AfterExport::Stay, 0); });
+    connect(stay, &QPushButton::clicked, this, [this] { SetAfterExports(AfterExports::Stay, 0); });
     OpenQuestion(stay);
 }
 
@@ -185,7 +206,7 @@ void MainWindow::AskAboutClips()
     {
         return;
     }
-    const int count = Exported.CountMissing();
+    const int count = Running.Exports().States().CountMissing();
     pQuestion =
         new QMessageBox(QMessageBox::NoIcon, "Movane", LossText(count, "clip") + ": close anyway?",
                         QMessageBox::NoButton, this);

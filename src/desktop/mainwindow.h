@@ -1,18 +1,16 @@
 // The first window: the video of the document that the panel falls back to, and beside it the clip
-// panel of the whole application with the progress of the running export.
+// panel of the whole application with the progress of its exports.
 //
-// Closing it ends the application. It asks first while an export runs or when clips would be lost, never
+// Closing it ends the application. It asks first while an export runs or waits or when clips would be lost, never
 // twice for the same. UI thread only.
 
 #pragma once
 
-#include "desktop/exportedclips.h"
 #include "desktop/settings.h"
 #include "desktop/videowindow.h"
 
 class ClipPanelWidget;
 class ExportBar;
-class ExportWatch;
 class PlainLabel;
 class QAbstractButton;
 class QMessageBox;
@@ -23,14 +21,11 @@ class MainWindow : public VideoWindow
     Q_OBJECT
 
 public:
-    MainWindow(Session& NewRunning,
-               Commands& Target,
-               VideoDocument& Shown,
-               SurfaceKind Kind,
-               ExportWatch& NewExport);
+    MainWindow(Session& NewRunning, Commands& Target, VideoDocument& Shown, SurfaceKind Kind);
 
     ClipPanelWidget& ClipPanel() { return *pClipPanel; }
     void FocusName();
+    void SelectAllClips();
 
     /// Takes the window's place and division from the settings, and writes them back.
     void Restore(const Settings& Saved);
@@ -40,27 +35,25 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
-    /// What happens when the running export has ended.
-    enum class AfterExport
+    /// What happens when no export runs or waits any more.
+    enum class AfterExports
     {
         Stay,
-        CloseWithFile, ///< a failure is to be seen
+        CloseWithFiles, ///< a failure is to be seen
         Close,
     };
 
-    void TakeExportEnd(bool bSuccess);
-    void SetAfterExport(AfterExport Wanted, int LossCount);
-    void AskAboutExport();
+    void TakeIdle(bool bAllExported);
+    void SetAfterExports(AfterExports Wanted, int LossCount);
+    void AskAboutExports();
     void AskAboutClips();
     void OpenQuestion(QAbstractButton* pStay);
 
-    ExportWatch& Export;
     QSplitter* pSplitter;
     ClipPanelWidget* pClipPanel;
     ExportBar* pExportBar;
     PlainLabel* pClosingNote;
-    ExportedClips Exported;
     QMessageBox* pQuestion = nullptr; ///< while it is open
-    AfterExport Then = AfterExport::Stay;
+    AfterExports Then = AfterExports::Stay;
     int AcceptedLossCount = 0; ///< clips without a file that the user has agreed to lose
 };

@@ -8,50 +8,19 @@
 #include <QMetaObject>
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 Session::Session(PlayerFactory MakePlayer)
     : NewPlayer(std::move(MakePlayer))
-    , Font(std::make_unique<QtFont>())
+    , pModel(std::make_unique<Application>(Application::Setup{
+          .pFont = std::make_unique<QtFont>(), .RequestFrame = [this] { RequestFrame(); }}))
+    , PanelExports(pModel->Panel(), pModel->Exports())
+    , ExportNews(pModel->Exports().Descriptor(), QSocketNotifier::Read)
 {
-    Application.pMovane = std::make_unique<Movane>();
-    Application.pRend = std::make_unique<Rend>();
-    Application.pRend->pTTF = Font.get();
-    Application.pCoreSDL = std::make_unique<CoreSDL>();
-    Application.pJobSystem = std::make_unique<JobSystem>();
-    Application.pJobSystem->SetWakeUp([this] { RequestFrame(); });
-    Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
-                                                    { Q_EMIT NotificationQueued(Shown); });
-    Application.pJobSystem->JobFailed.connect(
-        [this](const JobSystem::Failure& Failure)
-        { EndExport("Clip export failed: " + Failure.Text); });
-    p = &Application;
-
-    ConnectPanelToRecords(ClipPanel, PanelRecords);
-    ClipPanel.pParentWindow = &PanelPlace;
-    PanelRecords.Table.SelectionChanged.connect([this] { RequestFrame(); });
-}
-
-// The only jobs are exports. One that threw posts no result, and without any the panel would refuse
-// every further export: so it gets this one, which its next pump shows.
-void Session::EndExport(const std::string& Message)
-{
-    const std::lock_guard lock(ClipPanel.ExportMutex);
-    if (ClipPanel.bExportInProgress)
-    {
-        ClipPanel.bExportResultSuccess = false;
-        ClipPanel.bExportInProgress = false;
-        ClipPanel.bExportResultReady = true;
-        ClipPanel.ExportResultMessage = Message;
-    }
-}
-
-Session::~Session()
-{
-    Application.pJobSystem->Stop();
-    Application.pJobSystem->SetWakeUp({});
-    p = nullptr;
+    pModel->Parts().pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
+                                                        { Q_EMIT NotificationQueued(Shown); });
+    pModel->Records().Table.SelectionChanged.connect([this] { RequestFrame(); });
+    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::RequestFrame);
 }
 
 VideoDocument* Session::AddDocument(std::string& OutError)
@@ -76,13 +45,13 @@ VideoDocument* Session::AddDocument(std::string& OutError)
                 RequestFrame();
             }
         });
-    Application.pMovane->AddWindow(windowID, std::move(owned));
+    pModel->Parts().pMovane->AddWindow(windowID, std::move(owned));
     return document;
 }
 
 void Session::RemoveDocument(unsigned long WindowID)
 {
-    auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(WindowID);
+    auto* const document = pModel->Parts().pMovane->GetWindowAs<VideoDocument>(WindowID);
     if (document == nullptr)
     {
         return;
@@ -92,7 +61,7 @@ void Session::RemoveDocument(unsigned long WindowID)
     document->bVisible = false;
     document->bOpen = false;
     Q_EMIT DocumentRemoved(WindowID);
-    Application.pMovane->RemoveWindow(WindowID);
+    pModel->Parts().pMovane->RemoveWindow(WindowID);
     RequestFrame();
 }
 
@@ -107,15 +76,15 @@ void Session::FocusDocument(unsigned long WindowID)
 
 VideoDocument* Session::TargetDocument() const
 {
-    return dynamic_cast<VideoDocument*>(ClipPanel.ResolveTargetVideoWindow());
+    return dynamic_cast<VideoDocument*>(pModel->Panel().ResolveTargetVideoWindow());
 }
 
 std::vector<VideoDocument*> Session::Documents() const
 {
     std::vector<VideoDocument*> documents;
-    for (const unsigned long windowID : Application.pMovane->WindowIDs)
+    for (const unsigned long windowID : pModel->Parts().pMovane->WindowIDs)
     {
-        if (auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(windowID))
+        if (auto* const document = pModel->Parts().pMovane->GetWindowAs<VideoDocument>(windowID))
         {
             documents.push_back(document);
         }
@@ -156,9 +125,7 @@ void Session::Frame()
     // First, so that what another thread reports from now on gets a frame of its own.
     bFrameRequested = false;
     PumpPlayers();
-    Application.pJobSystem->PumpMainThread();
-    ClipPanel.PumpExportResult();
-    ClipPanel.UpdateLiveLabels();
+    pModel->Frame();
     Q_EMIT FrameDone();
 }
 

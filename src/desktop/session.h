@@ -1,4 +1,5 @@
-// The running desktop application without its windows: core, clip panel, documents and the frame.
+// The running desktop application without its windows: the application that the command line has, too,
+// with documents, the exports that the windows show, and frames of the toolkit's event loop.
 //
 // The host's records are the truth. A frame brings them up to date (player events, callbacks of jobs,
 // a finished export, the live labels) and then lets the widgets copy what differs. Frames run when
@@ -7,11 +8,11 @@
 
 #pragma once
 
-#include "app/clippanelrecords.h"
-#include "host/core.h"
-#include "panel/mvclipcontrolpanel.h"
+#include "app/application.h"
+#include "desktop/clipexports.h"
 
 #include <QObject>
+#include <QSocketNotifier>
 
 #include <atomic>
 #include <functional>
@@ -20,7 +21,6 @@
 #include <vector>
 
 class MpvVideo;
-class QtFont;
 class VideoDocument;
 
 class Session : public QObject
@@ -31,13 +31,11 @@ public:
     /// Makes a player for a new video window, or null with OutError set to one sentence.
     using PlayerFactory = std::function<std::unique_ptr<MpvVideo>(std::string& OutError)>;
 
-    /// Builds the core, points the global p at it, and wires the panel.
     explicit Session(PlayerFactory MakePlayer);
-    /// Stops the jobs (a running one is waited for), then takes everything down.
-    ~Session() override;
 
-    MvClipControlPanel& Panel() { return ClipPanel; }
-    ClipPanelRecords& Records() { return PanelRecords; }
+    MvClipControlPanel& Panel() { return pModel->Panel(); }
+    ClipPanelRecords& Records() { return pModel->Records(); }
+    ClipExports& Exports() { return PanelExports; }
 
     /// Adds a document with a player, the first one under the ID that the panel falls back to. Null sets
     /// OutError.
@@ -68,18 +66,15 @@ Q_SIGNALS:
     void DocumentRemoved(unsigned long WindowID);
 
 private:
-    void EndExport(const std::string& Message);
     void PumpPlayers();
 
     PlayerFactory NewPlayer;
-    std::unique_ptr<QtFont> Font;
-    Core Application;
-    MvWindow PanelPlace; ///< the window that the panel belongs to, for its geometry
-    ClipPanelRecords PanelRecords;
-    MvClipControlPanel ClipPanel;
+    std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
+    std::unique_ptr<Application> pModel;
+    ClipExports PanelExports;
+    QSocketNotifier ExportNews;
     unsigned long NextWindowID = Movane::FirstVideoWindowID;
     double VolumePercent = 100.0;
     bool bMuted = false;
     bool bPumpingPlayers = false;
-    std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
 };

@@ -66,6 +66,7 @@ QString StyleSheet()
         QProgressBar::chunk { background: %7; border-radius: %5px; }
         QScrollBar { background: transparent; margin: 0; }
         QScrollBar:vertical { width: %8px; }
+        QScrollBar#bodyScrollBar:vertical { width: %6px; }
         QScrollBar:horizontal { height: %8px; }
         QScrollBar::handle { background: %2; border: 2px solid %4; border-radius: %5px; }
         QScrollBar::handle:hover { background: %3; }
