@@ -14,7 +14,7 @@ Application::Application(Setup How)
     p = &ApplicationCore;
     ConnectPanelToRecords(ClipPanel, PanelRecords);
     ClipPanel.pParentWindow = &Place;
-    pExports = std::make_unique<ExportQueue>(ClipPanel, RequestFrame);
+    pExports = std::make_unique<ExportQueue>(ClipPanel, RequestFrame, std::move(How.pSocket));
     if (How.bStartsJobs)
     {
         StartJobs();

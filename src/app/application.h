@@ -21,9 +21,10 @@ class Application
 public:
     struct Setup
     {
-        std::unique_ptr<TTF> pFont = nullptr;       ///< null: the host's own
-        std::function<void()> RequestFrame = [] {}; ///< asks for a frame; any thread calls it
-        bool bStartsJobs = true;                    ///< otherwise StartJobs does
+        std::unique_ptr<TTF> pFont = nullptr;            ///< null: the host's own
+        std::unique_ptr<ExportSocket> pSocket = nullptr; ///< null: exports run ffmpeg itself
+        std::function<void()> RequestFrame = [] {};      ///< asks for a frame; any thread calls it
+        bool bStartsJobs = true;                         ///< otherwise StartJobs does
     };
 
     /// Builds the core, points the global p at it, and wires the panel.

@@ -9,6 +9,7 @@
 
 #pragma once
 
+#include "app/exportsocket.h"
 #include "app/runningexport.h"
 #include "app/timeleft.h"
 #include "host/movane.h"
@@ -57,9 +58,11 @@ public:
     using Clip = MvClipControlPanel::SavedClip;
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// UserPanel gets the status texts. RequestFrame asks the application for a frame.
+    /// UserPanel gets the status texts. RequestFrame asks the application for a frame. With a socket,
+    /// exports go through the encoder front.
     ExportQueue(MvClipControlPanel& NewUserPanel,
                 std::function<void()> NewRequestFrame,
+                std::unique_ptr<ExportSocket> pNewSocket,
                 Clock NewNow = &std::chrono::steady_clock::now);
     /// As Shutdown.
     ~ExportQueue();
@@ -137,7 +140,11 @@ private:
     void TakeOutAll();
     void EmitRemoved();
     void Begin(const QueuedExport& Entry);
+    bool AskPanel(const QueuedExport& Entry);
+    void TakeMessages();
+    void Tell();
     bool TakeResult();
+    bool IsEncoderLeft();
     void End(ExportOutcome Outcome, const std::string& Message);
     void Finish(const EndedExport& Ended);
     void PressStop();
@@ -149,8 +156,9 @@ private:
     MvClipControlPanel& UserPanel;
     std::function<void()> RequestFrame;
     Clock Now;
-    UniqueFd Poll;  ///< of the timer
-    UniqueFd Timer; ///< while an export runs that has to be looked at
+    std::unique_ptr<ExportSocket> pSocket; ///< null without the front
+    UniqueFd Poll;                         ///< of the timer and the socket
+    UniqueFd Timer;                        ///< while an export runs that has to be looked at
     ExportId LastId = 0;
     std::deque<QueuedExport> Entries;
     std::vector<QueuedExport> TakenOut; ///< whose removal has not been told yet
@@ -165,7 +173,8 @@ private:
     TimeLeft Left;
     WorkerChildren Encoder;
     bool bAskedToEnd = false;
-    bool bKilled = false;
+    bool bNameTaken = false; ///< by another program, before the front could
+    int TryCount = 0;
     std::chrono::steady_clock::time_point StopAt;
     std::optional<std::string> JobFailure;
 
