@@ -73,6 +73,7 @@ void Watch(const UniqueFd& Poll, int Watched)
 ExportQueue::ExportQueue(MvClipControlPanel& NewUserPanel,
                          std::function<void()> NewRequestFrame,
                          std::unique_ptr<ExportSocket> pNewSocket,
+                         std::shared_ptr<WorkerChildren> pNewEncoder,
                          Clock NewNow)
     : UserPanel(NewUserPanel)
     , RequestFrame(std::move(NewRequestFrame))
@@ -80,6 +81,7 @@ ExportQueue::ExportQueue(MvClipControlPanel& NewUserPanel,
     , pSocket(std::move(pNewSocket))
     , Poll(epoll_create1(EPOLL_CLOEXEC))
     , Timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
+    , pEncoder(std::move(pNewEncoder))
 {
     Watch(Poll, Timer.Get());
     if (pSocket != nullptr)
@@ -167,27 +169,20 @@ void ExportQueue::StopAll()
 // The encoder may not be there yet when the stop is asked for, so this is tried again with each look.
 void ExportQueue::PressStop()
 {
-    Encoder.Collect();
+    pEncoder->Collect();
     if (Now() - StopAt >= StopGrace)
     {
-        Encoder.Signal(SIGKILL);
+        pEncoder->Kill();
     }
     else if (!bAskedToEnd && pSocket != nullptr && pSocket->SendStop(Current->OutputPath.native()))
     {
         bAskedToEnd = true;
     }
-    else if (!bAskedToEnd && !Encoder.IsEmpty())
+    else if (!bAskedToEnd && !pEncoder->IsEmpty())
     {
         bAskedToEnd = true;
-        Encoder.Signal(SIGTERM);
+        pEncoder->Signal(SIGTERM);
     }
-}
-
-void ExportQueue::KillEncoder()
-{
-    WorkerChildren encoder;
-    encoder.Collect();
-    encoder.Signal(SIGKILL);
 }
 
 // -- For the application
@@ -259,7 +254,7 @@ bool ExportQueue::AskPanel(const QueuedExport& Entry)
     panel.StatusChanged.connect([this](const std::string& Text)
                                 { UserPanel.SetStatusTextInternal(Text, true); });
     JobFailure.reset();
-    Encoder.Clear();
+    pEncoder->Clear();
     bAskedToEnd = false;
     bNameTaken = false;
     ++TryCount;
@@ -297,7 +292,7 @@ void ExportQueue::Look()
     else
     {
         // Known before a signal to the whole process group ends the shell above it.
-        Encoder.Collect();
+        pEncoder->Collect();
     }
     Tell();
 }
@@ -379,7 +374,7 @@ bool ExportQueue::IsEncoderLeft()
         pSocket->SendStop(Current->OutputPath.native());
         return true;
     }
-    return Current->bStopping && Encoder.IsRunning();
+    return Current->bStopping && pEncoder->IsRunning();
 }
 
 void ExportQueue::End(ExportOutcome Outcome, const std::string& Message)

@@ -5,7 +5,7 @@
 // that fails does not end the rest. An entry keeps its clip as it was when it was added.
 //
 // Signals are emitted by Pump alone, which the application calls in its frame; a slot may call whatever
-// it likes but Pump. UI thread only, but for KillEncoder.
+// it likes but Pump. UI thread only.
 
 #pragma once
 
@@ -59,10 +59,12 @@ public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
     /// UserPanel gets the status texts. RequestFrame asks the application for a frame. With a socket,
-    /// exports go through the encoder front.
+    /// exports go through the encoder front. Encoder is what the running export has started: whoever
+    /// holds it, too, can kill that from any thread.
     ExportQueue(MvClipControlPanel& NewUserPanel,
                 std::function<void()> NewRequestFrame,
-                std::unique_ptr<ExportSocket> pNewSocket,
+                std::unique_ptr<ExportSocket> pNewSocket = nullptr,
+                std::shared_ptr<WorkerChildren> pNewEncoder = std::make_shared<WorkerChildren>(),
                 Clock NewNow = &std::chrono::steady_clock::now);
     /// As Shutdown.
     ~ExportQueue();
@@ -97,8 +99,6 @@ public:
     void Pump();
     /// Readable when Pump has something to do that no frame was asked for. Owned by the queue.
     int Descriptor() const { return Poll.Get(); }
-    /// Ends the encoder of the running export at once, with everything that it started. Any thread.
-    static void KillEncoder();
     /// Takes out all that wait and ends the running export, for which it waits some seconds. Tells
     /// nobody.
     void Shutdown();
@@ -171,7 +171,7 @@ private:
     std::optional<RunningExport> Current;
     std::chrono::steady_clock::time_point BeganAt;
     TimeLeft Left;
-    WorkerChildren Encoder;
+    const std::shared_ptr<WorkerChildren> pEncoder;
     bool bAskedToEnd = false;
     bool bNameTaken = false; ///< by another program, before the front could
     int TryCount = 0;

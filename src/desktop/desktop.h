@@ -19,7 +19,6 @@
 
 class Commands;
 class DesktopNotifier;
-class ExportWatch;
 class KeysPageDialog;
 class MainWindow;
 class NotificationOverlay;
@@ -31,7 +30,7 @@ class Desktop : public QObject
     Q_OBJECT
 
 public:
-    Desktop(Session& NewRunning, Commands& NewActs, ExportWatch& NewExport, SurfaceKind NewKind);
+    Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind);
     /// Saves the settings and closes all windows.
     ~Desktop() override;
 
@@ -72,7 +71,6 @@ private:
 
     Session& Running;
     Commands& Acts;
-    ExportWatch& Export;
     SurfaceKind Kind;
     Settings Remembered;
     std::unique_ptr<MainWindow> pMain;
