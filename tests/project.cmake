@@ -46,8 +46,10 @@ endif()
 
 # Only what is built like a release is hardened (cmake/settings.cmake).
 if(MOVANE_PROGRAM AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$")
-    add_test(NAME check_hardening
-        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening.sh $<TARGET_FILE:movane>)
+    foreach(program movane movane-encoder)
+        add_test(NAME check_hardening_of_${program}
+            COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening.sh $<TARGET_FILE:${program}>)
+    endforeach()
     add_test(NAME check_hardening_finds_faults
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_hardening_test.sh ${CMAKE_CXX_COMPILER})
 endif()

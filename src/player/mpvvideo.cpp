@@ -218,6 +218,7 @@ void MpvVideo::Forget()
     pMediaInfo = nullptr;
     MediaInfo = {};
     FrameRate = 0.0;
+    Rotation = 0;
     Seeking = SeekPhase::Landed;
     PlayheadUs = 0;
     bPlaying = false;
@@ -353,6 +354,13 @@ void MpvVideo::SetMuted(bool bMuted)
 {
     int muted = bMuted ? 1 : 0;
     mpv_set_property_async(pMpv, Tag(Topic::Nothing), "mute", MPV_FORMAT_FLAG, &muted);
+}
+
+void MpvVideo::LeaveRotationToSurface()
+{
+    const char* pNo = "no";
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "video-rotate", MPV_FORMAT_STRING,
+                           static_cast<void*>(&pNo));
 }
 
 void MpvVideo::PumpEvents()
@@ -616,6 +624,7 @@ void MpvVideo::TakeTracks(const mpv_node& Tracks)
             continue;
         }
         FrameRate = DoubleOf(track, "demux-fps");
+        Rotation = static_cast<int>(IntOf(track, "demux-rotation"));
         double excessSec = ExcessToleranceSec(FrameRate);
         mpv_set_property_async(pMpv, Tag(Topic::Nothing), "hr-seek-demuxer-offset",
                                MPV_FORMAT_DOUBLE, &excessSec);

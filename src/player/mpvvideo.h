@@ -77,6 +77,13 @@ public:
     /// Frames per second of the open file, 0 when unknown or no file is open.
     double FramesPerSecond() const { return FrameRate; }
 
+    /// By how much the open file's picture is to be turned clockwise before it is shown, 0 to 359.
+    int RotationDegrees() const { return Rotation; }
+    /// Has the player hand over pictures as they are, whatever RotationDegrees says: its renderer in memory
+    /// ends the program where it should turn one by 90 or 270 degrees (libmpv 0.35). For all files from the
+    /// next Open on.
+    void LeaveRotationToSurface();
+
     /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
     void PumpEvents();
 
@@ -168,6 +175,7 @@ private:
     std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
+    int Rotation = 0; ///< degrees, clockwise
 
     // -- Playback.
     SeekPhase Seeking = SeekPhase::Landed;
