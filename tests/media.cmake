@@ -23,3 +23,4 @@ movane_test(exportprogress_test
     LIBRARIES movane_media)
 
 movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
+movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)

@@ -9,7 +9,9 @@ extern "C"
 }
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -111,6 +113,10 @@ std::optional<FramePlace> FrameWindow::PlaceOf(std::size_t Index, Lack& OutLack)
     place.bLast = Index + 1 == Ticks.size();
     place.BeforeTicks = place.bFirst ? place.Ticks : Ticks[Index - 1];
     place.AfterTicks = place.bLast ? EndTicks : Ticks[Index + 1];
+    const auto key =
+        std::upper_bound(KeyFrames.begin(), KeyFrames.end(), place.Ticks,
+                         [](std::int64_t Time, const KeyFrame& Each) { return Time < Each.Ticks; });
+    place.KeyTicks = key == KeyFrames.begin() ? place.Ticks : std::prev(key)->DecodeTicks;
     if (place.bFirst && !bFromStart)
     {
         OutLack = Lack::Earlier;
@@ -228,8 +234,9 @@ FrameReader::FrameReader(std::unique_ptr<Input> NewInput,
         Ticking.OffsetTicks = av_rescale_q(-File->pFormat->start_time, AV_TIME_BASE_Q, timeBase);
     }
     Known.bFromStart = true;
-    // AVI tells no times of showing.
-    bPtsKnown = std::string(File->pFormat->iformat->name) != "avi";
+    const std::string_view container = File->pFormat->iformat->name;
+    Ticking.bSeeksAnywhere = container == "mpegts" || container == "mpeg";
+    bPtsKnown = container != "avi"; // which tells no times of showing
 }
 
 FrameReader::~FrameReader() = default;
@@ -370,10 +377,24 @@ bool FrameReader::ReadPacket()
     return true;
 }
 
+void FrameReader::TakeKeyFrame(std::int64_t Ticks)
+{
+    const std::int64_t dts = File->pPacket->dts;
+    if (Known.KeyFrames.empty() || Ticks > Known.KeyFrames.back().Ticks)
+    {
+        Known.KeyFrames.push_back(
+            {Ticks, dts == AV_NOPTS_VALUE ? Ticks : dts + Ticking.OffsetTicks});
+    }
+}
+
 void FrameReader::TakePacket()
 {
     const AVPacket& packet = *File->pPacket;
     const std::int64_t time = bPtsKnown ? packet.pts : packet.dts;
+    if (time != AV_NOPTS_VALUE && (packet.flags & AV_PKT_FLAG_KEY) != 0)
+    {
+        TakeKeyFrame(time + Ticking.OffsetTicks);
+    }
     if (time == AV_NOPTS_VALUE || (packet.flags & AV_PKT_FLAG_DISCARD) != 0 ||
         !IsShown(File->pStream->codecpar->codec_id, packet))
     {

@@ -23,6 +23,9 @@ struct FrameClock
     std::int64_t Den = 1000;
     /// What ffmpeg adds to the time of a packet, in ticks: minus the start time of the file.
     std::int64_t OffsetTicks = 0;
+    /// A seek in the container leads to any packet near the time of decoding that is asked for, not to a key
+    /// frame: MPEG streams have no index.
+    bool bSeeksAnywhere = false;
 
     std::int64_t UsOf(std::int64_t Ticks) const; ///< rounded down
     std::int64_t MsOf(std::int64_t Ticks) const; ///< rounded down
@@ -47,6 +50,7 @@ struct FramePlace
     std::int64_t Ticks = 0;
     std::int64_t BeforeTicks = 0; ///< of the frame before; without one, its own
     std::int64_t AfterTicks = 0;  ///< of the frame that follows; without one, where it ends itself
+    std::int64_t KeyTicks = 0;    ///< when the key frame is decoded from which on it can be shown
     bool bFirst = false;
     bool bLast = false;
 };
@@ -56,8 +60,14 @@ struct FrameWindow
 {
     std::vector<std::int64_t> Ticks;
     std::int64_t EndTicks = 0; ///< where the last frame ends; with bToEnd
-    bool bFromStart = false;   ///< the first one is the file's
-    bool bToEnd = false;       ///< the last one is the file's
+    struct KeyFrame
+    {
+        std::int64_t Ticks = 0;
+        std::int64_t DecodeTicks = 0;
+    };
+    std::vector<KeyFrame> KeyFrames; ///< in order
+    bool bFromStart = false;         ///< the first one is the file's
+    bool bToEnd = false;             ///< the last one is the file's
 
     enum class Lack
     {
@@ -109,6 +119,7 @@ private:
     bool SeekTo(std::int64_t Target);
     bool ReadPacket();
     void TakePacket();
+    void TakeKeyFrame(std::int64_t Ticks);
 
     std::unique_ptr<Input> File;
     std::string FilePath;

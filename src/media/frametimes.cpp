@@ -245,6 +245,12 @@ FrameTimes::Range FrameTimes::RangeOf(const FramePlace& First, const FramePlace&
     return {inMs, inMs + Clock.MsOf(Last.AfterTicks - First.Ticks)};
 }
 
+double FrameTimes::ContainerSec(std::int64_t Ticks) const
+{
+    return static_cast<double>(Ticks - Clock.OffsetTicks) * static_cast<double>(Clock.Num) /
+           static_cast<double>(Clock.Den);
+}
+
 // -- Counting
 
 std::int64_t FrameTimes::CountBefore(std::int64_t Limit) const

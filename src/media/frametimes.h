@@ -67,6 +67,10 @@ public:
     std::int64_t UsOf(std::int64_t Ticks) const { return Clock.UsOf(Ticks); } ///< rounded down
     std::int64_t MsOf(std::int64_t Ticks) const { return Clock.MsOf(Ticks); } ///< rounded down
 
+    /// The time that the container itself gives, in seconds.
+    double ContainerSec(std::int64_t Ticks) const;
+    bool SeeksAnywhere() const { return Clock.bSeeksAnywhere; } ///< FrameClock::bSeeksAnywhere
+
     // -- Counting. Never waits; nullopt until the whole file is known.
 
     /// The number of the frame that is on at a time, from 0.
