@@ -228,7 +228,12 @@ TEST_F(ExportQueueStop, CountsInTheFirstMomentToo)
     RunUntil([this] { return Program.Exports().Running() != nullptr; });
     Program.Exports().Stop();
     RunToTheEnd();
-    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+    EXPECT_TRUE(fs::is_empty(Clips));
+    Program.Exports().Add(Clip("b"));
+    Program.Exports().Stop();
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped, ExportOutcome::Stopped));
+    EXPECT_EQ(Told.back(), "idle");
     EXPECT_TRUE(fs::is_empty(Clips));
 }
 

@@ -147,7 +147,13 @@ void ExportQueue::TakeOutAll()
 
 void ExportQueue::Stop()
 {
-    if (!Current.has_value() || Current->bStopping)
+    if (!Current.has_value())
+    {
+        bStopFirst = !Entries.empty();
+        RequestFrame();
+        return;
+    }
+    if (Current->bStopping)
     {
         return;
     }
@@ -211,7 +217,15 @@ void ExportQueue::Pump()
     {
         const QueuedExport entry = std::move(Entries.front());
         Entries.pop_front();
-        Begin(entry);
+        if (std::exchange(bStopFirst, false))
+        {
+            UserPanel.SetStatusTextInternal(StoppedText, true);
+            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, StoppedText});
+        }
+        else
+        {
+            Begin(entry);
+        }
     }
     EmitRemoved(); // what this pump has taken out
     if (!Current.has_value() && Tally.Count > 0)

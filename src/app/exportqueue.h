@@ -78,7 +78,8 @@ public:
     std::vector<ExportId> Add(const std::vector<Clip>& NewClips);
     /// Takes out an entry that waits; false when there is none of that number.
     bool Remove(ExportId Id);
-    /// Stops the running export; the next one follows. Without one nothing happens.
+    /// Stops the running export, or the one that is about to begin; the next one follows. Without one
+    /// nothing happens.
     void Stop();
     /// Stops the running export and takes out all that wait.
     void StopAll();
@@ -103,12 +104,12 @@ public:
     /// nobody.
     void Shutdown();
 
-    /// An entry's turn has come: the panel is asked next. Every entry gets this and Ended, unless it is
-    /// taken out before.
+    /// An entry's turn has come: the panel is asked next.
     Signal<QueuedExport> Next;
     /// The panel has begun an export.
     Signal<RunningExport> Began;
     Signal<RunningExport> Progressed;
+    /// Every entry gets this in the end, unless it is taken out before.
     Signal<EndedExport> Ended;
     /// An entry was taken out before its turn.
     Signal<QueuedExport> Removed;
@@ -162,6 +163,7 @@ private:
     ExportId LastId = 0;
     std::deque<QueuedExport> Entries;
     std::vector<QueuedExport> TakenOut; ///< whose removal has not been told yet
+    bool bStopFirst = false; ///< the first of Entries counts as stopped before it has begun
     bool bPumping = false;
     bool bTells = true; ///< false from Shutdown on
     Counts Tally;

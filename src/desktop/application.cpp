@@ -13,6 +13,7 @@
 #include "host/apppaths.h"
 #include "host/environment.h"
 #include "host/mvtheme.h"
+#include "host/openingmark.h"
 #include "player/mpvvideo.h"
 #include "process/exitcode.h"
 #include "process/processsetup.h"
@@ -29,6 +30,7 @@
 #include <memory>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -46,7 +48,7 @@ std::unique_ptr<MpvVideo> MakePlayer(std::string& OutError)
     return MpvVideo::Create({.VideoOutput = "libmpv", .AudioOutput = audioOutput}, OutError);
 }
 
-QStringList FilesToOpen(const WindowOptions& Options)
+QStringList NamedFiles(const WindowOptions& Options)
 {
     QStringList files;
     for (const std::string& file : Options.FilePaths)
@@ -64,13 +66,36 @@ QStringList FilesToOpen(const WindowOptions& Options)
         }
         files.append(PathText(ec ? file : path.native()));
     }
-    const std::string lastFile = AppPaths::DefaultVideoFile();
-    // One that is gone, too: the window then says so.
-    if (files.isEmpty() && !lastFile.empty())
-    {
-        files.append(PathText(lastFile));
-    }
     return files;
+}
+
+// Opens what was named, else the video of the last run. One that is gone, too: the window then says so. But
+// nothing that could have ended the last start.
+void OpenFirstFiles(const WindowOptions& Options, Desktop& Windows)
+{
+    const std::vector<std::string> unfinished = OpeningMark::TakeLeftover();
+    std::string lastFile = AppPaths::DefaultVideoFile();
+    if (std::find(unfinished.begin(), unfinished.end(), lastFile) != unfinished.end())
+    {
+        lastFile.clear();
+        AppPaths::SetDefaultVideoFile({});
+    }
+    if (!Options.FilePaths.empty())
+    {
+        Windows.OpenFiles(NamedFiles(Options), &Windows.Main());
+    }
+    else if (!unfinished.empty())
+    {
+        const std::size_t others = unfinished.size() - 1;
+        Windows.ShowError("No video is opened, because the program ended while it opened " +
+                          unfinished.front() +
+                          (others == 0 ? "" : " and " + std::to_string(others) + " more") +
+                          ": press Ctrl+O to choose one.");
+    }
+    else if (!lastFile.empty())
+    {
+        Windows.OpenFiles({PathText(lastFile)}, &Windows.Main());
+    }
 }
 
 SurfaceKind SurfaceOf(const std::string& Video)
@@ -152,6 +177,6 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         PrintError(error);
         return 1;
     }
-    desktop.OpenFiles(FilesToOpen(Options), &desktop.Main());
+    OpenFirstFiles(Options, desktop);
     return QApplication::exec();
 }
