@@ -185,15 +185,15 @@ struct QueueStage : SlowStage
     }
 };
 
-/// In the place of the desktop's programs: it writes down what it gets, and the name of an ffmpeg.
+/// In the place of the desktop's programs: it writes down what it gets, and the encoder's variables.
 class FakeOpener
 {
 public:
     FakeOpener()
     {
-        WriteFile(Program,
-                  "#!/bin/sh\nprintf '%s\\n%s.' \"$1\" \"${MOVANE_EXPORT_SOCKET-none}\" > '" +
-                      Told.native() + "'\n");
+        WriteFile(Program, "#!/bin/sh\nprintf '%s\\n%s.' \"$1\" "
+                           "\"${MOVANE_EXPORT_SOCKET-none}${MOVANE_FFMPEG_BIN-none}\" > '" +
+                               Told.native() + "'\n");
         std::filesystem::permissions(Program, std::filesystem::perms::owner_all);
     }
 
@@ -755,22 +755,21 @@ private Q_SLOTS:
 
     // -- The file manager
 
-    void OpenFolderStartsTheFileManagerWithoutTheEncodersSocket_data()
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersVariables_data()
     {
         QTest::addColumn<QByteArray>("Name");
         QTest::newRow("plain") << QByteArray("recordings");
         QTest::newRow("signs") << QByteArray("a b#c?d%20é\n");
         QTest::newRow("no UTF-8") << QByteArray("lat\xE9");
     }
-    void OpenFolderStartsTheFileManagerWithoutTheEncodersSocket()
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersVariables()
     {
         QFETCH(QByteArray, Name);
         const std::filesystem::path recordings = Environment().StateFolder() / Name.toStdString();
         const EnvironmentGuard folder("MOVANE_RECORDINGS_DIR", recordings.native());
-        const EnvironmentGuard socket("MOVANE_EXPORT_SOCKET", "/nonexistent/socket");
         const FakeOpener opener;
-
         ExportStage stage;
+        const EnvironmentGuard socket("MOVANE_EXPORT_SOCKET", "/nonexistent/socket");
         stage->Press(Qt::Key_E);
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
         stage->Click(*stage->Main().findChild<NotificationCard*>()->findChild<QPushButton*>());
@@ -779,7 +778,7 @@ private Q_SLOTS:
         QVERIFY2(url.startsWith("file:///"), url.constData());
         QCOMPARE(QByteArray::fromPercentEncoding(url.mid(7)).toStdString(),
                  (recordings / "clips").native());
-        QCOMPARE(opener.Lines()[1], "none.");
+        QCOMPARE(opener.Lines()[1], "nonenone.");
     }
 
     // -- Stopping

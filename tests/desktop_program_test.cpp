@@ -2,6 +2,7 @@
 // from outside, and what it remembers for its next start.
 
 #include "cliprogram.h"
+#include "fakes/rotatedvideo.h"
 
 #include <chrono>
 #include <csignal>
@@ -256,6 +257,74 @@ TEST_F(DesktopProgram, SaysThatTheVideoOfItsLastRunIsGone)
     EndInOrder(*Start({source.native()}, "gone.mp4"));
     fs::remove(source);
     EndInOrder(*Start({}, source.native() + " does not exist"));
+}
+
+// As a crash ends it, or a person whose program hangs.
+TEST_F(DesktopProgram, BeginsEmptyAfterAStartThatDidNotComeThrough)
+{
+    const fs::path mark = Folder.Path() / "home/.local/state/movane/opening";
+    const fs::path bad = Work / "bad.mp4";
+    fs::copy_file(SampleVideo(), bad);
+    EndInOrder(*Start({SampleVideo()}, "sample.mp4"));
+    for (const bool bNamed : {true, false})
+    {
+        SCOPED_TRACE(bNamed);
+        if (!bNamed)
+        {
+            EndInOrder(*Start({bad.native()}, "bad.mp4"));
+        }
+        Setup.Arguments = bNamed ? std::vector{bad.native()} : std::vector<std::string>();
+        {
+            ProgramRun run(Setup);
+            ASSERT_TRUE(
+                WaitFor([&] { return ReadFile(mark).find("bad.mp4") != std::string::npos; }));
+            run.Signal(bNamed ? SIGABRT : SIGKILL);
+            EXPECT_NE(run.Finish().Signal, 0);
+        }
+        EndInOrder(*Start({}, "No video is opened, because the program ended while it opened " +
+                                  bad.native() + ": press Ctrl+O to choose one."));
+        EXPECT_THAT(ReadFile(TextsFile), Not(HasSubstr("Source: bad.mp4")));
+    }
+    // The bad one is not the last one either for the start after that.
+    const auto run = Start({}, "Source: No active video source");
+    EXPECT_THAT(ReadFile(TextsFile), Not(HasSubstr("bad.mp4")));
+    EndInOrder(*run);
+}
+
+TEST_F(DesktopProgram, OpensWhatIsNamedAfterAStartThatDidNotComeThrough)
+{
+    Setup.Arguments = {SampleVideo()};
+    {
+        ProgramRun run(Setup);
+        ASSERT_TRUE(WaitFor(
+            [&] { return fs::exists(Folder.Path() / "home/.local/state/movane/opening"); }));
+        run.Signal(SIGKILL);
+        EXPECT_NE(run.Finish().Signal, 0);
+    }
+    EndInOrder(*Start({SampleVideo()}, "Source: sample.mp4"));
+}
+
+TEST_F(DesktopProgram, AVideoThatIsOpenForSomeSecondsHasComeThrough)
+{
+    {
+        const auto run = Start({SampleVideo()}, "sample.mp4");
+        ASSERT_TRUE(WaitFor(
+            [&] { return !fs::exists(Folder.Path() / "home/.local/state/movane/opening"); }));
+        run->Signal(SIGKILL);
+        EXPECT_NE(run->Finish().Signal, 0);
+    }
+    EndInOrder(*Start({}, "Source: sample.mp4"));
+}
+
+TEST_F(DesktopProgram, OpensAVideoThatIsToBeTurned)
+{
+    const fs::path silent = Work / "silent.mp4";
+    MakeMedia("-i " + SampleVideo() + " -an -c copy", silent.native());
+    const fs::path turned = Work / "turned.mp4";
+    MakeRotatedVideo(silent.native(), 90, turned.native());
+    const auto run = Start({"--video=sw", turned.native()}, "Source: turned.mp4");
+    ASSERT_TRUE(Press(".", "0:00:00.040 / "));
+    EndInOrder(*run);
 }
 
 TEST_F(DesktopProgram, OpensAFileOfACurrentFolderWhateverItsName)

@@ -1,6 +1,7 @@
 // The application's queue of exports: order, what is told, and stopping, with a fake ffmpeg.
 
 #include "app/application.h"
+#include "app/clipfile.h"
 #include "fakes/environmentguard.h"
 #include "fakes/fakeffmpeg.h"
 #include "fakes/filetext.h"
@@ -24,7 +25,11 @@ namespace fs = std::filesystem;
 class ExportQueueTest : public testing::Test
 {
 protected:
-    ExportQueueTest()
+    /// With a socket, as an application whose exports go through the front.
+    explicit ExportQueueTest(bool bSocket = false)
+        : Program({.pSocket =
+                       bSocket ? std::make_unique<ExportSocket>(AppPaths::RuntimeDir()) : nullptr,
+                   .RequestFrame = [this] { Wake.Post(); }})
     {
         WriteFile(Source, "pictures");
         Program.Panel().StatusChanged.connect([this](const std::string& Text)
@@ -99,7 +104,7 @@ protected:
     std::vector<std::string> Told; ///< status texts and signals, in their order
     std::vector<EndedExport> Endings;
     std::vector<Movane::Notification> Notifications;
-    Application Program{{.RequestFrame = [this] { Wake.Post(); }}};
+    Application Program;
 };
 
 TEST_F(ExportQueueTest, TellsOfOneClipWhatThePanelWouldTell)
@@ -223,7 +228,12 @@ TEST_F(ExportQueueStop, CountsInTheFirstMomentToo)
     RunUntil([this] { return Program.Exports().Running() != nullptr; });
     Program.Exports().Stop();
     RunToTheEnd();
-    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+    EXPECT_TRUE(fs::is_empty(Clips));
+    Program.Exports().Add(Clip("b"));
+    Program.Exports().Stop();
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped, ExportOutcome::Stopped));
+    EXPECT_EQ(Told.back(), "idle");
     EXPECT_TRUE(fs::is_empty(Clips));
 }
 
@@ -246,5 +256,189 @@ TEST_F(ExportQueueStop, IsWhatTheEndOfTheApplicationDoes)
     Program.Exports().Shutdown();
     EXPECT_THAT(Told, IsEmpty());
     EXPECT_TRUE(fs::is_empty(Clips));
+}
+
+// -- With the encoder front
+
+class ExportQueueFront : public ExportQueueTest
+{
+protected:
+    ExportQueueFront()
+        : ExportQueueTest(true)
+    {
+        Program.Exports().Progressed.connect([this](const RunningExport& Export)
+                                             { Progress.push_back(Export); });
+    }
+    void FrontDoes(const std::string& Text) const { WriteFile(Folder.Path() / "lines", Text); }
+
+    EnvironmentGuard Front{"MOVANE_FFMPEG_BIN", FAKE_FRONT};
+    EnvironmentGuard Lines{"FAKE_FRONT_LINES", Folder.Path() / "lines"};
+    EnvironmentGuard Socket{"MOVANE_EXPORT_SOCKET", Folder.Path() / "runtime" / "export.socket"};
+    std::vector<RunningExport> Progress;
+};
+
+TEST_F(ExportQueueFront, HandsOnHowFarItIs)
+{
+    FrontDoes("send progress seek 0.1\nsend progress encode 0.5\nsend progress encode 0.4\n"
+              "send progress finish 0.9\nwrite\nsend judged\n");
+    Program.Exports().Add(Clip("Intro"));
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Exported));
+    ASSERT_FALSE(Progress.empty());
+    const RunningExport& last = Progress.back();
+    EXPECT_EQ(last.Phase, ExportPhase::Finish);
+    EXPECT_EQ(last.Fraction, 0.9);
+    EXPECT_EQ(last.OutputPath, Clips / "clip_00000_Intro.mkv");
+    EXPECT_TRUE(std::is_sorted(Progress.begin(), Progress.end(),
+                               [](const RunningExport& A, const RunningExport& B)
+                               { return A.Fraction < B.Fraction; }));
+}
+
+TEST_F(ExportQueueFront, GetsOneMessageAtAStopAndSaysThatItStopped)
+{
+    FrontDoes("send progress encode 0.1\nawait\nsay stopped.\nsend failed stopped.\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunUntil([this] { return !Progress.empty() && Progress.back().Fraction > 0.0; });
+    Program.Exports().Stop();
+    Program.Exports().Stop();
+    RunToTheEnd();
+    EXPECT_EQ(ReadFile(Clips / "clip_00000_a.mkv.told"), "stop");
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+    ASSERT_EQ(Notifications.size(), 1U);
+    EXPECT_EQ(Notifications[0].Message, "Clip export failed: stopped.");
+    EXPECT_EQ(Notifications[0].Type, Movane::NotificationInfo);
+}
+
+TEST_F(ExportQueueFront, ThatWasStoppedFromOutsideIsNoFailureEither)
+{
+    FrontDoes("say stopped.\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+}
+
+TEST_F(ExportQueueFront, WhoseNameIsTakenIsTriedWithTheNextNumber)
+{
+    FrontDoes("once\nmake clip_00000_a.mkv\nsend taken\nsay taken\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunToTheEnd();
+    EXPECT_THAT(Told, ElementsAre("Exporting a to clip_00000_a.mkv...", "began clip_00000_a.mkv",
+                                  "Exporting a to clip_00001_a.mkv...", "Exported clip_00001_a.mkv",
+                                  "idle"));
+    EXPECT_EQ(ReadFile(Clips / "clip_00000_a.mkv"), "clip_00000_a.mkv");
+    ASSERT_EQ(Endings.size(), 1U);
+    EXPECT_EQ(Endings[0].FilePath, Clips / "clip_00001_a.mkv");
+    EXPECT_EQ(Notifications.size(), 1U);
+}
+
+TEST_F(ExportQueueFront, ThatFailsLeavesTheFilesOfOthersAlone)
+{
+    FrontDoes("make clip_00000_a.mkv\nsend failed Invalid data.\nsay Invalid data.\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunToTheEnd();
+    EXPECT_EQ(Endings.at(0).Message, "Clip export failed: Invalid data.");
+    EXPECT_TRUE(IsThere("clip_00000_a.mkv"));
+}
+
+TEST_F(ExportQueueFront, ThatSaysNonsenseIsCutOff)
+{
+    FrontDoes("send nonsense\nawait\nwrite\n");
+    Program.Exports().Add(Clip("a"));
+    RunToTheEnd();
+    EXPECT_EQ(ReadFile(Clips / "clip_00000_a.mkv.told"), "end");
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Exported));
+}
+
+TEST_F(ExportQueueFront, IsReachedThroughASocketOfTheUsersAlone)
+{
+    const fs::path socket = Folder.Path() / "runtime" / "export.socket";
+    EXPECT_EQ(fs::status(socket).type(), fs::file_type::socket);
+    EXPECT_EQ(fs::status(socket).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+// -- The socket and the names
+
+TEST(ExportSocket, OpensAtAPathTooLongForAnAddressAndLeavesNothing)
+{
+    const TempFolder folder;
+    const fs::path deep = folder.Path() / std::string(200, 'd');
+    fs::create_directory(deep);
+    {
+        const ExportSocket socket(deep);
+        EXPECT_EQ(fs::status(socket.Path()).type(), fs::file_type::socket);
+    }
+    EXPECT_TRUE(fs::is_empty(deep));
+}
+
+TEST(ExportSocket, ReplacesASocketThatWasLeftButNoFile)
+{
+    const TempFolder folder;
+    auto left = std::make_unique<ExportSocket>(folder.Path());
+    const ExportSocket next(folder.Path());
+    EXPECT_EQ(fs::status(next.Path()).type(), fs::file_type::socket);
+
+    const TempFolder other;
+    WriteFile(other.Path() / "export.socket", "mine");
+    RecordedLog log;
+    const ExportSocket refused(other.Path());
+    EXPECT_EQ(ReadFile(other.Path() / "export.socket"), "mine");
+    EXPECT_EQ(log.TakeLines().size(), 1U);
+}
+
+TEST(ClipFile, GetsTheExtensionThatItsNameLacks)
+{
+    const TempFolder folder;
+    for (const char* const lacks : {"", ".", ".m", ".mk"})
+    {
+        const fs::path file = folder.Path() / (std::string("clip_00000_long") + lacks);
+        WriteFile(file, lacks);
+        const fs::path whole = AddMissingExtension(file);
+        EXPECT_TRUE(whole.native().ends_with("_long.mkv")) << whole;
+        EXPECT_EQ(ReadFile(whole), lacks);
+        EXPECT_FALSE(fs::exists(file));
+    }
+    // Each took the next free number.
+    EXPECT_TRUE(fs::exists(folder.Path() / "clip_00003_long.mkv"));
+}
+
+TEST(ClipFile, KeepsANameThatIsWholeOrNoClips)
+{
+    const TempFolder folder;
+    for (const char* const name : {"clip_00000_a.mkv", "other", "clip_0000x_a", "clip_"})
+    {
+        WriteFile(folder.Path() / name, name);
+        EXPECT_EQ(AddMissingExtension(folder.Path() / name), folder.Path() / name);
+    }
+}
+
+TEST_F(ExportQueueTest, GivesALongNameItsExtension)
+{
+    Program.Exports().Add(Clip(std::string(50, 'x')));
+    Program.Exports().Add(Clip(std::string(50, 'x')));
+    RunToTheEnd();
+    EXPECT_EQ(Endings.at(0).FilePath.filename(), "clip_00000_" + std::string(50, 'x') + ".mkv");
+    EXPECT_EQ(Endings.at(1).FilePath.filename(), "clip_00001_" + std::string(50, 'x') + ".mkv");
+    EXPECT_TRUE(fs::exists(Endings.at(1).FilePath));
+}
+
+// -- The time that is left
+
+TEST(TimeLeft, IsUnknownAtFirstAndThenFollowsThePace)
+{
+    TimeLeft left;
+    EXPECT_EQ(left.Update(0.5, 0.5), std::nullopt);
+    EXPECT_EQ(left.Update(0.0, 5.0), std::nullopt);
+    EXPECT_DOUBLE_EQ(left.Update(0.25, 10.0).value(), 30.0);
+    EXPECT_DOUBLE_EQ(left.Update(0.5, 20.0).value(), 20.0);
+    // Twice as slow from here on: the whole time is now guessed at 80 s instead of 40 s.
+    EXPECT_DOUBLE_EQ(left.Update(0.5, 40.0).value(), 10.0);
+    EXPECT_EQ(left.Update(1.0, 41.0), 0.0);
+}
+
+TEST(TimeLeft, IsNeverNegative)
+{
+    TimeLeft left;
+    EXPECT_EQ(left.Update(0.99, 10.0).value() >= 0.0, true);
+    EXPECT_EQ(left.Update(0.99, 1000.0).value(), 0.0);
 }
 } // namespace

@@ -14,7 +14,8 @@ Application::Application(Setup How)
     p = &ApplicationCore;
     ConnectPanelToRecords(ClipPanel, PanelRecords);
     ClipPanel.pParentWindow = &Place;
-    pExports = std::make_unique<ExportQueue>(ClipPanel, RequestFrame);
+    pExports = std::make_unique<ExportQueue>(ClipPanel, RequestFrame, std::move(How.pSocket),
+                                             std::move(How.pEncoder));
     if (How.bStartsJobs)
     {
         StartJobs();

@@ -21,7 +21,10 @@ class Application
 public:
     struct Setup
     {
-        std::unique_ptr<TTF> pFont = nullptr;       ///< null: the host's own
+        std::unique_ptr<TTF> pFont = nullptr;            ///< null: the host's own
+        std::unique_ptr<ExportSocket> pSocket = nullptr; ///< null: exports run ffmpeg itself
+        /// What the running export has started, for a thread that may kill it.
+        std::shared_ptr<WorkerChildren> pEncoder = std::make_shared<WorkerChildren>();
         std::function<void()> RequestFrame = [] {}; ///< asks for a frame; any thread calls it
         bool bStartsJobs = true;                    ///< otherwise StartJobs does
     };
@@ -34,7 +37,9 @@ public:
     Application& operator=(const Application&) = delete;
 
     Core& Parts() { return ApplicationCore; }
+    const Core& Parts() const { return ApplicationCore; }
     MvClipControlPanel& Panel() { return ClipPanel; }
+    const MvClipControlPanel& Panel() const { return ClipPanel; }
     ClipPanelRecords& Records() { return PanelRecords; }
     /// The window that the panel belongs to, for its geometry.
     MvWindow& PanelPlace() { return Place; }

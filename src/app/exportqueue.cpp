@@ -1,5 +1,7 @@
 #include "app/exportqueue.h"
 
+#include "app/clipfile.h"
+#include "export/leftovers.h"
 #include "host/apppaths.h"
 #include "host/core.h"
 #include "process/sentences.h"
@@ -30,6 +32,9 @@ constexpr milliseconds StopGrace{5000};
 // What the end of the program waits for: the grace period, and the panel's result after it.
 constexpr milliseconds ShutdownTime{10000};
 
+// As many numbers as the panel has for a name.
+constexpr int MaxTryCount = 10000;
+
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
 constexpr const char* StoppedText = "Clip export failed: stopped.";
@@ -53,22 +58,35 @@ std::string SummaryText(std::size_t ExportedCount, std::size_t Count)
 {
     return "Exported " + std::to_string(ExportedCount) + " of " + std::to_string(Count) + " clips";
 }
+
+void Watch(const UniqueFd& Poll, int Watched)
+{
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    if (epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Watched, &event) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+    }
+}
 } // namespace
 
 ExportQueue::ExportQueue(MvClipControlPanel& NewUserPanel,
                          std::function<void()> NewRequestFrame,
+                         std::unique_ptr<ExportSocket> pNewSocket,
+                         std::shared_ptr<WorkerChildren> pNewEncoder,
                          Clock NewNow)
     : UserPanel(NewUserPanel)
     , RequestFrame(std::move(NewRequestFrame))
     , Now(std::move(NewNow))
+    , pSocket(std::move(pNewSocket))
     , Poll(epoll_create1(EPOLL_CLOEXEC))
     , Timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
+    , pEncoder(std::move(pNewEncoder))
 {
-    epoll_event event = {};
-    event.events = EPOLLIN;
-    if (epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Timer.Get(), &event) != 0)
+    Watch(Poll, Timer.Get());
+    if (pSocket != nullptr)
     {
-        throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+        Watch(Poll, pSocket->Descriptor());
     }
 }
 
@@ -129,7 +147,13 @@ void ExportQueue::TakeOutAll()
 
 void ExportQueue::Stop()
 {
-    if (!Current.has_value() || Current->bStopping)
+    if (!Current.has_value())
+    {
+        bStopFirst = !Entries.empty();
+        RequestFrame();
+        return;
+    }
+    if (Current->bStopping)
     {
         return;
     }
@@ -151,24 +175,20 @@ void ExportQueue::StopAll()
 // The encoder may not be there yet when the stop is asked for, so this is tried again with each look.
 void ExportQueue::PressStop()
 {
-    Encoder.Collect();
-    if (!bAskedToEnd && !Encoder.IsEmpty())
+    pEncoder->Collect();
+    if (Now() - StopAt >= StopGrace)
+    {
+        pEncoder->Kill();
+    }
+    else if (!bAskedToEnd && pSocket != nullptr && pSocket->SendStop(Current->OutputPath.native()))
     {
         bAskedToEnd = true;
-        Encoder.Signal(SIGTERM);
     }
-    else if (Now() - StopAt >= StopGrace)
+    else if (!bAskedToEnd && !pEncoder->IsEmpty())
     {
-        bKilled = true;
-        Encoder.Signal(SIGKILL);
+        bAskedToEnd = true;
+        pEncoder->Signal(SIGTERM);
     }
-}
-
-void ExportQueue::KillEncoder()
-{
-    WorkerChildren encoder;
-    encoder.Collect();
-    encoder.Signal(SIGKILL);
 }
 
 // -- For the application
@@ -180,6 +200,7 @@ void ExportQueue::Pump()
         return;
     }
     EmitRemoved();
+    TakeMessages();
     if (Current.has_value())
     {
         Look();
@@ -196,7 +217,15 @@ void ExportQueue::Pump()
     {
         const QueuedExport entry = std::move(Entries.front());
         Entries.pop_front();
-        Begin(entry);
+        if (std::exchange(bStopFirst, false))
+        {
+            UserPanel.SetStatusTextInternal(StoppedText, true);
+            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, StoppedText});
+        }
+        else
+        {
+            Begin(entry);
+        }
     }
     EmitRemoved(); // what this pump has taken out
     if (!Current.has_value() && Tally.Count > 0)
@@ -217,6 +246,19 @@ void ExportQueue::EmitRemoved()
 void ExportQueue::Begin(const QueuedExport& Entry)
 {
     Next.emit(Entry);
+    TryCount = 0;
+    BeganAt = Now();
+    Left = TimeLeft();
+    if (AskPanel(Entry))
+    {
+        Began.emit(*Current);
+        TakeResult(); // without a running job system it is there already
+    }
+}
+
+// False when the panel refused, which has been told then.
+bool ExportQueue::AskPanel(const QueuedExport& Entry)
+{
     pDesk = std::make_unique<Desk>();
     MvClipControlPanel& panel = pDesk->Panel;
     panel.pClipTable = &pDesk->Table;
@@ -226,33 +268,28 @@ void ExportQueue::Begin(const QueuedExport& Entry)
     panel.StatusChanged.connect([this](const std::string& Text)
                                 { UserPanel.SetStatusTextInternal(Text, true); });
     JobFailure.reset();
-    Encoder.Clear();
+    pEncoder->Clear();
     bAskedToEnd = false;
-    bKilled = false;
+    bNameTaken = false;
+    ++TryCount;
     try
     {
         panel.ExportSelectedClip();
     }
     catch (const std::exception& error)
     {
-        const std::string sentence = SentenceOf(error);
-        UserPanel.SetStatusTextInternal(sentence, true);
-        Finish({Entry.Id, Entry.Clip, ExportOutcome::Failed, {}, sentence});
-        return;
+        panel.SetStatusTextInternal(SentenceOf(error), true);
     }
     if (panel.ExportGeneration == 0)
     {
         Finish({Entry.Id, Entry.Clip, ExportOutcome::Failed, {}, panel.StatusText});
-        return;
+        return false;
     }
-    BeganAt = Now();
-    Left = TimeLeft();
     Current = RunningExport{.Id = Entry.Id,
                             .Clip = Entry.Clip,
                             .OutputPath = OutputPathOf(panel.StatusText, Entry.Clip.Name)};
     ArmTimer(LookEvery);
-    Began.emit(*Current);
-    TakeResult(); // without a running job system it is there already
+    return true;
 }
 
 void ExportQueue::Look()
@@ -269,12 +306,43 @@ void ExportQueue::Look()
     else
     {
         // Known before a signal to the whole process group ends the shell above it.
-        Encoder.Collect();
+        pEncoder->Collect();
     }
+    Tell();
+}
+
+void ExportQueue::TakeMessages()
+{
+    if (pSocket == nullptr)
+    {
+        return;
+    }
+    bool bProgress = false;
+    const std::string path = Current.has_value() ? Current->OutputPath.native() : std::string();
+    for (const ExportMessage& message : pSocket->Take(path))
+    {
+        if (message.Type == ExportMessageType::Progress)
+        {
+            bProgress = true;
+            Current->Phase = message.Phase;
+            Current->Fraction = std::max(Current->Fraction, message.Fraction);
+        }
+        bNameTaken = bNameTaken || message.Type == ExportMessageType::Taken;
+    }
+    if (bProgress)
+    {
+        Tell();
+    }
+}
+
+void ExportQueue::Tell()
+{
     Current->ElapsedSec = std::chrono::duration<double>(Now() - BeganAt).count();
     Current->SecondsLeft = Left.Update(Current->Fraction, Current->ElapsedSec);
-    const RunningExport progress = *Current;
-    Progressed.emit(progress);
+    if (bTells)
+    {
+        Progressed.emit(*Current);
+    }
 }
 
 bool ExportQueue::TakeResult()
@@ -284,12 +352,8 @@ bool ExportQueue::TakeResult()
     std::string message;
     {
         const std::lock_guard lock(panel.ExportMutex);
-        if (!panel.bExportResultReady)
-        {
-            return false;
-        }
-        // A shell may have ended before what it ran: a file is not touched before both have.
-        if (Current->bStopping && Encoder.IsRunning())
+        // A shell may have ended before what it ran: nothing is told before both have.
+        if (!panel.bExportResultReady || IsEncoderLeft())
         {
             return false;
         }
@@ -297,23 +361,51 @@ bool ExportQueue::TakeResult()
         bSuccess = panel.bExportResultSuccess;
         message = panel.ExportResultMessage;
     }
-    End(bSuccess             ? ExportOutcome::Exported
-        : Current->bStopping ? ExportOutcome::Stopped
-                             : ExportOutcome::Failed,
-        message);
+    if (!bSuccess && (Current->bStopping || message == StoppedText))
+    {
+        End(ExportOutcome::Stopped, StoppedText);
+    }
+    else if (!bSuccess && bNameTaken && TryCount < MaxTryCount)
+    {
+        const RunningExport earlier = *std::exchange(Current, std::nullopt);
+        if (AskPanel({earlier.Id, earlier.Clip}))
+        {
+            Tell();
+        }
+    }
+    else
+    {
+        End(bSuccess ? ExportOutcome::Exported : ExportOutcome::Failed, message);
+    }
     return true;
+}
+
+bool ExportQueue::IsEncoderLeft()
+{
+    // A front is connected still only where somebody ended the shell above it.
+    if (pSocket != nullptr && pSocket->IsConnected(Current->OutputPath.native()))
+    {
+        pSocket->SendStop(Current->OutputPath.native());
+        return true;
+    }
+    return Current->bStopping && pEncoder->IsRunning();
 }
 
 void ExportQueue::End(ExportOutcome Outcome, const std::string& Message)
 {
     ArmTimer(milliseconds(0));
     const RunningExport ended = *std::exchange(Current, std::nullopt);
-    if (Outcome == ExportOutcome::Stopped)
+    if (Outcome != ExportOutcome::Exported && pSocket != nullptr)
+    {
+        RemoveAbandonedExports(ended.OutputPath.parent_path()); // the front may have been killed
+    }
+    else if (Outcome == ExportOutcome::Stopped)
     {
         std::error_code ec;
         fs::remove(ended.OutputPath, ec);
     }
-    const fs::path file = Outcome == ExportOutcome::Exported ? ended.OutputPath : fs::path();
+    const fs::path file =
+        Outcome == ExportOutcome::Exported ? AddMissingExtension(ended.OutputPath) : fs::path();
     if (bTells)
     {
         UserPanel.SetStatusTextInternal(Message, true);
@@ -392,6 +484,7 @@ void ExportQueue::Shutdown()
         pollfd wait = {Descriptor(), POLLIN, 0};
         poll(&wait, 1, static_cast<int>(LookEveryWhileStopping.count()));
         p->pJobSystem->PumpMainThread();
+        TakeMessages();
         Look();
         if (JobFailure.has_value())
         {

@@ -5,10 +5,11 @@
 // that fails does not end the rest. An entry keeps its clip as it was when it was added.
 //
 // Signals are emitted by Pump alone, which the application calls in its frame; a slot may call whatever
-// it likes but Pump. UI thread only, but for KillEncoder.
+// it likes but Pump. UI thread only.
 
 #pragma once
 
+#include "app/exportsocket.h"
 #include "app/runningexport.h"
 #include "app/timeleft.h"
 #include "host/movane.h"
@@ -57,9 +58,13 @@ public:
     using Clip = MvClipControlPanel::SavedClip;
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// UserPanel gets the status texts. RequestFrame asks the application for a frame.
+    /// UserPanel gets the status texts. RequestFrame asks the application for a frame. With a socket,
+    /// exports go through the encoder front. Encoder is what the running export has started: whoever
+    /// holds it, too, can kill that from any thread.
     ExportQueue(MvClipControlPanel& NewUserPanel,
                 std::function<void()> NewRequestFrame,
+                std::unique_ptr<ExportSocket> pNewSocket = nullptr,
+                std::shared_ptr<WorkerChildren> pNewEncoder = std::make_shared<WorkerChildren>(),
                 Clock NewNow = &std::chrono::steady_clock::now);
     /// As Shutdown.
     ~ExportQueue();
@@ -73,7 +78,8 @@ public:
     std::vector<ExportId> Add(const std::vector<Clip>& NewClips);
     /// Takes out an entry that waits; false when there is none of that number.
     bool Remove(ExportId Id);
-    /// Stops the running export; the next one follows. Without one nothing happens.
+    /// Stops the running export, or the one that is about to begin; the next one follows. Without one
+    /// nothing happens.
     void Stop();
     /// Stops the running export and takes out all that wait.
     void StopAll();
@@ -94,18 +100,16 @@ public:
     void Pump();
     /// Readable when Pump has something to do that no frame was asked for. Owned by the queue.
     int Descriptor() const { return Poll.Get(); }
-    /// Ends the encoder of the running export at once, with everything that it started. Any thread.
-    static void KillEncoder();
     /// Takes out all that wait and ends the running export, for which it waits some seconds. Tells
     /// nobody.
     void Shutdown();
 
-    /// An entry's turn has come: the panel is asked next. Every entry gets this and Ended, unless it is
-    /// taken out before.
+    /// An entry's turn has come: the panel is asked next.
     Signal<QueuedExport> Next;
     /// The panel has begun an export.
     Signal<RunningExport> Began;
     Signal<RunningExport> Progressed;
+    /// Every entry gets this in the end, unless it is taken out before.
     Signal<EndedExport> Ended;
     /// An entry was taken out before its turn.
     Signal<QueuedExport> Removed;
@@ -137,7 +141,11 @@ private:
     void TakeOutAll();
     void EmitRemoved();
     void Begin(const QueuedExport& Entry);
+    bool AskPanel(const QueuedExport& Entry);
+    void TakeMessages();
+    void Tell();
     bool TakeResult();
+    bool IsEncoderLeft();
     void End(ExportOutcome Outcome, const std::string& Message);
     void Finish(const EndedExport& Ended);
     void PressStop();
@@ -149,11 +157,13 @@ private:
     MvClipControlPanel& UserPanel;
     std::function<void()> RequestFrame;
     Clock Now;
-    UniqueFd Poll;  ///< of the timer
-    UniqueFd Timer; ///< while an export runs that has to be looked at
+    std::unique_ptr<ExportSocket> pSocket; ///< null without the front
+    UniqueFd Poll;                         ///< of the timer and the socket
+    UniqueFd Timer;                        ///< while an export runs that has to be looked at
     ExportId LastId = 0;
     std::deque<QueuedExport> Entries;
     std::vector<QueuedExport> TakenOut; ///< whose removal has not been told yet
+    bool bStopFirst = false; ///< the first of Entries counts as stopped before it has begun
     bool bPumping = false;
     bool bTells = true; ///< false from Shutdown on
     Counts Tally;
@@ -163,9 +173,10 @@ private:
     std::optional<RunningExport> Current;
     std::chrono::steady_clock::time_point BeganAt;
     TimeLeft Left;
-    WorkerChildren Encoder;
+    const std::shared_ptr<WorkerChildren> pEncoder;
     bool bAskedToEnd = false;
-    bool bKilled = false;
+    bool bNameTaken = false; ///< by another program, before the front could
+    int TryCount = 0;
     std::chrono::steady_clock::time_point StopAt;
     std::optional<std::string> JobFailure;
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 /// Number of an entry of an export queue, counting from 1; never given twice in a queue's life.
 using ExportId = std::uint64_t;
@@ -23,3 +24,8 @@ struct RunningExport
     std::optional<double> SecondsLeft = {}; ///< none while it is unknown
     bool bStopping = false;                 ///< a stop was asked for
 };
+
+/// How long the export has run and how long it will still take, for people. Independent of the locale.
+///
+///     "0:03, 1:30:00 left"     "0:03" while nothing is known of the rest
+std::string ProgressTimes(const RunningExport& Export);

@@ -1,6 +1,6 @@
 #include "desktop/desktop.h"
 
-#include "cli/cliptext.h"
+#include "app/typedtime.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktopnotifier.h"
@@ -35,9 +35,14 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <chrono>
 
 namespace
 {
+// A file has come through when the windows still answer so long after it was opened: the first pictures are
+// decoded and drawn by then.
+constexpr std::chrono::seconds TimeToComeThrough(3);
+
 VideoPane* PaneAround(QObject* pObject)
 {
     for (QObject* object = pObject; object != nullptr; object = object->parent())
@@ -60,6 +65,9 @@ Desktop::Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind)
     Running.SetVolume(Remembered.VolumePercent);
     Running.SetMuted(Remembered.bMuted);
     ConnectCommands();
+    OpeningEnds.setSingleShot(true);
+    OpeningEnds.setInterval(TimeToComeThrough);
+    connect(&OpeningEnds, &QTimer::timeout, this, [this] { Opening.End(); });
     connect(&Running, &Session::NotificationQueued, this, &Desktop::ShowNotification);
     qApp->installEventFilter(this);
 }
@@ -162,6 +170,12 @@ void Desktop::ConnectWindow(VideoWindow& Window)
             });
     connect(&Window, &VideoWindow::RecentFilePicked, this,
             [this, &Window](const QString& Path) { OpenFiles({Path}, &Window); });
+    connect(&Window.Pane(), &VideoPane::FileOpening, this,
+            [this](const QString& Path)
+            {
+                OpeningEnds.stop();
+                Opening.Add(PathBytes(Path));
+            });
     connect(&Window.Pane(), &VideoPane::FileOpened, this,
             [this, &Window](const QString& Path, bool bLoaded)
             { TakeOpened(Path, bLoaded, Window.Pane().Shown().LoadError()); });
@@ -282,6 +296,7 @@ void Desktop::OpenFiles(const QStringList& Paths, VideoWindow* pWindow)
 
 void Desktop::TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError)
 {
+    OpeningEnds.start();
     if (!bLoaded)
     {
         ShowError(LoadError);

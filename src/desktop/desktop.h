@@ -8,10 +8,12 @@
 #include "desktop/settings.h"
 #include "desktop/videosurface.h"
 #include "host/movane.h"
+#include "host/openingmark.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 #include <string>
@@ -41,6 +43,9 @@ public:
     /// absolute.
     void OpenFiles(const QStringList& Paths, VideoWindow* pWindow = nullptr);
 
+    /// Shows an error in the status line of the clip panel.
+    void ShowError(const std::string& Sentence);
+
     MainWindow& Main() { return *pMain; }
     /// All windows, the main one first.
     std::vector<VideoWindow*> Windows() const;
@@ -67,13 +72,14 @@ private:
     void ShowAbout();
     void ApplyTextScale();
     void ToggleFullScreen();
-    void ShowError(const std::string& Sentence);
     void ShowNotification(const Movane::Notification& Shown);
 
     Session& Running;
     Commands& Acts;
     SurfaceKind Kind;
     Settings Remembered;
+    OpeningMark Opening; ///< of the files that have not come through yet
+    QTimer OpeningEnds;
     std::unique_ptr<MainWindow> pMain;
     std::vector<std::unique_ptr<VideoWindow>> FurtherWindows;
     NotificationOverlay* pOverlay = nullptr;

@@ -1,8 +1,6 @@
 #include "desktop/desktopopen.h"
 
-#include "export/encoderfront.h"
 #include "export/exportmessages.h"
-#include "host/environment.h"
 
 #include <QDesktopServices>
 #include <QProcess>
@@ -14,10 +12,10 @@ void OpenWithDesktop(const std::string& Path)
     // An address, since the toolkit takes no bytes as arguments.
     const QByteArray address = "file://" + QByteArray::fromStdString(Path).toPercentEncoding("/");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(ExportSocketVariable);
-    if (EnvironmentValue("MOVANE_FFMPEG_BIN") == EncoderFrontPath())
+    if (environment.contains(ExportSocketVariable))
     {
-        environment.remove("MOVANE_FFMPEG_BIN");
+        environment.remove(ExportSocketVariable);
+        environment.remove("MOVANE_FFMPEG_BIN"); // the front: the user named no ffmpeg
     }
     QProcess opener;
     opener.setProgram("xdg-open");

@@ -10,18 +10,24 @@
 #include <algorithm>
 #include <utility>
 
-Session::Session(PlayerFactory MakePlayer)
+Session::Session(PlayerFactory MakePlayer,
+                 std::unique_ptr<ExportSocket> pSocket,
+                 std::function<bool()> StopReceived)
     : NewPlayer(std::move(MakePlayer))
-    , pModel(std::make_unique<Application>(Application::Setup{
-          .pFont = std::make_unique<QtFont>(), .RequestFrame = [this] { RequestFrame(); }}))
-    , PanelExports(pModel->Panel(), pModel->Exports())
-    , ExportNews(pModel->Exports().Descriptor(), QSocketNotifier::Read)
+    , IsStopReceived(std::move(StopReceived))
+    , Program({.pFont = std::make_unique<QtFont>(),
+               .pSocket = std::move(pSocket),
+               .RequestFrame = [this] { RequestFrame(); }})
+    , PanelExports(Program.Panel(), Program.Exports())
+    , ExportNews(Program.Exports().Descriptor(), QSocketNotifier::Read)
 {
-    pModel->Parts().pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
+    Program.Parts().pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
                                                         { Q_EMIT NotificationQueued(Shown); });
-    pModel->Records().Table.SelectionChanged.connect([this] { RequestFrame(); });
-    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::RequestFrame);
+    Records().Table.SelectionChanged.connect([this] { RequestFrame(); });
+    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::Frame);
 }
+
+Session::~Session() = default;
 
 VideoDocument* Session::AddDocument(std::string& OutError)
 {
@@ -45,13 +51,13 @@ VideoDocument* Session::AddDocument(std::string& OutError)
                 RequestFrame();
             }
         });
-    pModel->Parts().pMovane->AddWindow(windowID, std::move(owned));
+    Program.Parts().pMovane->AddWindow(windowID, std::move(owned));
     return document;
 }
 
 void Session::RemoveDocument(unsigned long WindowID)
 {
-    auto* const document = pModel->Parts().pMovane->GetWindowAs<VideoDocument>(WindowID);
+    auto* const document = Program.Parts().pMovane->GetWindowAs<VideoDocument>(WindowID);
     if (document == nullptr)
     {
         return;
@@ -61,7 +67,7 @@ void Session::RemoveDocument(unsigned long WindowID)
     document->bVisible = false;
     document->bOpen = false;
     Q_EMIT DocumentRemoved(WindowID);
-    pModel->Parts().pMovane->RemoveWindow(WindowID);
+    Program.Parts().pMovane->RemoveWindow(WindowID);
     RequestFrame();
 }
 
@@ -76,15 +82,15 @@ void Session::FocusDocument(unsigned long WindowID)
 
 VideoDocument* Session::TargetDocument() const
 {
-    return dynamic_cast<VideoDocument*>(pModel->Panel().ResolveTargetVideoWindow());
+    return dynamic_cast<VideoDocument*>(Program.Panel().ResolveTargetVideoWindow());
 }
 
 std::vector<VideoDocument*> Session::Documents() const
 {
     std::vector<VideoDocument*> documents;
-    for (const unsigned long windowID : pModel->Parts().pMovane->WindowIDs)
+    for (const unsigned long windowID : Program.Parts().pMovane->WindowIDs)
     {
-        if (auto* const document = pModel->Parts().pMovane->GetWindowAs<VideoDocument>(windowID))
+        if (auto* const document = Program.Parts().pMovane->GetWindowAs<VideoDocument>(windowID))
         {
             documents.push_back(document);
         }
@@ -125,7 +131,11 @@ void Session::Frame()
     // First, so that what another thread reports from now on gets a frame of its own.
     bFrameRequested = false;
     PumpPlayers();
-    pModel->Frame();
+    if (IsStopReceived())
+    {
+        PanelExports.StopAll();
+    }
+    Program.Frame();
     Q_EMIT FrameDone();
 }
 

@@ -1,10 +1,9 @@
-// The running desktop application without its windows: the application that the command line has, too,
-// with documents, the exports that the windows show, and frames of the toolkit's event loop.
+// The application for windows: documents with players, exports by rows, frames in the toolkit's event loop,
+// and the application's signals as the toolkit's.
 //
-// The host's records are the truth. A frame brings them up to date (player events, callbacks of jobs,
-// a finished export, the live labels) and then lets the widgets copy what differs. Frames run when
-// something asks for one and never by a clock, so an idle application sleeps. UI thread only, but for
-// RequestFrame.
+// The host's records are the truth. A frame brings them up to date (the players' news, then all that the
+// application has) and then lets the widgets copy what differs. Frames run when something asks for one
+// and never by a clock, so an idle application sleeps. UI thread only, but for RequestFrame.
 
 #pragma once
 
@@ -31,10 +30,17 @@ public:
     /// Makes a player for a new video window, or null with OutError set to one sentence.
     using PlayerFactory = std::function<std::unique_ptr<MpvVideo>(std::string& OutError)>;
 
-    explicit Session(PlayerFactory MakePlayer);
+    /// Builds the application. StopReceived tells whether the process was told to end from outside: that
+    /// may have ended the encoder, too, and counts like a stop of all exports.
+    explicit Session(
+        PlayerFactory MakePlayer,
+        std::unique_ptr<ExportSocket> pSocket = nullptr,
+        std::function<bool()> StopReceived = [] { return false; });
+    /// Ends a running export, then takes everything down.
+    ~Session() override;
 
-    MvClipControlPanel& Panel() { return pModel->Panel(); }
-    ClipPanelRecords& Records() { return pModel->Records(); }
+    MvClipControlPanel& Panel() { return Program.Panel(); }
+    ClipPanelRecords& Records() { return Program.Records(); }
     ClipExports& Exports() { return PanelExports; }
 
     /// Adds a document with a player, the first one under the ID that the panel falls back to. Null sets
@@ -69,12 +75,13 @@ private:
     void PumpPlayers();
 
     PlayerFactory NewPlayer;
-    std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
-    std::unique_ptr<Application> pModel;
-    ClipExports PanelExports;
-    QSocketNotifier ExportNews;
+    std::function<bool()> IsStopReceived;
     unsigned long NextWindowID = Movane::FirstVideoWindowID;
     double VolumePercent = 100.0;
     bool bMuted = false;
     bool bPumpingPlayers = false;
+    std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
+    Application Program;                      // behind all that its slots use
+    ClipExports PanelExports;
+    QSocketNotifier ExportNews;
 };

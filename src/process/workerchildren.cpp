@@ -3,6 +3,7 @@
 #include "host/atomicfile.h"
 
 #include <charconv>
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -47,6 +48,7 @@ bool HasEnded(const UniqueFd& Process)
 
 void WorkerChildren::Collect()
 {
+    const std::lock_guard lock(MembersMutex);
     // A number whose process has ended may mean another one by now.
     std::erase_if(Members, [](const auto& Member) { return HasEnded(Member.second); });
     const pid_t self = ::getpid();
@@ -78,8 +80,27 @@ void WorkerChildren::AddBelow(pid_t Pid, pid_t Thread)
     }
 }
 
+void WorkerChildren::Clear()
+{
+    const std::lock_guard lock(MembersMutex);
+    Members.clear();
+}
+
+bool WorkerChildren::IsEmpty() const
+{
+    const std::lock_guard lock(MembersMutex);
+    return Members.empty();
+}
+
+void WorkerChildren::Kill()
+{
+    Collect();
+    Signal(SIGKILL);
+}
+
 void WorkerChildren::Signal(int Number) const
 {
+    const std::lock_guard lock(MembersMutex);
     for (const auto& [pid, process] : Members)
     {
         ::syscall(SYS_pidfd_send_signal, process.Get(), Number, nullptr, 0);
@@ -88,6 +109,7 @@ void WorkerChildren::Signal(int Number) const
 
 bool WorkerChildren::IsRunning() const
 {
+    const std::lock_guard lock(MembersMutex);
     for (const auto& [pid, process] : Members)
     {
         if (!HasEnded(process))
