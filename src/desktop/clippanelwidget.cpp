@@ -33,8 +33,7 @@ constexpr int SpacingPx = 6;
 // In the order of a clip's life: make it, look at it, change it, use it.
 constexpr std::array ButtonIds = {ActionId::SaveClip,   ActionId::AddMarker,  ActionId::ClearRange,
                                   ActionId::LoadClip,   ActionId::JumpToIn,   ActionId::JumpToOut,
-                                  ActionId::RenameClip, ActionId::DeleteClip, ActionId::ExportClip,
-                                  ActionId::ExportAll};
+                                  ActionId::RenameClip, ActionId::DeleteClip, ActionId::ExportClip};
 
 PlainLabel* NewLabel(const char* Name, PlainLabel::Overflow Overflow)
 {
@@ -189,6 +188,13 @@ void ClipPanelWidget::AddButtons()
         QToolButton* const button = NewButton(*Actions.Get(id));
         button->setObjectName(QString("clipButton%1").arg(static_cast<int>(id)));
         connect(button, &QToolButton::clicked, this, [this, id] { Trigger(id); });
+        if (id == ActionId::ExportClip)
+        {
+            auto* const more = new QMenu(button);
+            more->addAction(Actions.Get(ActionId::ExportAll));
+            button->setMenu(more);
+            button->setPopupMode(QToolButton::MenuButtonPopup);
+        }
         pButtons->addWidget(button);
     }
 }

@@ -75,7 +75,8 @@ private:
         {
             QRect done = Option.rect;
             done.setWidth(static_cast<int>(shown.Fraction * done.width()));
-            Painter.fillRect(done, Theme::Accent.darker(250));
+            const bool bSelected = (Option.state & QStyle::State_Selected) != 0;
+            Painter.fillRect(done, Theme::Accent.darker(bSelected ? 130 : 200));
         }
         if (Index.row() == View.currentIndex().row() && View.HasSeveralSelected())
         {

@@ -5,6 +5,7 @@
 #include "desktop/theme.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QProgressBar>
 #include <QToolButton>
@@ -15,7 +16,8 @@
 namespace
 {
 constexpr int BarMarginPx = 8; // that of the clip panel, above which it stands in line
-constexpr int LineSpacingPx = 4;
+constexpr int BarSpacingPx = 6;
+constexpr int ShortestName = 6; // characters
 
 QToolButton* NewBarButton(const QString& Text, QAction* pAction)
 {
@@ -23,6 +25,7 @@ QToolButton* NewBarButton(const QString& Text, QAction* pAction)
     button->setFocusPolicy(Qt::TabFocus);
     button->setText(Text);
     button->setToolTip(pAction->toolTip());
+    button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     QObject::connect(button, &QToolButton::clicked, pAction, &QAction::trigger);
     return button;
 }
@@ -36,52 +39,38 @@ QString MinutesText(double Sec)
                ? QString("%1:%2").arg(seconds / 60).arg(rest)
                : QString("%1:%2:%3").arg(seconds / 3600).arg(twoDigits(seconds / 60 % 60), rest);
 }
-
-QString RestText(const RunningExport& Running, std::size_t WaitingCount)
-{
-    QStringList parts;
-    if (Running.bStopping)
-    {
-        parts.append("stopping");
-    }
-    else if (Running.SecondsLeft)
-    {
-        parts.append(MinutesText(std::ceil(*Running.SecondsLeft)) + " left");
-    }
-    if (WaitingCount > 0)
-    {
-        parts.append(QString("%1 more").arg(WaitingCount));
-    }
-    return parts.join(", ");
-}
 } // namespace
+
+// A text of its own: in a format a clip's name with "%p" in it would be read as one.
+class ExportBar::ToldBar : public QProgressBar
+{
+public:
+    void Tell(const QString& NewText)
+    {
+        Told = NewText;
+        update();
+    }
+    QString text() const override { return Told; }
+
+private:
+    QString Told;
+};
 
 ExportBar::ExportBar(QAction* pStop, QAction* pStopAll, QWidget* pParent)
     : QWidget(pParent)
     , pContent(new QWidget)
-    , pClip(new PlainLabel(PlainLabel::Overflow::ElideMiddle))
-    , pRest(new PlainLabel(PlainLabel::Overflow::ElideMiddle))
-    , pBar(new QProgressBar)
+    , pBar(new ToldBar)
 {
-    pClip->setObjectName("exportClip");
-    pRest->setObjectName("exportRest");
-    pRest->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     pBar->setAccessibleName("Export progress");
-
     auto* const lines = new QVBoxLayout(pContent);
     lines->setContentsMargins(BarMarginPx, 0, BarMarginPx, BarMarginPx);
-    lines->setSpacing(LineSpacingPx);
-    auto* const texts = new QHBoxLayout;
-    texts->setSpacing(BarMarginPx);
-    texts->addWidget(pClip, 1);
-    texts->addWidget(pRest);
-    auto* const row = new QHBoxLayout;
-    row->setSpacing(BarMarginPx);
-    row->addWidget(pBar, 1);
-    row->addWidget(NewBarButton("Stop", pStop));
-    row->addWidget(NewBarButton("Stop all", pStopAll));
-    lines->addLayout(texts);
-    lines->addLayout(row);
+    lines->setSpacing(BarSpacingPx);
+    lines->addWidget(pBar);
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(BarSpacingPx);
+    buttons->addWidget(NewBarButton("Stop", pStop));
+    buttons->addWidget(NewBarButton("Stop all", pStopAll));
+    lines->addLayout(buttons);
 
     auto* const whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
@@ -99,12 +88,62 @@ void ExportBar::Show(const RunningExport* pRunning, std::size_t WaitingCount)
     {
         return;
     }
-    const QString name = QString::fromStdString(pRunning->Clip.Name);
-    const QString rest = RestText(*pRunning, WaitingCount);
-    pClip->Show(name);
-    pRest->Show(rest);
+    Name = QString::fromStdString(pRunning->Clip.Name);
     pBar->setValue(static_cast<int>(pRunning->Fraction * 100.0));
     // An encoder that tells nothing: the running time says that something is going on.
-    pBar->setFormat(pRunning->Phase ? "%p %" : MinutesText(pRunning->ElapsedSec));
-    pBar->setAccessibleDescription(name + ", " + rest);
+    Percent =
+        pRunning->Phase ? QString("%1 %").arg(pBar->value()) : MinutesText(pRunning->ElapsedSec);
+    Left = pRunning->SecondsLeft ? MinutesText(std::ceil(*pRunning->SecondsLeft)) : QString();
+    MoreCount = WaitingCount;
+    bStopping = pRunning->bStopping;
+    FitText();
+}
+
+// The whole where it fits, else a shorter name, else without words.
+void ExportBar::FitText()
+{
+    QStringList words = {Percent};
+    QStringList bare = {Percent};
+    if (bStopping)
+    {
+        words.append("stopping");
+    }
+    else if (!Left.isEmpty())
+    {
+        words.append(Left + " left");
+        bare.append(Left);
+    }
+    if (MoreCount > 0)
+    {
+        words.append(QString("%1 more").arg(MoreCount));
+        bare.append(QString("+%1").arg(MoreCount));
+    }
+    const QFontMetrics metrics = pBar->fontMetrics();
+    const QString told = words.join(", ");
+    const QString gap(3, ' ');
+    const int roomPx = pBar->width() - 2 * BarMarginPx;
+    const int nameRoomPx = roomPx - metrics.horizontalAdvance(gap + told);
+    const bool bNameFits = nameRoomPx >= metrics.averageCharWidth() * ShortestName;
+    const QString name = metrics.elidedText(Name, Qt::ElideRight, nameRoomPx);
+    const QString text = bNameFits                                   ? name + gap + told
+                         : metrics.horizontalAdvance(told) <= roomPx ? told
+                                                                     : bare.join("  ");
+    pBar->Tell(text);
+    pBar->setToolTip(PlainToolTip(Name + ": " + told));
+    pBar->setAccessibleDescription(Name + ", " + told);
+}
+
+void ExportBar::resizeEvent(QResizeEvent* pEvent)
+{
+    QWidget::resizeEvent(pEvent);
+    FitText();
+}
+
+void ExportBar::changeEvent(QEvent* pEvent)
+{
+    QWidget::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::FontChange)
+    {
+        FitText();
+    }
 }

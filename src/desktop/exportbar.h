@@ -2,17 +2,16 @@
 // many wait, and the buttons that stop it.
 //
 // It keeps its place and its height while nothing runs, and is empty then: no button moves when an export
-// starts or ends. UI thread only.
+// starts or ends. With large text it leaves out words; its tooltip has them all. UI thread only.
 
 #pragma once
 
+#include <QString>
 #include <QWidget>
 
 #include <cstddef>
 
-class PlainLabel;
 class QAction;
-class QProgressBar;
 struct RunningExport;
 
 class ExportBar : public QWidget
@@ -26,9 +25,22 @@ public:
     /// Shows a running export; without one (null) the bar is empty.
     void Show(const RunningExport* pRunning, std::size_t WaitingCount);
 
+protected:
+    void resizeEvent(QResizeEvent* pEvent) override;
+    void changeEvent(QEvent* pEvent) override;
+
 private:
+    void FitText();
+
+    class ToldBar;
+
     QWidget* pContent;
-    PlainLabel* pClip;
-    PlainLabel* pRest;
-    QProgressBar* pBar;
+    ToldBar* pBar;
+
+    // -- What is shown, as text.
+    QString Name;
+    QString Percent; ///< or the running time
+    QString Left;    ///< "0:12"; empty while it is unknown
+    std::size_t MoreCount = 0;
+    bool bStopping = false;
 };

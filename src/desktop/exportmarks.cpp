@@ -67,7 +67,7 @@ Mark MarkOf(ExportState State)
     switch (State)
     {
     case ExportState::Queued:
-        return {ClockLines(), Theme::TextDim};
+        return {ClockLines(), Theme::Text};
     case ExportState::Done:
         return {CheckLines(), Theme::Success};
     case ExportState::Failed:
