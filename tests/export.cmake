@@ -11,7 +11,7 @@ pkg_check_modules(AVFORMAT REQUIRED IMPORTED_TARGET libavformat libavcodec libav
 
 # The program itself, run as a child.
 function(encoder_test name)
-    movane_test(${name} SOURCES ${ARGN} LIBRARIES "movane_export;PkgConfig::AVFORMAT")
+    movane_test(${name} SOURCES ${ARGN} LIBRARIES "movane_encoding;PkgConfig::AVFORMAT")
     target_compile_definitions(${name} PRIVATE MOVANE_ENCODER="$<TARGET_FILE:movane-encoder>")
     add_dependencies(${name} movane-encoder)
 endfunction()
