@@ -164,6 +164,17 @@ TEST_F(EncoderExport, OfAPictureThatStaysUntilTheEndIsWhole)
     EXPECT_EQ(end.ExitCode, 0) << end.Err;
 }
 
+// Its encoder counts in ticks of the rate and leaves out a picture that comes within half a tick of Out.
+TEST_F(EncoderExport, OfAVariableRateIsWholeWithoutAPictureJustBeforeOut)
+{
+    const std::string slow =
+        Make("slow.mp4", "-f lavfi -i \"testsrc2=size=160x90:rate=50:duration=9,"
+                         "select='gt(random(1)\\,0.4)'\" -vsync vfr" +
+                             Codecs);
+    const ProgramRun::End end = Export(slow, "6.447", "1.240");
+    EXPECT_EQ(end.ExitCode, 0) << end.Err;
+}
+
 TEST_F(EncoderExport, LivesOnARelativePathAndStrangeNames)
 {
     fs::copy_file(SampleVideo(), Work / "http:it's \n\xff.mp4");

@@ -7,13 +7,14 @@ extern "C"
 #include <libavformat/avformat.h>
 }
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// One text a packet: its stream, times, length in time, flags and bytes (by their hash). Empty where the
-/// file can't be read.
+/// One text a packet: its stream, times, length in time, flags and bytes (by their hash). Stream by stream,
+/// for how the streams are mixed depends on ffmpeg's threads. Empty where the file can't be read.
 inline std::vector<std::string> PacketsOf(const std::string& Path)
 {
     std::vector<std::string> packets;
@@ -36,5 +37,9 @@ inline std::vector<std::string> PacketsOf(const std::string& Path)
     }
     av_packet_free(&packet);
     avformat_close_input(&file);
+    const auto streamOf = [](const std::string& Text) { return Text.substr(0, Text.find(" pts")); };
+    std::stable_sort(packets.begin(), packets.end(),
+                     [&](const std::string& One, const std::string& Other)
+                     { return streamOf(One) < streamOf(Other); });
     return packets;
 }
