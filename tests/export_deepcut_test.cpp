@@ -1,6 +1,7 @@
 #include "encoderprogram.h"
 #include "export/deepcut.h"
 #include "export/panelcommand.h"
+#include "export/tsclock.h"
 #include "packetsof.h"
 
 #include <cstdint>
@@ -189,6 +190,65 @@ TEST_P(DeepCut, GivesTheStreamsOfThePlainCommand)
                         ? "deep"
                         : "plain");
     }
+}
+
+namespace
+{
+class TsClock : public EncoderProgram
+{
+protected:
+    // Two recordings of 45 s, one behind the other.
+    std::string MakeTwo(const std::string& SecondsOfTheSecond, const std::string& Ending) const
+    {
+        const std::string both = (Work / ("both." + Ending)).native();
+        std::string bytes;
+        for (const std::string& offset : {std::string("10"), SecondsOfTheSecond})
+        {
+            const std::string one = (Work / ("one." + Ending)).native();
+            MakeMedia("-f lavfi -i testsrc2=size=160x90:rate=25:duration=45 -c:v libx264 -preset "
+                      "ultrafast -g 50 -pix_fmt yuv420p -output_ts_offset " +
+                          offset,
+                      one);
+            bytes += ReadFile(one);
+        }
+        WriteFile(both, bytes);
+        return both;
+    }
+};
+} // namespace
+
+TEST_F(TsClock, RunsThroughOneRecording)
+{
+    EXPECT_TRUE(HasSteadyTsClock(MakeTwo("55", "ts")));
+    EXPECT_TRUE(HasSteadyTsClock(MakeTwo("55", "m2ts")));
+}
+
+TEST_F(TsClock, JumpsBetweenTwo)
+{
+    for (const std::string second : {"10", "25", "75", "9000"})
+    {
+        EXPECT_FALSE(HasSteadyTsClock(MakeTwo(second, "ts"))) << second;
+    }
+    EXPECT_FALSE(HasSteadyTsClock(MakeTwo("10", "m2ts")));
+}
+
+TEST_F(TsClock, IsInNoOtherFile)
+{
+    WriteFile(Work / "empty.ts", "");
+    WriteFile(Work / "text.ts", std::string(100'000, 'G'));
+    EXPECT_FALSE(HasSteadyTsClock((Work / "empty.ts").native()));
+    EXPECT_FALSE(HasSteadyTsClock((Work / "text.ts").native()));
+    EXPECT_FALSE(HasSteadyTsClock((Work / "none.ts").native()));
+}
+
+TEST_F(TsClock, ThatJumpsGetsThePlainCommand)
+{
+    const std::string source = MakeTwo("10", "ts");
+    FfmpegTellsItsArguments();
+    const ProgramRun::End end = Export(source, "40.000", "1.000");
+    EXPECT_EQ(end.ExitCode, 0) << end.Err;
+    const std::string arguments = ReadFile(ArgumentsFile());
+    EXPECT_GT(arguments.find("-ss\n"), arguments.find("-i\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Of,

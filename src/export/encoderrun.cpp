@@ -9,6 +9,7 @@
 #include "export/leftovers.h"
 #include "export/reservedname.h"
 #include "export/sourcefile.h"
+#include "export/tsclock.h"
 
 #include <algorithm>
 #include <array>
@@ -212,8 +213,14 @@ std::optional<EncoderPlan> EncoderRun::GuessPlan() const
 EncoderPlan EncoderRun::MakePlan()
 {
     const SourceFacts& facts = Source->Facts();
+    std::optional<bool> steady;
     const auto hasKeyFrame = [&](std::int64_t SeekMs)
     {
+        steady = steady.has_value() ? steady : HasSteadyTsClock(Command.SourcePath);
+        if (!*steady)
+        {
+            return false;
+        }
         const std::optional<double> keySec =
             Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
         return keySec.has_value() && *keySec <= static_cast<double>(Command.InMs) / 1000.0;
