@@ -201,14 +201,18 @@ protected:
     std::string MakeTwo(const std::string& SecondsOfTheSecond, const std::string& Ending) const
     {
         const std::string both = (Work / ("both." + Ending)).native();
+        const std::string pictures = (Work / "pictures.mp4").native();
+        if (!fs::exists(pictures))
+        {
+            MakeMedia("-f lavfi -i testsrc2=size=160x90:rate=25:duration=45 -c:v libx264 -preset "
+                      "ultrafast -g 50 -pix_fmt yuv420p",
+                      pictures);
+        }
         std::string bytes;
         for (const std::string& offset : {std::string("10"), SecondsOfTheSecond})
         {
             const std::string one = (Work / ("one." + Ending)).native();
-            MakeMedia("-f lavfi -i testsrc2=size=160x90:rate=25:duration=45 -c:v libx264 -preset "
-                      "ultrafast -g 50 -pix_fmt yuv420p -output_ts_offset " +
-                          offset,
-                      one);
+            MakeMedia("-i " + pictures + " -c copy -output_ts_offset " + offset, one);
             bytes += ReadFile(one);
         }
         WriteFile(both, bytes);
