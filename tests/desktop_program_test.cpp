@@ -344,6 +344,57 @@ TEST_F(DesktopProgram, OpensTheFileThatTheSystemFindsBehindALink)
     EndInOrder(*Start({(Work / "link/../there.mp4").native()}, "Source: there.mp4"));
 }
 
+// The toolkit has options of its own, which take files and plugins.
+TEST_F(DesktopProgram, TakesEachArgumentForAFileWhateverTheToolkitWouldDoWithIt)
+{
+    const std::vector<std::string> names = {
+        "-platform",        "-platformpluginpath", "-platformtheme", "-plugin",
+        "-qwindowgeometry", "-qwindowicon",        "-qwindowtitle",  "-style",
+        "-style=windows",   "-stylesheet",         "-session",       "-reverse",
+        "-display",         "-geometry",           "-title",         "-qmljsdebugger=port:1",
+        "--platform",       "--stylesheet"};
+    Setup.WorkingFolder = Work / "folder";
+    fs::create_directory(Setup.WorkingFolder);
+    for (const std::string& name : names)
+    {
+        fs::copy_file(SampleVideo(), Setup.WorkingFolder / name);
+    }
+    for (std::size_t i = 0; i < names.size(); i += 3)
+    {
+        const auto run =
+            Start({"--", names[i], names[i + 1], names[i + 2]}, "Source: " + names[i + 2]);
+        for (std::size_t j = i; j < i + 3; ++j)
+        {
+            EXPECT_TRUE(Shows("\n" + names[j] + " – ")) << names[j];
+        }
+        EndInOrder(*run);
+    }
+}
+
+TEST_F(DesktopProgram, LoadsNoPluginThatFilesOfTheCurrentFolderName)
+{
+    const fs::path trespass = Folder.Path() / "trespass";
+    Setup.Environment["MOVANE_TEST_TRESPASS"] = trespass.native();
+    Setup.WorkingFolder = Work / "folder";
+    for (const char* folder : {"-platformq", "platforms", "plugins/platforms", "generic", "styles"})
+    {
+        fs::create_directories(Setup.WorkingFolder / folder);
+        fs::copy_file(MOVANE_TEST_TRESPASSER, Setup.WorkingFolder / folder / "trespasser.so");
+    }
+    for (const char* name : {"-platform", "-platform0", "-platformpluginpath", "z.mp4"})
+    {
+        fs::copy_file(SampleVideo(), Setup.WorkingFolder / name);
+    }
+    for (const char* name : {"qt.conf", "qt6.conf"})
+    {
+        WriteFile(Setup.WorkingFolder / name, "[Paths]\nPrefix=.\nPlugins=.\n");
+    }
+    Setup.Arguments = {"--",         "-platform", "-platform0", "-platformpluginpath",
+                       "-platformq", "z.mp4"};
+    EndInOrder(*Start(Setup.Arguments, "-platformpluginpath – "));
+    EXPECT_FALSE(fs::exists(trespass));
+}
+
 // -- Surroundings
 
 TEST_F(DesktopProgram, ALocaleWithADecimalCommaChangesNothing)

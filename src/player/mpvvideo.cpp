@@ -37,6 +37,7 @@ constexpr std::array FixedOptions = {
     MpvOption{"config", "no"},
     MpvOption{"terminal", "no"},
     MpvOption{"load-scripts", "no"},
+    MpvOption{"resume-playback", "no"},
     MpvOption{"osc", "no"},
     MpvOption{"ytdl", "no"},
     MpvOption{"load-stats-overlay", "no"},
