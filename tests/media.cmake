@@ -21,3 +21,6 @@ movane_test(exportprogress_test
         fakes/failingread.cpp
         reportlines_test.cpp
     LIBRARIES movane_media)
+
+movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
+movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)
