@@ -78,3 +78,6 @@ movane_test(desktop_program_test SOURCES desktop_program_test.cpp)
 target_compile_definitions(desktop_program_test PRIVATE
     MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins")
 add_dependencies(desktop_program_test movane typist)
+
+# Each container is a test of its own: two hundred exports.
+movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
