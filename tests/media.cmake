@@ -6,7 +6,6 @@ movane_test(media_test
     SOURCES
         encoderprocess_test.cpp
         fakes/failingread.cpp
-        framenumber_test.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_player PkgConfig::MPV)
@@ -21,3 +20,6 @@ movane_test(exportprogress_test
         fakes/failingread.cpp
         reportlines_test.cpp
     LIBRARIES movane_media)
+
+movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
+movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "desktop/timelineclips.h"
+#include "desktop/transportstate.h"
 #include "desktop/videosurface.h"
 
 #include <QString>
@@ -44,6 +45,7 @@ public:
     void SyncFromHost();
 
 Q_SIGNALS:
+    void FileOpening(const QString& Path); ///< just before
     void FileOpened(const QString& Path, bool bLoaded);
 
 protected:
@@ -53,6 +55,7 @@ private:
     void OpenNow(const QString& Path);
     void ShowMarkerMenu(int Index, QPoint GlobalPoint);
     void RemoveMarkerAt(double Sec);
+    TransportState MakeTransportState();
     TimelineState MakeTimelineState();
 
     Session& Running;

@@ -1,6 +1,6 @@
 #include "player/mpvvideo.h"
 
-#include "media/framenumber.h"
+#include "media/containers.h"
 #include "media/mediafile.h"
 #include "media/openfile.h"
 #include "player/mpvnode.h"
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <mpv/client.h>
 #include <system_error>
 #include <utility>
@@ -22,6 +23,10 @@ namespace
 constexpr double UsPerSec = 1e6;
 // Steps in a file that does not tell its frame rate.
 constexpr double FallbackFrameRate = 25.0;
+// How much earlier than asked for a frame may begin that the player takes for the one that is meant.
+constexpr double PlayerToleranceSec = 0.005;
+// How far behind a frame's begin it is asked for, so that rounding never leads to the one before.
+constexpr double BehindFrameSec = 0.0004;
 constexpr std::chrono::milliseconds ServePeriod{5};
 constexpr unsigned TopicBits = 8;
 
@@ -37,6 +42,7 @@ constexpr std::array FixedOptions = {
     MpvOption{"config", "no"},
     MpvOption{"terminal", "no"},
     MpvOption{"load-scripts", "no"},
+    MpvOption{"resume-playback", "no"},
     MpvOption{"osc", "no"},
     MpvOption{"ytdl", "no"},
     MpvOption{"load-stats-overlay", "no"},
@@ -48,6 +54,8 @@ constexpr std::array FixedOptions = {
     MpvOption{"sub-auto", "no"},
     MpvOption{"access-references", "no"},
     MpvOption{"ordered-chapters", "no"},
+    // The player's own readers know lists, archives and discs.
+    MpvOption{"demuxer", "lavf"},
     MpvOption{"idle", "yes"},
     MpvOption{"keep-open", "yes"},
     // Pausing at the end is done here: were it the player's, a seek that is just under way would end
@@ -55,6 +63,9 @@ constexpr std::array FixedOptions = {
     MpvOption{"keep-open-pause", "no"},
     MpvOption{"pause", "yes"},
     MpvOption{"hr-seek", "yes"},
+    // The start time of the file is taken off here, as ffmpeg takes it off: the player's own idea of it
+    // is another one where the sound begins earlier.
+    MpvOption{"rebase-start-time", "no"},
     MpvOption{"hwdec", "no"},
     MpvOption{"gpu-hwdec-interop", "no"},
     MpvOption{"audio-fallback-to-null", "yes"},
@@ -72,16 +83,14 @@ bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& 
                    ": install libmpv 0.35 or newer.";
         return false;
     };
+    // The length of the list is told, since there are commas in it.
+    const std::string readerOptions = "format_whitelist=%" +
+                                      std::to_string(std::strlen(AllowedContainers)) + '%' +
+                                      AllowedContainers + ",protocol_whitelist=" + AllowedProtocols;
     return std::all_of(FixedOptions.begin(), FixedOptions.end(),
                        [&](const MpvOption& Option) { return set(Option.Name, Option.Value); }) &&
-           set("vo", Wanted.VideoOutput.c_str()) && set("ao", Wanted.AudioOutput.c_str());
-}
-
-// By how much the player's tolerance is too large for a fast film: it would show an earlier frame. So it is
-// asked for a time that is so much later, and to look for a key frame where it would have otherwise.
-double ExcessToleranceSec(double FramesPerSecond)
-{
-    return PlayerToleranceSec - FrameToleranceSec(FramesPerSecond);
+           set("demuxer-lavf-o", readerOptions.c_str()) && set("vo", Wanted.VideoOutput.c_str()) &&
+           set("ao", Wanted.AudioOutput.c_str());
 }
 
 std::string ReasonForNoHandle()
@@ -139,6 +148,7 @@ MpvVideo::MpvVideo(mpv_handle* pNewMpv, std::chrono::milliseconds NewOpenTimeout
 
 MpvVideo::~MpvVideo()
 {
+    pFrames.reset(); // its thread wakes this object up
     mpv_set_wakeup_callback(pMpv, nullptr, nullptr);
     mpv_terminate_destroy(pMpv);
 }
@@ -183,7 +193,9 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
     Forget();
     SetPlaying(false);
     Loading = LoadPhase::Sent;
+    LoadedPath = AbsolutePath;
     Refusal = " takes too long to open: try again, or choose another video.";
+    pFrames = std::make_unique<FrameTimes>(AbsolutePath, [this] { OnWakeUp(this); });
     std::array<const char*, 4> command = {"loadfile", AbsolutePath.c_str(), "replace", nullptr};
     if (mpv_command_async(pMpv, Tag(Topic::Load), command.data()) < 0)
     {
@@ -193,11 +205,15 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
               OpenTimeout);
     if (Loading == LoadPhase::Ready)
     {
-        LoadedPath = AbsolutePath;
         if (IsMatroskaWithoutDuration(AbsolutePath))
         {
             MediaInfo.DurationUs = 0;
         }
+        if (pFrames->IsOpen())
+        {
+            StartSec = -pFrames->OffsetSec();
+        }
+        SetPlayheadUs(FrameUs(pFrames->ShownAt(0), 0));
         pMediaInfo = &MediaInfo;
         return true;
     }
@@ -218,6 +234,10 @@ void MpvVideo::Forget()
     pMediaInfo = nullptr;
     MediaInfo = {};
     FrameRate = 0.0;
+    Rotation = 0;
+    bTrackAsked = false;
+    pFrames.reset();
+    StartSec = 0.0;
     Seeking = SeekPhase::Landed;
     PlayheadUs = 0;
     bPlaying = false;
@@ -283,23 +303,79 @@ void MpvVideo::Seek(int Request)
         StepFrames(1);
         break;
     case SeekToTarget:
-        SeekToUs(SeekTargetUs);
+        if (const auto place = PlaceOfClipFrame())
+        {
+            SeekToFrame(*place);
+        }
+        else
+        {
+            SeekToUs(SeekTargetUs);
+        }
         break;
     default:
         break;
     }
 }
 
+std::optional<FramePlace> MpvVideo::PlaceOfClipFrame() const
+{
+    const std::optional<ClipFrame> wanted = SeekFrame;
+    if (!wanted)
+    {
+        return std::nullopt;
+    }
+    return wanted->bLast ? pFrames->LastOfClip(wanted->InSec, wanted->OutSec)
+                         : pFrames->FirstOfClip(wanted->InSec);
+}
+
 void MpvVideo::SeekToUs(std::int64_t TargetUs)
 {
+    const bool bToEnd = MediaInfo.DurationUs > 0 && TargetUs >= MediaInfo.DurationUs;
+    if (const auto place = pFrames->ShownAt(TargetUs))
+    {
+        SeekToFrame(*place);
+    }
+    else
+    {
+        const std::int64_t endUs = MediaInfo.DurationUs > 0
+                                       ? MediaInfo.DurationUs
+                                       : std::numeric_limits<std::int64_t>::max();
+        const std::int64_t us = std::clamp<std::int64_t>(TargetUs, 0, endUs);
+        SendSeek(us, static_cast<double>(us) / UsPerSec + StartSec, 0.0);
+    }
+    bEndReached = bToEnd;
+}
+
+// The player shows the first frame that begins no earlier than 5 ms before the time it is asked for. In a fast
+// film that may be the frame before: there it is asked for a later time, and to look for the key frame where it
+// would have otherwise.
+void MpvVideo::SeekToFrame(const FramePlace& Place)
+{
+    const double sec = pFrames->ContainerSec(Place.Ticks);
+    const double lastsSec = pFrames->ContainerSec(Place.AfterTicks) - sec;
+    const double aimSec = sec + std::min(BehindFrameSec, lastsSec / 4.0);
+    const double middleSec = (pFrames->ContainerSec(Place.BeforeTicks) + sec) / 2.0;
+    const double askedSec =
+        Place.bFirst ? aimSec : std::max(aimSec, middleSec + PlayerToleranceSec);
+    // Where a seek leads anywhere, only the key frame's own place leads to that key frame.
+    const double keySec =
+        pFrames->SeeksAnywhere() ? pFrames->ContainerSec(Place.KeyTicks) - BehindFrameSec : aimSec;
+    SendSeek(pFrames->UsOf(Place.Ticks), askedSec, askedSec - keySec);
+}
+
+// EarlierSec is how much before PlayerSec the key frame lies at the latest.
+void MpvVideo::SendSeek(std::int64_t NewPlayheadUs, double PlayerSec, double EarlierSec)
+{
     ++Generation;
-    SetPlayheadUs(TargetUs);
+    SetPlayheadUs(NewPlayheadUs);
     bEndReached = false;
     Seeking = SeekPhase::Sent;
     bChanged = true;
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "hr-seek-demuxer-offset", MPV_FORMAT_DOUBLE,
+                           &EarlierSec);
     std::array<char, 32> seconds{};
-    std::snprintf(seconds.data(), seconds.size(), "%.6f",
-                  CurrentTimeSec() + ExcessToleranceSec(FrameRate));
+    // A negative time would count from the end.
+    std::snprintf(seconds.data(), seconds.size(), "%.6f", std::max(PlayerSec, 0.0));
     std::array<const char*, 4> command = {"seek", seconds.data(), "absolute+exact", nullptr};
     if (mpv_command_async(pMpv, Tag(Topic::Seek), command.data()) < 0)
     {
@@ -310,10 +386,25 @@ void MpvVideo::SeekToUs(std::int64_t TargetUs)
 void MpvVideo::StepFrames(int Count)
 {
     Pause();
+    const auto place = Count > 0 ? pFrames->After(PlayheadUs) : pFrames->Before(PlayheadUs);
+    if (place)
+    {
+        SeekToFrame(*place);
+        return;
+    }
     const double frameRate = FrameRate > 0.0 ? FrameRate : FallbackFrameRate;
-    const std::int64_t frame = FrameNumber(CurrentTimeSec(), frameRate,
-                                           static_cast<double>(MediaInfo.DurationUs) / UsPerSec);
-    SeekToUs(std::llround(static_cast<double>(frame + Count) / frameRate * UsPerSec));
+    SeekToUs(PlayheadUs + std::llround(Count / frameRate * UsPerSec));
+}
+
+std::int64_t MpvVideo::FrameUs(const std::optional<FramePlace>& Place,
+                               std::int64_t OtherwiseUs) const
+{
+    return Place ? pFrames->UsOf(Place->Ticks) : OtherwiseUs;
+}
+
+std::int64_t MpvVideo::UsFromStart(const mpv_node& Value) const
+{
+    return SecondsAsUs(Value) - std::llround(StartSec * UsPerSec);
 }
 
 double MpvVideo::CurrentTimeSec() const
@@ -353,6 +444,13 @@ void MpvVideo::SetMuted(bool bMuted)
 {
     int muted = bMuted ? 1 : 0;
     mpv_set_property_async(pMpv, Tag(Topic::Nothing), "mute", MPV_FORMAT_FLAG, &muted);
+}
+
+void MpvVideo::LeaveRotationToSurface()
+{
+    const char* pNo = "no";
+    mpv_set_property_async(pMpv, Tag(Topic::Nothing), "video-rotate", MPV_FORMAT_STRING,
+                           static_cast<void*>(&pNo));
 }
 
 void MpvVideo::PumpEvents()
@@ -505,6 +603,7 @@ void MpvVideo::TakeOpened()
     Loading = LoadPhase::Opened;
     // The answers come in the order of asking: with the tracks everything is known.
     Ask(Topic::Duration, "duration");
+    Ask(Topic::StartTime, "demuxer-start-time");
     Ask(Topic::Tracks, "track-list");
 }
 
@@ -519,7 +618,10 @@ void MpvVideo::TakeEndOfFile(std::int64_t EndedId)
         Forget();
         return;
     }
-    Refuse(" is not a video: choose a video.");
+    const std::string format = NameOfRefusedFormat(LoadedPath);
+    Refuse(format.empty() ? " is not a video: choose a video."
+                          : " is not opened, for its format (" + format +
+                                ") is not one of the video files that are: choose another video.");
 }
 
 void MpvVideo::TakeLanding()
@@ -562,19 +664,23 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
     case Topic::Duration:
         MediaInfo.DurationUs = std::max<std::int64_t>(SecondsAsUs(Value), 0);
         break;
+    case Topic::StartTime:
+        StartSec = static_cast<double>(SecondsAsUs(Value)) / UsPerSec;
+        break;
     case Topic::Tracks:
         TakeTracks(Value);
         break;
     case Topic::Time:
         if (bFollowing && bPlaying)
         {
-            SetPlayheadUs(SecondsAsUs(Value));
+            SetPlayheadUs(UsFromStart(Value));
         }
         break;
     case Topic::TimeNow:
         if (bFollowing)
         {
-            SetPlayheadUs(SecondsAsUs(Value));
+            const std::int64_t us = UsFromStart(Value);
+            SetPlayheadUs(FrameUs(pFrames->ShownAt(us), us));
         }
         break;
     case Topic::End:
@@ -589,7 +695,8 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
         {
             SetPlaying(false);
             bEndReached = true;
-            SetPlayheadUs(MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs);
+            SetPlayheadUs(FrameUs(pFrames->Last(),
+                                  MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs));
         }
         break;
     case Topic::Nothing:
@@ -601,30 +708,35 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
 
 void MpvVideo::TakeTracks(const mpv_node& Tracks)
 {
-    bool bStillPicture = false;
+    // ffmpeg's 0:V:0, whatever the file says is its default.
+    const mpv_node* pTrack = nullptr;
     const int count = Tracks.format == MPV_FORMAT_NODE_ARRAY ? Tracks.u.list->num : 0;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count && pTrack == nullptr; ++i)
     {
-        const mpv_node& track = Tracks.u.list->values[i];
-        if (!IsVideoTrack(track) || !FlagOf(track, "selected"))
-        {
-            continue;
-        }
-        if (FlagOf(track, "image"))
-        {
-            bStillPicture = true;
-            continue;
-        }
-        FrameRate = DoubleOf(track, "demux-fps");
-        double excessSec = ExcessToleranceSec(FrameRate);
-        mpv_set_property_async(pMpv, Tag(Topic::Nothing), "hr-seek-demuxer-offset",
-                               MPV_FORMAT_DOUBLE, &excessSec);
-        Loading = LoadPhase::Ready;
-        bChanged = true;
+        pTrack = IsVideoTrack(Tracks.u.list->values[i]) ? &Tracks.u.list->values[i] : nullptr;
+    }
+    if (pTrack == nullptr)
+    {
+        Refuse(" is not a video, it has no moving pictures: choose a video.");
         return;
     }
-    Refuse(bStillPicture ? " is not a video but a still picture: choose a video."
-                         : " is not a video, it has no moving pictures: choose a video.");
+    if (FlagOf(*pTrack, "image"))
+    {
+        Refuse(" is not a video but a still picture: choose a video.");
+        return;
+    }
+    if (!FlagOf(*pTrack, "selected") && !bTrackAsked)
+    {
+        bTrackAsked = true;
+        std::int64_t id = IntOf(*pTrack, "id");
+        mpv_set_property_async(pMpv, Tag(Topic::Nothing), "vid", MPV_FORMAT_INT64, &id);
+        Ask(Topic::Tracks, "track-list");
+        return;
+    }
+    FrameRate = DoubleOf(*pTrack, "demux-fps");
+    Rotation = static_cast<int>(IntOf(*pTrack, "demux-rotation"));
+    Loading = LoadPhase::Ready;
+    bChanged = true;
 }
 
 // Why begins where the file's path ends.

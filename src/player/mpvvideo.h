@@ -1,7 +1,9 @@
 // A video player on libmpv: what a video window plays, seeks and steps through.
 //
-// The playhead is this class's own, in whole microseconds from the start of the file, and never leaves
-// the file: what the library reports may lie past the end, and lags behind a seek. The library is only
+// The playhead is this class's own, in whole microseconds from the start of the file as ffmpeg counts, and
+// never leaves the file: what the library reports may lie past the end, and lags behind a seek. While the
+// video is paused the playhead stands on the own time of the frame that is shown (FrameTimes); only where the
+// file's frames can't be read does it stand where it was asked to. The library is only
 // spoken to by asynchronous calls once it runs, because a thread that also renders would lock up in a
 // synchronous one; so its answers, and the news of playback, arrive in PumpEvents.
 //
@@ -12,6 +14,7 @@
 
 #include "host/mvvideo.h"
 #include "host/signal.h"
+#include "media/frametimes.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -19,6 +22,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 struct mpv_event;
@@ -45,8 +49,8 @@ public:
     /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; as long again for the
     /// earlier file after a failure.
     ///
-    /// Only a regular file with moving pictures is opened: sound alone, a still picture or a list of
-    /// other files is refused. A path that is no readable file leaves the open one alone; a file that
+    /// Only a regular file with moving pictures in one of AllowedContainers is opened: sound alone, a still
+    /// picture or a list of other files is refused. Its first video is shown, as ffmpeg's 0:V:0 has it. A path that is no readable file leaves the open one alone; a file that
     /// proves not to be a video takes its place for a moment, and then it comes back at its playhead,
     /// playing if it played. If it can't come back (it was deleted, say), no file is open.
     bool Open(const std::string& Path, std::string& OutError) override;
@@ -57,12 +61,22 @@ public:
     void Play() override;
     void Pause() override;
 
-    /// As MvVideo::Seek, to the exact frame, that of FrameNumber; a target outside the file is moved
-    /// to its nearer end.
+    /// As MvVideo::Seek, to the frame that is on at the target (FrameTimes::ShownAt).
     ///
-    /// A step pauses and goes to the time of the next or the previous frame by the file's frame rate.
-    /// SeekToEnd does nothing when the length is unknown.
+    /// A step pauses and goes to the next or the previous frame. SeekToEnd goes to the last frame, and does
+    /// nothing when the length is unknown.
     void Seek(int Request) override;
+
+    /// A frame of a clip's file, as ffmpeg cuts it.
+    struct ClipFrame
+    {
+        double InSec = 0.0;
+        double OutSec = 0.0;
+        bool bLast = false; ///< the last one, not the first
+    };
+    /// Where the next SeekToTarget goes instead of SeekTargetUs, in the file that is open then: one number
+    /// of milliseconds can be the In of one frame and the Out of the frame before.
+    void SetSeekFrame(const std::optional<ClipFrame>& NewSeekFrame) { SeekFrame = NewSeekFrame; }
 
     double CurrentTimeSec() const override;
 
@@ -74,8 +88,18 @@ public:
     void SetVolume(double Percent); ///< kept within 0 and 100
     void SetMuted(bool bMuted);
 
-    /// Frames per second of the open file, 0 when unknown or no file is open.
+    /// Frames per second of the open file, 0 when unknown or no file is open. For a ruler: frames have
+    /// their own times.
     double FramesPerSecond() const { return FrameRate; }
+    /// The frames of the open file; null while none is open.
+    FrameTimes* Frames() const { return pFrames.get(); }
+
+    /// By how much the open file's picture is to be turned clockwise before it is shown, 0 to 359.
+    int RotationDegrees() const { return Rotation; }
+    /// Has the player hand over pictures as they are, whatever RotationDegrees says: its renderer in memory
+    /// ends the program where it should turn one by 90 or 270 degrees (libmpv 0.35). For all files from the
+    /// next Open on.
+    void LeaveRotationToSurface();
 
     /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
     void PumpEvents();
@@ -123,6 +147,7 @@ private:
         Load,
         Tracks,
         Duration,
+        StartTime,
         Seek,
         TimeNow,
         EndNow,
@@ -134,10 +159,15 @@ private:
 
     bool Load(const std::string& AbsolutePath);
     void Forget();
+    std::optional<FramePlace> PlaceOfClipFrame() const;
     void SeekToUs(std::int64_t TargetUs);
+    void SeekToFrame(const FramePlace& Place);
+    void SendSeek(std::int64_t NewPlayheadUs, double PlayerSec, double EarlierSec);
     void StepFrames(int Count);
+    std::int64_t FrameUs(const std::optional<FramePlace>& Place, std::int64_t OtherwiseUs) const;
     void SetPlaying(bool bNewPlaying);
     void SetPlayheadUs(std::int64_t NewPlayheadUs);
+    std::int64_t UsFromStart(const mpv_node& Value) const;
     bool IsAtEnd() const;
 
     void TakeEvents();
@@ -168,6 +198,10 @@ private:
     std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
+    int Rotation = 0;         ///< degrees, clockwise
+    bool bTrackAsked = false; ///< the library was asked to show another track than its own choice
+    std::unique_ptr<FrameTimes> pFrames;
+    double StartSec = 0.0; ///< the library's time at the start of the file
 
     // -- Playback.
     SeekPhase Seeking = SeekPhase::Landed;
@@ -175,6 +209,7 @@ private:
     bool bPlaying = false;
     bool bEndReached = false; ///< by playing, and not left since
     bool bChanged = false;
+    std::optional<ClipFrame> SeekFrame;
     /// Counts loads and seeks. A request carries it, and an answer to an older one is not used; notices
     /// carry 0.
     std::uint64_t Generation = 0;

@@ -1,0 +1,132 @@
+// Reads the times of a video's frames from its container, without decoding (libavformat).
+//
+// The stream is ffmpeg's 0:V:0, the first video stream that is no attached picture, and times are counted as
+// ffmpeg counts them: in the stream's ticks, from the start time of the file. A reader knows all frames of one
+// stretch of the file, its window, and reads on or seeks where a question needs more. Packets that a container
+// only holds for decoding (before an edit list's start, VP8 and VP9 frames that are never shown) are no frames.
+//
+// One thread at a time. It blocks while the disk does: FrameTimes puts it on a thread of its own.
+
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Ticks of a stream: one lasts Num / Den seconds.
+struct FrameClock
+{
+    std::int64_t Num = 1;
+    std::int64_t Den = 1000;
+    /// What ffmpeg adds to the time of a packet, in ticks: minus the start time of the file.
+    std::int64_t OffsetTicks = 0;
+    /// A seek in the container leads to any packet near the time of decoding that is asked for, not to a key
+    /// frame: MPEG streams have no index.
+    bool bSeeksAnywhere = false;
+
+    std::int64_t UsOf(std::int64_t Ticks) const; ///< rounded down
+    std::int64_t MsOf(std::int64_t Ticks) const; ///< rounded down
+    /// As ffmpeg rounds the times of its command line: to the nearest tick.
+    std::int64_t TicksOf(std::int64_t Us) const;
+    /// The first tick that is not before Us.
+    std::int64_t TicksFrom(std::int64_t Us) const;
+    /// How much later than in the container a time is here.
+    double OffsetSec() const;
+};
+
+/// Which frame of a file is looked for.
+enum class FrameSide
+{
+    LastBefore, ///< the last one before a time; the first of the file where none is
+    FirstFrom,  ///< the first one at a time or later; the last of the file where none is
+};
+
+/// A frame and where its neighbours are, in ticks.
+struct FramePlace
+{
+    std::int64_t Ticks = 0;
+    std::int64_t BeforeTicks = 0; ///< of the frame before; without one, its own
+    std::int64_t AfterTicks = 0;  ///< of the frame that follows; without one, where it ends itself
+    std::int64_t KeyTicks = 0;    ///< when the key frame is decoded from which on it can be shown
+    bool bFirst = false;
+    bool bLast = false;
+};
+
+/// The times of all frames of a stretch, in order.
+struct FrameWindow
+{
+    std::vector<std::int64_t> Ticks;
+    std::int64_t EndTicks = 0; ///< where the last frame ends; with bToEnd
+    struct KeyFrame
+    {
+        std::int64_t Ticks = 0;
+        std::int64_t DecodeTicks = 0;
+    };
+    std::vector<KeyFrame> KeyFrames; ///< in order
+    bool bFromStart = false;         ///< the first one is the file's
+    bool bToEnd = false;             ///< the last one is the file's
+
+    enum class Lack
+    {
+        Nothing,
+        Earlier,
+        Later,
+    };
+    /// Null when the window does not reach that far (OutLack says to which side) or the file has no frame.
+    std::optional<FramePlace> Find(FrameSide Side, std::int64_t Limit, Lack& OutLack) const;
+
+    bool IsWhole() const { return bFromStart && bToEnd; }
+    /// How many frames from the first on are sure: behind a frame that was read, an earlier one may follow.
+    std::size_t KnownCount() const;
+
+private:
+    std::optional<FramePlace> PlaceOf(std::size_t Index, Lack& OutLack) const;
+};
+
+class FrameReader
+{
+public:
+    /// Opens the file, at its start. Null when it can't be read or holds no video. bStop ends it, and every
+    /// later read, early; it must outlive the reader.
+    static std::unique_ptr<FrameReader> Open(const std::string& Path,
+                                             const std::atomic<bool>& bStop);
+    ~FrameReader();
+
+    const FrameClock& Clock() const { return Ticking; }
+    const FrameWindow& Window() const { return Known; }
+
+    /// As the window's, and reads what the answer needs: from a key frame before Limit on. Null when the file
+    /// has no frame or the reading was stopped.
+    std::optional<FramePlace> Find(FrameSide Side, std::int64_t Limit);
+
+    /// Reads up to Count further packets; false at the end of the file.
+    bool ReadOn(int Count);
+    /// Gives away what is known.
+    FrameWindow TakeWindow() { return std::move(Known); }
+
+private:
+    struct Input;
+
+    FrameReader(std::unique_ptr<Input> NewInput,
+                const std::string& NewPath,
+                const std::atomic<bool>& bNewStop);
+    bool GoBack(std::int64_t Limit, int& Seeks);
+    std::int64_t LastTicks() const;
+    bool Rewind();
+    bool SeekTo(std::int64_t Target);
+    bool ReadPacket();
+    void TakePacket();
+    void TakeKeyFrame(std::int64_t Ticks);
+
+    std::unique_ptr<Input> File;
+    std::string FilePath;
+    const std::atomic<bool>& bStopped;
+    FrameClock Ticking;
+    FrameWindow Known;
+    /// Frames before it are not all read: it is the key frame at which the reading began.
+    std::int64_t LowestTicks = 0;
+    bool bPtsKnown = true; ///< false: the container has none, and the order of decoding counts
+};
