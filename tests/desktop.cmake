@@ -88,3 +88,4 @@ add_dependencies(desktop_program_test movane typist trespasser)
 
 # Each container is a test of its own: two hundred exports.
 movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp)

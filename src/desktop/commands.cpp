@@ -11,6 +11,7 @@
 #include <array>
 #include <exception>
 #include <optional>
+#include <vector>
 
 namespace
 {
@@ -229,25 +230,31 @@ void Commands::SeekTo(double Sec)
     WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
 }
 
-// Direction is -1 for the marker before the playhead and 1 for the one behind it.
+// Direction is -1 for the marker before the playhead and 1 for the one behind it. A marker between two frames
+// may belong to the frame that is shown already: then it is the next one's turn.
 void Commands::GoToMarkerBeside(double Direction)
 {
     WithDocument(
         [Direction](VideoDocument& Document)
         {
             const double nowSec = Document.pVideo->CurrentTimeSec();
-            std::optional<double> nearestSec;
+            std::vector<double> distances;
             for (const MvTimeControl::Marker& marker : Document.Timeline().Markers)
             {
                 const double distanceSec = (marker.TimeSec - nowSec) * Direction;
                 if (distanceSec > SamePlaceSec)
                 {
-                    nearestSec = std::min(distanceSec, nearestSec.value_or(distanceSec));
+                    distances.push_back(distanceSec);
                 }
             }
-            if (nearestSec)
+            std::ranges::sort(distances);
+            for (const double distanceSec : distances)
             {
-                Document.SeekTo(nowSec + *nearestSec * Direction);
+                Document.SeekTo(nowSec + distanceSec * Direction);
+                if (Document.pVideo->CurrentTimeSec() != nowSec)
+                {
+                    break;
+                }
             }
         });
 }
