@@ -4,6 +4,7 @@
 #include "desktop/videodocument.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
+#include "player/mpvvideo.h"
 #include "process/sentences.h"
 
 #include <algorithm>
@@ -334,34 +335,46 @@ void Commands::DeleteClip()
     RunPanelAction(&MvClipControlPanel::DeleteSelectedClip);
 }
 
+// The panel asks the player for a time. What is to be seen is the first or the last frame of the clip's
+// file, so the player is told which of them is meant.
+void Commands::RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast)
+{
+    VideoDocument* const document = Running.TargetDocument();
+    const MvClipControlPanel::SavedClip* const clip = Running.Panel().SelectedClip();
+    if (document == nullptr || clip == nullptr)
+    {
+        RunPanelAction(Action);
+        return;
+    }
+    document->Player().SetSeekFrame(MpvVideo::ClipFrame{clip->StartSec, clip->EndSec, bLast});
+    RunPanelAction(Action);
+    document->Player().SetSeekFrame(std::nullopt);
+}
+
 void Commands::LoadClip()
 {
-    RunPanelAction(&MvClipControlPanel::LoadSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::LoadSelectedClip, false);
 }
 
 void Commands::JumpToIn()
 {
-    RunPanelAction(&MvClipControlPanel::JumpToSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::JumpToSelectedClip, false);
 }
 
 void Commands::JumpToOut()
 {
-    RunPanelAction(&MvClipControlPanel::JumpOutSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::JumpOutSelectedClip, true);
 }
 
 void Commands::ExportClip()
 {
-    const std::uint64_t generation = Running.Panel().ExportGeneration;
-    RunPanelAction(&MvClipControlPanel::ExportSelectedClip);
-    if (Running.Panel().ExportGeneration != generation)
-    {
-        Q_EMIT ExportStarted();
-    }
+    Running.ExportSelectedClip();
+    Running.RequestFrame();
 }
 
 void Commands::StopExport()
 {
-    Q_EMIT ExportStopRequested();
+    Running.Exports().Stop();
 }
 
 void Commands::SelectClip(int Row)

@@ -48,6 +48,8 @@ UniqueFd TakeStopSignals()
     }
     sigprocmask(SIG_BLOCK, &stops, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ,
+                SIG_IGN); // a limit on the size of files is told in words, here and by ffmpeg
     std::signal(SIGCHLD, SIG_DFL); // ignored, it would take away how ffmpeg ended
     return UniqueFd(signalfd(-1, &stops, SFD_CLOEXEC | SFD_NONBLOCK));
 }

@@ -98,16 +98,16 @@ inline std::string OutputOf(const std::string& Command)
 /// The numbers of the frames of such a film, or of what was cut from it, in order of showing.
 inline std::vector<int> NumbersIn(const std::string& Path)
 {
-    // One byte a frame.
-    const std::string shades =
-        OutputOf("ffmpeg -nostdin -v error -i '" + Path +
-                 "' -map 0:v -vf crop=16:16:24:10,scale=1:1:flags=area:out_range=tv,extractplanes=y"
-                 " -fps_mode passthrough -f rawvideo -");
+    // Four pixels a frame: four bytes of brightness and two of colour.
+    constexpr std::size_t FrameBytes = 6;
+    const std::string bytes = OutputOf(
+        "ffmpeg -nostdin -v error -i '" + Path +
+        "' -map 0:v -vf crop=2:2:32:18 -fps_mode passthrough -pix_fmt yuv420p -f rawvideo -");
     std::vector<int> numbers;
-    for (const char shade : shades)
+    for (std::size_t i = 0; i < bytes.size(); i += FrameBytes)
     {
-        numbers.push_back(static_cast<int>(
-            std::lround((static_cast<double>(static_cast<unsigned char>(shade)) - 30.0) / 2.0)));
+        const double brightness = static_cast<unsigned char>(bytes[i]);
+        numbers.push_back(static_cast<int>(std::lround((brightness - 30.0) / 2.0)));
     }
     return numbers;
 }
