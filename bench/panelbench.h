@@ -4,17 +4,12 @@
 
 #pragma once
 
+#include "app/application.h"
 #include "fakes/environmentguard.h"
 #include "fakes/fakevideo.h"
 #include "fakes/tempfolder.h"
-#include "host/apppaths.h"
-#include "host/core.h"
-#include "host/mvlabel.h"
-#include "host/mvtable.h"
-#include "host/mvtextinput.h"
+#include "host/mvtimecontrol.h"
 #include "host/mvvideowindow.h"
-#include "host/ttf.h"
-#include "panel/mvclipcontrolpanel.h"
 
 #include <memory>
 #include <string>
@@ -24,33 +19,16 @@ class PanelBench
 public:
     explicit PanelBench(int ClipCount)
     {
-        Application.pMovane = std::make_unique<Movane>();
-        Application.pRend = std::make_unique<Rend>();
-        Application.pRend->pTTF = &Font;
-        Application.pCoreSDL = std::make_unique<CoreSDL>();
-        Application.pCoreSDL->Width = 1280;
-        Application.pCoreSDL->Height = 800;
-        p = &Application;
+        Program.Parts().pCoreSDL->Width = 1280;
+        Program.Parts().pCoreSDL->Height = 800;
 
         auto window = std::make_unique<MvVideoWindow>();
         window->SetVideo(std::make_unique<FakeVideo>());
         pWindow = window.get();
-        Application.pMovane->AddWindow(Movane::FirstVideoWindowID, std::move(window));
+        Program.Parts().pMovane->AddWindow(Movane::FirstVideoWindowID, std::move(window));
         pWindow->LoadVideoFile("/videos/holiday/harbour at dawn.mp4", false);
         pWindow->Timeline().SetRangeSelection(12.0, 34.5, false);
 
-        Panel.pClipTable = &Table;
-        Panel.pNameInput = &NameInput;
-        Panel.pStatusLabel = &StatusLabel;
-        Panel.pSourceLabel = &SourceLabel;
-        Panel.pRangeLabel = &RangeLabel;
-        Panel.pMarkersLabel = &MarkersLabel;
-        Panel.pParentWindow = &ParentWindow;
-        Panel.TableModel = std::make_unique<MvTableModel>();
-        ParentWindow.X1 = -1.0;
-        ParentWindow.Y1 = 1.0;
-        ParentWindow.X2 = 1.0;
-        ParentWindow.Y2 = -1.0;
         for (int i = 0; i < ClipCount; ++i)
         {
             MvClipControlPanel::SavedClip clip;
@@ -64,22 +42,16 @@ public:
         }
         Panel.RebuildTableModel();
     }
-    ~PanelBench() { p = nullptr; }
     PanelBench(const PanelBench&) = delete;
     PanelBench& operator=(const PanelBench&) = delete;
 
     TempFolder Folder;
     EnvironmentGuard Recordings{"MOVANE_RECORDINGS_DIR", Folder.Path() / "recordings"};
     EnvironmentGuard StateHome{"XDG_STATE_HOME", Folder.Path() / "state"};
-    Core Application;
-    TTF Font;
-    MvWindow ParentWindow;
-    MvTable Table;
-    MvTextInput NameInput;
-    MvLabel StatusLabel;
-    MvLabel SourceLabel;
-    MvLabel RangeLabel;
-    MvLabel MarkersLabel;
-    MvClipControlPanel Panel;
+    Application Program{{.bStartsJobs = false}};
+    MvClipControlPanel& Panel = Program.Panel();
+    MvLabel& SourceLabel = Program.Records().SourceLabel;
+    MvLabel& RangeLabel = Program.Records().RangeLabel;
+    MvLabel& MarkersLabel = Program.Records().MarkersLabel;
     MvVideoWindow* pWindow = nullptr;
 };

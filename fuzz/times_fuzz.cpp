@@ -6,6 +6,7 @@
 #include "inputbytes.h"
 
 #include "app/typedtime.h"
+#include "cli/cliptext.h"
 #include "panel/mvclipcontrolpanel.h"
 
 #include <algorithm>

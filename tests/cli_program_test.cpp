@@ -48,7 +48,8 @@ TEST_F(CliHelp, ListsTheOptionsOfExport)
 {
     const ProgramRun::End end = Run({"export", "--help"});
     EXPECT_EQ(end.ExitCode, 0);
-    for (const char* option : {"SOURCE", "--clip ", "--clips ", "--recordings-dir ", "--json"})
+    for (const char* option : {"SOURCE", "--clip ", "--clips ", "--recordings-dir ", "--json",
+                               "--dry-run", "--keep-going", "--fail-fast"})
     {
         EXPECT_THAT(end.Out, HasSubstr(option));
     }
@@ -365,6 +366,62 @@ TEST_F(CliExport, GoesOnWhenOneFails)
                     "movane: --clip \"short=1-1.04\": Selected clip is too short to export."));
 }
 
+TEST_F(CliExport, EndsAtTheFirstFailureWhenAskedTo)
+{
+    UseFake("case $out in *Bad*) exit 1 ;; esac; : > \"$out\"");
+    const ProgramRun::End end =
+        Export({"--fail-fast", "--clip", "a=0-1", "--clip", "Bad=1-2", "--clip", "b=2-3"});
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
+    EXPECT_THAT(end.Out, Not(HasSubstr("Saved b")));
+}
+
+TEST_F(CliExport, GivesALongNameItsExtension)
+{
+    UseFake();
+    const std::string name(60, 'x');
+    const fs::path file = Clips / ("clip_00000_" + std::string(52, 'x') + ".mkv");
+    EXPECT_EQ(LinesOf(Export({"--clip", name + "=0-1"}).Out).back(), file.native());
+    EXPECT_THAT(NamesIn(Clips), ElementsAre(file.filename().native()));
+}
+
+// -- What would be done
+
+TEST_F(CliExport, SaysWhatItWouldDoAndTouchesNothing)
+{
+    const FakeFfmpeg fake = UseFake();
+    const ProgramRun::End end =
+        Export({"--dry-run", "--clip", "a b=0.5-1", "--clip", "a b=1-2", "--clip", "0-0.01"});
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_EQ(end.Err, "movane: --clip \"0-0.01\": Selected clip is too short to export.\n");
+    EXPECT_FALSE(fs::exists(Recordings));
+    EXPECT_EQ(fake.Runs(), 0U);
+    const std::vector<std::string> lines = LinesOf(end.Out);
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0], "a b: " + (Clips / "clip_00000_a_b.mkv").native());
+    EXPECT_EQ(lines[2], "a b: " + (Clips / "clip_00001_a_b.mkv").native());
+
+    // The command is the one that an export runs.
+    fs::create_directories(Clips);
+    EXPECT_EQ(std::system(lines[1].c_str()), 0); // NOLINT(concurrency-mt-unsafe)
+    const std::vector<std::string> planned = fake.Arguments();
+    fs::remove(Clips / "clip_00000_a_b.mkv");
+    EXPECT_EQ(Export({"--clip", "a b=0.5-1"}).ExitCode, 0);
+    EXPECT_EQ(fake.Arguments(), planned);
+}
+
+TEST_F(CliExport, SaysAsJsonWhatItWouldDo)
+{
+    UseFake();
+    const ProgramRun::End end = Export({"--dry-run", "--json", "--clip", "a=0-1"});
+    EXPECT_EQ(end.ExitCode, 0);
+    const Json plan = Json::parse(end.Out);
+    EXPECT_EQ(plan["type"], "plan");
+    EXPECT_EQ(plan["clip"], "a");
+    EXPECT_EQ(plan["file"], (Clips / "clip_00000_a.mkv").native());
+    EXPECT_TRUE(plan["command"].get<std::string>().ends_with("clip_00000_a.mkv'"));
+}
+
 TEST_F(CliExport, TellsThatFfmpegIsMissing)
 {
     Setup.Environment["MOVANE_FFMPEG_BIN"] = "/no/ffmpeg";
@@ -565,15 +622,13 @@ TEST_F(CliExport, GoesOnWithAFreshPanelWhenTheJobFails)
     EXPECT_THAT(end.Out, HasSubstr("Saved Clip 2 from"));
 }
 
-TEST_F(CliExport, TellsWhenItsOwnFolderIsGone)
+TEST_F(CliExport, WorksThoughItsOwnFolderIsGone)
 {
-    // An empty entry in PATH stands for the current folder.
+    // An empty entry in PATH stands for the current folder, where ffmpeg would be looked for.
     Setup.Environment["PATH"] = ":/usr/bin";
     Setup.BeforeStart = [] { fs::remove(fs::current_path()); };
-    const ProgramRun::End end = Export({"--clip", "0-1"});
-    EXPECT_EQ(end.ExitCode, 1);
-    EXPECT_EQ(end.Err, "movane: --clip \"0-1\": The current folder can't be found: No such file or "
-                       "directory.\n");
+    EXPECT_EQ(Export({"--clip", "a=0-1"}).ExitCode, 0);
+    EXPECT_GT(fs::file_size(Clips / "clip_00000_a.mkv"), 1000U);
 }
 
 // The shell and the C library take the current folder then.
@@ -899,6 +954,33 @@ TEST_F(CliRealExport, TakesNamesThatAShellWouldRun)
     EXPECT_EQ(end.ExitCode, 0) << end.Err;
     EXPECT_GT(fs::file_size(folder / "rec 'x'" / "clips" / "clip_00000_a.mkv"), 1000U);
     EXPECT_THAT(NamesIn(folder), ElementsAre("-a\xFF.mp4", "rec 'x'"));
+}
+
+TEST_F(CliRealExport, TellsHowFarItIsAsJson)
+{
+    const fs::path longSource = Work / "long.mp4";
+    MakeMedia("-stream_loop 60 -i " + SampleVideo() + " -c copy", longSource.native());
+    const ProgramRun::End end =
+        Run({"export", "long.mp4", "--json", "--clip", "a=0-", "--clip", "b=0-1"});
+    EXPECT_EQ(end.ExitCode, 0) << end.Err;
+    double last = 0.0;
+    int count = 0;
+    for (const std::string& line : LinesOf(end.Out))
+    {
+        const Json object = Json::parse(line);
+        if (object["type"] != "progress" || object["clip"] != "a")
+        {
+            continue;
+        }
+        ++count;
+        EXPECT_EQ(object["index"], 1);
+        EXPECT_EQ(object["count"], 2);
+        EXPECT_GE(object["fraction"].get<double>(), last);
+        EXPECT_TRUE(object["seconds_left"].is_null() || object["seconds_left"].get<double>() >= 0);
+        last = object["fraction"];
+    }
+    EXPECT_GT(count, 0);
+    EXPECT_LE(last, 1.0);
 }
 
 TEST_F(CliRealExport, EndsInOrderWhenItIsStopped)

@@ -24,6 +24,15 @@ TEST(CommandLineOfExport, GivesAClipOptionOneValue)
     EXPECT_THAT(line.Export.ClipArguments, ElementsAre("1-2"));
 }
 
+TEST(CommandLineOfExport, GoesOnUnlessItIsToldToEndAtAFailure)
+{
+    EXPECT_FALSE(Parse({"export", "a.mp4"}).Export.bFailFast);
+    EXPECT_FALSE(Parse({"export", "a.mp4", "--keep-going"}).Export.bFailFast);
+    EXPECT_TRUE(Parse({"export", "a.mp4", "--fail-fast"}).Export.bFailFast);
+    EXPECT_EQ(Parse({"export", "a.mp4", "--fail-fast", "--keep-going"}).Chosen,
+              CommandLine::Command::Refuse);
+}
+
 TEST(CommandLineOfExport, KeepsClipsAndTablesInTheirOrder)
 {
     const CommandLine line = Parse({"export", "a.mp4", "--clip", "1-2", "--clips", "b.csv",

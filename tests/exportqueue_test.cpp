@@ -144,6 +144,16 @@ TEST_F(ExportQueueTest, GoesOnBehindAFailureAndSaysSoOnce)
     EXPECT_EQ(Notifications[0].Type, Movane::NotificationError);
 }
 
+TEST_F(ExportQueueTest, NamesTheFirstFailuresAndCountsTheOthers)
+{
+    FfmpegDoes("exit 1");
+    Program.Exports().Add({Clip("a"), Clip("b"), Clip("c"), Clip("d"), Clip("e")});
+    RunToTheEnd();
+    EXPECT_EQ(Notifications.at(0).Message,
+              "Exported 0 of 5 clips. a: Clip export failed. b: Clip export failed. c: Clip export "
+              "failed. And 2 more failed.");
+}
+
 TEST_F(ExportQueueTest, EndsAtAFailureWhenAskedTo)
 {
     FfmpegDoes("exit 1");

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <set>
 
 #include <poll.h>
 #include <sys/resource.h>
@@ -169,20 +170,6 @@ TEST_F(ProgramFault, FileThatMayNotGrowFailsThatClipAlone)
     }
 }
 
-TEST_F(ProgramFault, FileThatLacksItsEndIsNoExportThoughFfmpegEndsWell)
-{
-    const fs::path whole = Work / "whole.mkv";
-    MakeMedia("-i " + SampleVideo() + " -c copy", whole);
-    UseFake("head -c 5000 " + whole.native() + " > \"$out\"");
-    const ProgramRun::End end = Export({"--clip", "a=0-1"});
-    EXPECT_EQ(end.ExitCode, 1);
-    EXPECT_EQ(end.Err, "movane: --clip \"a=0-1\": " + (Clips / "clip_00000_a.mkv").native() +
-                           " is cut short: make room on its disk and export again.\n");
-    EXPECT_EQ(fs::file_size(Clips / "clip_00000_a.mkv"), 5000U); // what there is may be of use
-    UseFake("cp " + whole.native() + " \"$out\"");
-    EXPECT_EQ(Export({"--clip", "a=0-1"}).ExitCode, 0);
-}
-
 // -- Whoever starts the program
 
 TEST_F(ProgramFault, CallerThatIgnoresItsChildrenChangesNothing)
@@ -306,6 +293,33 @@ TEST_F(ProgramFault, TwoWithOneNameAtOnceBothEndAndOneFileStays)
     }
     EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
     EXPECT_THAT(ReadFile(Clips / "clip_00000_a.mkv"), testing::AnyOf("one", "two"));
+    ExpectNothingLeft();
+}
+
+TEST_F(ProgramFault, FourWithOneNameAtOnceMakeFourWholeFiles)
+{
+    std::vector<std::unique_ptr<ProgramRun>> runs;
+    for (const char* const name : {"one", "two", "three", "four"})
+    {
+        Setup.OutputFolder = Folder.Path() / name;
+        fs::create_directory(Setup.OutputFolder);
+        Setup.Arguments = {"export", SampleVideo(), "--clip", "a=0-1"};
+        runs.push_back(std::make_unique<ProgramRun>(Setup));
+    }
+    std::set<std::string> files;
+    for (const auto& run : runs)
+    {
+        const ProgramRun::End end = run->Finish();
+        EXPECT_EQ(end.ExitCode, 0) << end.Err;
+        files.insert(LinesOf(end.Out).back());
+    }
+    EXPECT_EQ(files.size(), 4U);
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv", "clip_00001_a.mkv",
+                                            "clip_00002_a.mkv", "clip_00003_a.mkv"));
+    for (const std::string& file : files)
+    {
+        EXPECT_EQ(fs::file_size(file), fs::file_size(*files.begin())) << file;
+    }
     ExpectNothingLeft();
 }
 

@@ -4,8 +4,6 @@ pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 
 movane_test(media_test
     SOURCES
-        encoderprocess_test.cpp
-        fakes/failingread.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_player PkgConfig::MPV)
@@ -13,13 +11,6 @@ movane_test(media_test
 movane_test(threadroom_test
     SOURCES threadroom_test.cpp fakes/failingnew.cpp
     LIBRARIES movane_process)
-
-movane_test(exportprogress_test
-    SOURCES
-        exportprogress_test.cpp
-        fakes/failingread.cpp
-        reportlines_test.cpp
-    LIBRARIES movane_media)
 
 movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
 movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)

@@ -35,6 +35,8 @@ constexpr milliseconds ShutdownTime{10000};
 // As many numbers as the panel has for a name.
 constexpr int MaxTryCount = 10000;
 
+// Of those that failed, as many are named as a notification has room for.
+constexpr std::size_t MaxToldFailures = 3;
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
 constexpr const char* StoppedText = "Clip export failed: stopped.";
@@ -457,9 +459,14 @@ void ExportQueue::EndRound()
     {
         std::string text = SummaryText(round.ExportedCount, round.Count);
         text += round.bStopped ? ", then stopped." : ".";
-        for (const EndedExport& failed : round.Failed)
+        const std::size_t toldCount = std::min(round.Failed.size(), MaxToldFailures);
+        for (std::size_t i = 0; i < toldCount; ++i)
         {
-            text += ' ' + failed.Clip.Name + ": " + failed.Message;
+            text += ' ' + round.Failed[i].Clip.Name + ": " + round.Failed[i].Message;
+        }
+        if (round.Failed.size() > toldCount)
+        {
+            text += " And " + std::to_string(round.Failed.size() - toldCount) + " more failed.";
         }
         const bool bError = !round.Failed.empty();
         p->pMovane->QueueNotification(bError ? Movane::NotificationError : Movane::NotificationInfo,

@@ -208,6 +208,7 @@ public:
         queue.bNotifyEach = true;
         queue.Next.connect([this](const QueuedExport& Entry)
                            { Report.PrintStatus(Saved.at(Entry.Id).StatusText); });
+        queue.Began.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Progressed.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Ended.connect([this](const EndedExport& Export) { TakeEnd(Export); });
     }

@@ -17,6 +17,7 @@
 #include "desktop/timetext.h"
 #include "desktop/videodocument.h"
 #include "desktop/videopane.h"
+#include "export/ffmpegsearch.h"
 #include "host/apppaths.h"
 #include "host/environment.h"
 #include "host/mvtheme.h"
@@ -110,8 +111,8 @@ bool Desktop::Start(std::string& OutError)
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
-    if (const std::string problem = EncoderProblem(EnvironmentValue("MOVANE_FFMPEG_BIN"),
-                                                   EncoderFolders(EnvironmentValue("PATH")));
+    if (const std::string problem =
+            EncoderProblem(EnvironmentValue("MOVANE_FFMPEG_BIN"), FindFfmpeg());
         !problem.empty())
     {
         ShowError(problem);

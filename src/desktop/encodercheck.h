@@ -5,14 +5,10 @@
 #pragma once
 
 #include <string>
-#include <vector>
-
-/// The folders in which an export looks for ffmpeg: those of Path, the value of PATH, then the system's
-/// own. An empty one stands for the current folder, as it does in PATH.
-std::vector<std::string> EncoderFolders(const std::string& Path);
 
 /// What to tell the user when ffmpeg can't be run: one sentence with the next step, else nothing.
 ///
-/// Override is the value of MOVANE_FFMPEG_BIN; when it is set, the folders do not count, as in an export.
+/// Override is the value of MOVANE_FFMPEG_BIN; when it is set, Found, which the search for ffmpeg gave,
+/// does not count, as in an export.
 /// An export looks again by itself, so nothing has to be restarted after an installation.
-std::string EncoderProblem(const std::string& Override, const std::vector<std::string>& Folders);
+std::string EncoderProblem(const std::string& Override, const std::string& Found);

@@ -15,14 +15,3 @@ std::string NameOfRefusedFormat(const std::string& Path);
 /// never finished, or that was written into a pipe. The player's "duration" of such a file is only how
 /// far it has read by chance.
 bool IsMatroskaWithoutDuration(const std::string& Path);
-
-/// Whether the file is a Matroska one without a single picture in it, complete or not. ffmpeg ends well
-/// and leaves such a file when In lies where the source has no pictures any more. False for files of
-/// other kinds, whatever they hold, and for one that can't be read to its end: it may hold some.
-bool IsMatroskaWithoutPicture(const std::string& Path);
-
-/// Whether the file lacks its end: a Matroska one that says that it is longer than it is, or does not
-/// say how long; or an empty file on a disk without room. On a disk that gets full with the last bytes
-/// ffmpeg ends well and leaves such a file. False for files of other kinds, and for one that can't be
-/// read.
-bool IsCutShort(const std::string& Path);
