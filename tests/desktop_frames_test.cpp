@@ -2,6 +2,7 @@
 // ends with.
 
 #include "desktopstage.h"
+#include "fakes/filmnumbers.h"
 #include "fakes/numberedfilms.h"
 
 #include "desktop/timelinelayout.h"

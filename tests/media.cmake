@@ -21,5 +21,5 @@ movane_test(exportprogress_test
         reportlines_test.cpp
     LIBRARIES movane_media)
 
-movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
-movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)
+movane_test(frametimes_test TIMEOUT 120 SOURCES frametimes_test.cpp LIBRARIES movane_media)
+movane_test(frameseek_test TIMEOUT 120 SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)
