@@ -30,6 +30,8 @@ endif()
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME runtime)
 set(data ${PROJECT_SOURCE_DIR}/data)
 install(TARGETS movane)
+# For the program alone, which looks for it there.
+install(TARGETS movane-encoder DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/movane)
 install(FILES ${data}/movane.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${data}/movane.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 set(icons_dir ${CMAKE_INSTALL_DATADIR}/icons/hicolor)

@@ -4,12 +4,15 @@ find_package(Threads REQUIRED)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX) # without it CMake leaves -pie to what the compiler does by itself
 
+string(REGEX MATCH "^[0-9]+" compiler "${CMAKE_CXX_COMPILER_VERSION}")
+string(PREPEND compiler "${CMAKE_CXX_COMPILER_ID}-") # as MOVANE_WERROR names it
+
 function(movane_settings target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-        $<$<BOOL:${MOVANE_WERROR}>:-Werror>)
+        $<$<STREQUAL:${MOVANE_WERROR},${compiler}>:-Werror>)
     # A test's fixture of an unnamed namespace may come from a file that the unit includes.
     if(CMAKE_UNITY_BUILD)
         target_compile_options(${target} PRIVATE -Wno-subobject-linkage)

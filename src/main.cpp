@@ -3,6 +3,7 @@
 #include "cli/commandline.h"
 #include "cli/exportcommand.h"
 #include "desktop/application.h"
+#include "process/exitcode.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
 
@@ -16,6 +17,7 @@ int main(int argc, char** argv)
         OpenMissingStandardStreams();
         SurviveBrokenPipes();
         LearnHowChildrenEnd();
+        SetMissingPath();
         KeepDecimalPoint();
         LogToStandardError();
         const CommandLine commandLine = ParseCommandLine(argc, argv);
@@ -29,7 +31,7 @@ int main(int argc, char** argv)
         case CommandLine::Command::Export:
             return RunExport(commandLine.Export);
         case CommandLine::Command::OpenWindow:
-            return RunDesktop(commandLine.Window, argc, argv);
+            return RunDesktop(commandLine.Window);
         }
     }
     catch (const std::exception& error)

@@ -273,7 +273,8 @@ TEST(RuntimeDir, GoesAtTheEndOfTheProgram)
 {
     const TestUser user;
     ASSERT_TRUE(RunInEndingProcess(
-        [] { return WriteFile(fs::path(AppPaths::RuntimeDir()) / "temp/log", "text"); }));
+        []
+        { return WriteFile(fs::path(AppPaths::RuntimeDir()) / "temp/clip-export.log", "text"); }));
     EXPECT_TRUE(fs::is_empty(user.Runtime()));
 }
 
@@ -300,9 +301,10 @@ TEST(RuntimeDir, ClearsWhatADeadProgramLeft)
 {
     const TestUser user;
     ASSERT_TRUE(RunInDyingProcess(
-        [] { return WriteFile(fs::path(AppPaths::RuntimeDir()) / "temp/log", "text"); }));
+        []
+        { return WriteFile(fs::path(AppPaths::RuntimeDir()) / "temp/clip-export.log", "text"); }));
     ASSERT_FALSE(fs::is_empty(user.Runtime()));
-    EXPECT_FALSE(fs::exists(fs::path(AppPaths::RuntimeDir()) / "temp/log"));
+    EXPECT_FALSE(fs::exists(fs::path(AppPaths::RuntimeDir()) / "temp/clip-export.log"));
     AppPaths::RemoveRuntimeDir();
     EXPECT_TRUE(fs::is_empty(user.Runtime()));
 }

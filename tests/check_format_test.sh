@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows that check_format.sh finds a line out of form, in a tree that is made up here.
 set -euo pipefail
+command -v clang-format-14 >/dev/null || { echo "Skipped: clang-format-14 is not installed."; exit 77; }
 here=$(realpath "$(dirname "$0")")
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT

@@ -16,6 +16,7 @@ fault() {
 
 program=$prefix/bin/movane
 [ "$("$program" --version)" = "movane $version" ] || fault "bin/movane does not say version $version"
+[ "$("$prefix/libexec/movane/movane-encoder" -version | head -c 7)" = "ffmpeg " ] || fault "libexec/movane/movane-encoder does not stand for ffmpeg"
 
 entry=$prefix/share/applications/movane.desktop
 desktop-file-validate "$entry" || fault "$entry is not valid"

@@ -5,6 +5,7 @@
 
 #include "desktop/theme.h"
 #include "desktop/videosurface.h"
+#include "fakes/rotatedvideo.h"
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"
 #include "player/mpvvideo.h"
@@ -92,6 +93,35 @@ struct Screen
             .green();
     }
 
+    // What is shown at a place, as a letter: red, green, blue, white, or "-" for black.
+    QChar ColorAt(double X, double Y)
+    {
+        const QImage picture = Picture();
+        const QColor color = picture.pixelColor(qRound(X * (picture.width() - 1)),
+                                                qRound(Y * (picture.height() - 1)));
+        const bool bRed = color.red() > 128;
+        const bool bGreen = color.green() > 128;
+        const bool bBlue = color.blue() > 128;
+        return bRed && bGreen && bBlue ? 'w' : bRed ? 'r' : bGreen ? 'g' : bBlue ? 'b' : '-';
+    }
+
+    // The colours of the four corners of what is shown at a part of the surface's width and height in its
+    // middle, from the upper left one clockwise, and then those just outside of it.
+    QString Corners(QSizeF Part)
+    {
+        QString colors;
+        for (const double out : {0.9, 1.1})
+        {
+            const double x = std::min(Part.width() * out, 1.0) / 2.0;
+            const double y = std::min(Part.height() * out, 1.0) / 2.0;
+            colors += ColorAt(0.5 - x, 0.5 - y);
+            colors += ColorAt(0.5 + x, 0.5 - y);
+            colors += ColorAt(0.5 + x, 0.5 + y);
+            colors += ColorAt(0.5 - x, 0.5 + y);
+        }
+        return colors;
+    }
+
     // The number of the frame that is shown, from its shade in the middle.
     int ShownFrame()
     {
@@ -161,6 +191,9 @@ private Q_SLOTS:
     void KeepsThePictureAtAnotherSize();
     void StandsAnEmptySize();
     void KeepsTheAspectRatio();
+    void TurnsAVideoAsItsFileSays_data();
+    void TurnsAVideoAsItsFileSays();
+    void TurnsEachFileByItself();
     void DrawsEachPixelOfTheScreen();
     void TakesFramesWhileHidden();
     void TakesFramesWhileAFileOpens();
@@ -177,6 +210,9 @@ private:
     TempFolder Folder;
     std::string GreyVideo;    ///< frame N of 50 has luma 40 + 3 N
     std::string StripedVideo; ///< columns one pixel wide, black and white by turns
+    std::string
+        ColoredVideo; ///< corners red, green, white, blue, clockwise from the upper left one
+    std::string SquashedVideo; ///< the same with pixels twice as wide as they are high
 };
 
 void DesktopSurfaceTest::initTestCase()
@@ -193,6 +229,15 @@ void DesktopSurfaceTest::initTestCase()
               "geq=lum='16+219*mod(X,2)':cb=128:cr=128\" "
               "-c:v libx264 -preset ultrafast -qp 0 -pix_fmt yuv420p",
               StripedVideo);
+    const std::string corners =
+        "-f lavfi -i color=red:s=160x90:r=25:d=1 -f lavfi -i color=lime:s=160x90:r=25:d=1 "
+        "-f lavfi -i color=blue:s=160x90:r=25:d=1 -f lavfi -i color=white:s=160x90:r=25:d=1 "
+        "-filter_complex \"[0][1]hstack[a];[2][3]hstack[b];[a][b]vstack";
+    const std::string encoder = "\" -c:v libx264 -preset ultrafast -pix_fmt yuv420p";
+    ColoredVideo = (Folder.Path() / "colored.mp4").string();
+    MakeMedia(corners + encoder, ColoredVideo);
+    SquashedVideo = (Folder.Path() / "squashed.mp4").string();
+    MakeMedia(corners + ",scale=160:180,setsar=2" + encoder, SquashedVideo);
 }
 
 void DesktopSurfaceTest::OffersTheKindThatWasAskedFor()
@@ -307,6 +352,68 @@ void DesktopSurfaceTest::KeepsTheAspectRatio()
     QVERIFY(screen.Shade(0.01, 0.5) > 0);
     QVERIFY(screen.Shade(0.5, 0.74) > 0);
     QCOMPARE(screen.Shade(0.5, 0.76), 0);
+}
+
+void DesktopSurfaceTest::TurnsAVideoAsItsFileSays_data()
+{
+    QTest::addColumn<int>("Degrees");
+    QTest::addColumn<QSize>("Size");
+    QTest::addColumn<bool>("bSquashed");
+    QTest::addColumn<QSizeF>("Part");
+    QTest::addColumn<QString>("Expected");
+    const double sliver = 180.0 / 320.0 * 180.0 / 320.0;
+    const QSize wide(320, 180);
+    const QSize high(180, 320);
+    for (const bool bSquashed : {false, true})
+    {
+        const auto add = [&](int Degrees, QSize Size, QSizeF Part, const char* pExpected)
+        {
+            QTest::addRow("%d degrees, %d x %d%s", Degrees, Size.width(), Size.height(),
+                          bSquashed ? ", squashed" : "")
+                << Degrees << Size << bSquashed << Part << QString(pExpected);
+        };
+        add(0, wide, {1.0, 1.0}, "rgwbrgwb");
+        add(0, high, {1.0, sliver}, "rgwb----");
+        add(90, wide, {sliver, 1.0}, "brgw----");
+        add(90, high, {1.0, 1.0}, "brgwbrgw");
+        add(180, wide, {1.0, 1.0}, "wbrgwbrg");
+        add(180, high, {1.0, sliver}, "wbrg----");
+        add(270, wide, {sliver, 1.0}, "gwbr----");
+        add(270, high, {1.0, 1.0}, "gwbrgwbr");
+    }
+}
+
+// As phones write it, for a picture that they took upright.
+void DesktopSurfaceTest::TurnsAVideoAsItsFileSays()
+{
+    QFETCH(const int, Degrees);
+    QFETCH(const QSize, Size);
+    QFETCH(const bool, bSquashed);
+    QFETCH(const QSizeF, Part);
+    QFETCH(const QString, Expected);
+    const std::string path = (Folder.Path() / "turned.mp4").string();
+    MakeRotatedVideo(bSquashed ? SquashedVideo : ColoredVideo, Degrees, path);
+    Screen screen(Size);
+    QVERIFY(screen.Open(path));
+    QTRY_COMPARE_WITH_TIMEOUT(screen.Corners(Part), Expected, DeadlineMs);
+}
+
+void DesktopSurfaceTest::TurnsEachFileByItself()
+{
+    Screen screen;
+    const std::string path = (Folder.Path() / "turned.mp4").string();
+    for (const auto& [degrees, expected] :
+         {std::pair(180, "wbrg"), std::pair(0, "rgwb"), std::pair(180, "wbrg")})
+    {
+        MakeRotatedVideo(ColoredVideo, degrees, path);
+        QVERIFY(screen.Open(path));
+        QTRY_COMPARE_WITH_TIMEOUT(screen.Corners({0.9, 0.9}).left(4), QString(expected),
+                                  DeadlineMs);
+    }
+    // An angle between the four is no reason to end.
+    MakeRotatedVideo(ColoredVideo, 45, path);
+    QVERIFY(screen.Open(path));
+    QTRY_COMPARE_WITH_TIMEOUT(screen.ColorAt(0.5, 0.2), QChar('r'), DeadlineMs);
 }
 
 void DesktopSurfaceTest::DrawsEachPixelOfTheScreen()

@@ -14,6 +14,7 @@ movane_test(host_test
         mvtimecontrol_test.cpp
         mvvideowindow_test.cpp
         mvwindow_test.cpp
+        openingmark_test.cpp
         runtimefolder_test.cpp
         signal_test.cpp
         userdirs_test.cpp

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -47,7 +48,7 @@ void GiveToGuardedUser(const fs::path& Folder)
     }
 }
 
-/// A process that made its folder, put a file into "temp" and died without cleaning up.
+/// A process that made its folder, wrote the log of an export and died without cleaning up.
 bool DieWithFolderUnder(const fs::path& Base)
 {
     std::unique_ptr<RuntimeFolder> folder;
@@ -55,7 +56,7 @@ bool DieWithFolderUnder(const fs::path& Base)
         [&]
         {
             folder = MakeUnder(Base);
-            return folder != nullptr && WriteFile(folder->Path() / "temp/log", "text");
+            return folder != nullptr && WriteFile(folder->Path() / "temp/clip-export.log", "text");
         });
 }
 
@@ -66,7 +67,7 @@ bool DieWithNamedFolder(const fs::path& Named)
         [&]
         {
             folder = TakeNamed(Named);
-            return folder != nullptr && WriteFile(folder->Path() / "temp/log", "text");
+            return folder != nullptr && WriteFile(folder->Path() / "temp/clip-export.log", "text");
         });
 }
 
@@ -98,15 +99,83 @@ TEST(RuntimeFolder, HasItsModeWhateverTheMaskOfTheProcess)
     }
 }
 
-TEST(RuntimeFolder, GoesWithEverythingInIt)
+TEST(RuntimeFolder, GoesWithTheFilesThatTheProgramPutsIntoIt)
 {
     const TempFolder place;
     {
         const auto folder = MakeUnder(place.Path() / "movane");
         ASSERT_NE(folder, nullptr);
-        WriteFile(folder->Path() / "temp/a/b", "text");
+        for (const char* name : {"temp/clip-export.log", "export.socket"})
+        {
+            WriteFile(folder->Path() / name, "text");
+        }
     }
     EXPECT_TRUE(fs::is_empty(place.Path()));
+}
+
+TEST(RuntimeFolder, KeepsAFileOfTheUsersAndTheFoldersAboveIt)
+{
+    for (const char* name : {"temp/notes.txt", "notes.txt", "temp/sub/clip-export.log",
+                             "temp/clip-export.log/notes.txt", "export.socket/notes.txt"})
+    {
+        const TempFolder place;
+        fs::path own;
+        {
+            const auto folder = MakeUnder(place.Path() / "movane");
+            ASSERT_NE(folder, nullptr);
+            own = folder->Path();
+            WriteFile(own / name, "mine");
+        }
+        EXPECT_EQ(ReadFile(own / name), "mine") << name;
+        EXPECT_FALSE(fs::exists(place.Path() / "movane/run-1.lock")) << name;
+        const auto next = MakeUnder(place.Path() / "movane");
+        ASSERT_NE(next, nullptr);
+        EXPECT_NE(next->Path(), own) << name;
+    }
+}
+
+TEST(RuntimeFolder, KeepsAFileOfTheUsersInTheFolderOfADeadProcess)
+{
+    const TempFolder place;
+    const fs::path base = place.Path() / "movane";
+    ASSERT_TRUE(DieWithFolderUnder(base));
+    WriteFile(base / "run-1/temp/notes.txt", "mine");
+    MakeUnder(base);
+    EXPECT_EQ(ReadFile(base / "run-1/temp/notes.txt"), "mine");
+    EXPECT_FALSE(fs::exists(base / "run-1/temp/clip-export.log"));
+    EXPECT_FALSE(fs::exists(base / "run-1.lock"));
+}
+
+TEST(RuntimeFolder, LeavesWhatLiesBesideALockFileThatItDidNotWrite)
+{
+    for (const char* content : {"", "FT", "12345\n",
+                                "a note that is longer than the program's own "
+                                "first line, so that all of it could be read "
+                                "and would not be the mark in any way at all"})
+    {
+        const TempFolder place;
+        const fs::path base = place.Path() / "movane";
+        WriteFile(base / "run-1.lock", content);
+        WriteFile(base / "run-1/temp/clip-export.log", "mine");
+        WriteFile(base / "run-3.lock", content);
+        WriteFile(base / "run-3/results/data.txt", "mine");
+        fs::permissions(base, fs::perms::owner_all);
+        {
+            const auto first = MakeUnder(base);
+            const auto second = MakeUnder(base);
+            ASSERT_TRUE(first != nullptr && second != nullptr);
+            EXPECT_EQ(first->Path(), base / "run-2");
+            EXPECT_EQ(second->Path(), base / "run-4");
+        }
+        EXPECT_EQ(ReadFile(base / "run-1/temp/clip-export.log"), "mine") << content;
+        EXPECT_EQ(ReadFile(base / "run-3/results/data.txt"), "mine") << content;
+        for (const char* lockFile : {"run-1.lock", "run-3.lock"})
+        {
+            EXPECT_TRUE(fs::exists(base / lockFile)) << content;
+            EXPECT_EQ(ReadFile(base / lockFile), content);
+        }
+        EXPECT_EQ(std::distance(fs::directory_iterator(base), fs::directory_iterator()), 4);
+    }
 }
 
 TEST(RuntimeFolder, LeavesABaseThatOthersUse)
@@ -156,11 +225,11 @@ TEST(RuntimeFolder, ClearsThoseOfDeadProcesses)
     const fs::path base = place.Path() / "movane";
     const auto living = MakeUnder(base);
     ASSERT_TRUE(DieWithFolderUnder(base));
-    ASSERT_TRUE(fs::exists(base / "run-2/temp/log"));
+    ASSERT_TRUE(fs::exists(base / "run-2/temp/clip-export.log"));
     {
         const auto folder = MakeUnder(base);
         ASSERT_NE(folder, nullptr);
-        EXPECT_FALSE(fs::exists(base / "run-2/temp/log"));
+        EXPECT_FALSE(fs::exists(base / "run-2/temp/clip-export.log"));
         EXPECT_TRUE(fs::is_directory(living->Path() / "temp"));
     }
     EXPECT_FALSE(fs::exists(base / "run-2"));
@@ -326,21 +395,75 @@ TEST(NamedRuntimeFolder, StaysWhenItWasThere)
     EXPECT_FALSE(fs::exists(place.Path() / ".movane.lock"));
 }
 
-TEST(NamedRuntimeFolder, LeavesATempThatWasThere)
+// The log of an export replaces a file of its name, so the user's temp is not even written to.
+TEST(NamedRuntimeFolder, IsAFolderBelowWhereATempWasThere)
 {
     const TempFolder place;
-    WriteFile(place.Path() / "temp/file", "mine");
-    TakeNamed(place.Path());
-    EXPECT_EQ(ReadFile(place.Path() / "temp/file"), "mine");
+    WriteFile(place.Path() / "temp/clip-export.log", "mine");
+    fs::permissions(place.Path() / "temp", fs::perms::owner_all);
+    {
+        const auto folder = TakeNamed(place.Path());
+        ASSERT_NE(folder, nullptr);
+        EXPECT_EQ(folder->Path(), place.Path() / "run-1");
+    }
+    EXPECT_EQ(ReadFile(place.Path() / "temp/clip-export.log"), "mine");
+    EXPECT_FALSE(fs::exists(place.Path() / "run-1"));
 }
 
 TEST(NamedRuntimeFolder, LeavesATempThatWasThereBeforeADeadProcess)
 {
     const TempFolder place;
-    WriteFile(place.Path() / "temp/file", "mine");
+    WriteFile(place.Path() / "temp/clip-export.log", "mine");
+    fs::permissions(place.Path() / "temp", fs::perms::owner_all);
     ASSERT_TRUE(DieWithNamedFolder(place.Path()));
     TakeNamed(place.Path());
-    EXPECT_EQ(ReadFile(place.Path() / "temp/file"), "mine");
+    EXPECT_EQ(ReadFile(place.Path() / "temp/clip-export.log"), "mine");
+    EXPECT_FALSE(fs::exists(place.Path() / "run-1"));
+}
+
+TEST(NamedRuntimeFolder, KeepsAFileOfTheUsersInTempAndTheFoldersAboveIt)
+{
+    for (const bool bDead : {false, true})
+    {
+        const TempFolder place;
+        const fs::path named = place.Path() / "named";
+        if (bDead)
+        {
+            ASSERT_TRUE(DieWithNamedFolder(named));
+            WriteFile(named / "temp/notes.txt", "mine");
+        }
+        {
+            const auto folder = TakeNamed(named);
+            ASSERT_NE(folder, nullptr);
+            EXPECT_EQ(folder->Path(), named);
+            WriteFile(named / "temp/notes.txt", "mine");
+        }
+        EXPECT_EQ(ReadFile(named / "temp/notes.txt"), "mine") << bDead;
+        EXPECT_FALSE(fs::exists(named / "temp/clip-export.log")) << bDead;
+        EXPECT_FALSE(fs::exists(named / ".movane.lock")) << bDead;
+    }
+}
+
+TEST(NamedRuntimeFolder, LeavesWhatLooksLikeARunOfThisProgram)
+{
+    const TempFolder place;
+    WriteFile(place.Path() / "run-3/results/data.txt", "mine");
+    WriteFile(place.Path() / "run-3.lock", "");
+    TakeNamed(place.Path());
+    EXPECT_EQ(ReadFile(place.Path() / "run-3/results/data.txt"), "mine");
+    EXPECT_TRUE(fs::exists(place.Path() / "run-3.lock"));
+}
+
+TEST(NamedRuntimeFolder, IsAFolderBelowWhereTheLockFileIsNotItsOwn)
+{
+    const TempFolder place;
+    WriteFile(place.Path() / ".movane.lock", "FT");
+    {
+        const auto folder = TakeNamed(place.Path());
+        ASSERT_NE(folder, nullptr);
+        EXPECT_EQ(folder->Path(), place.Path() / "run-1");
+    }
+    EXPECT_EQ(ReadFile(place.Path() / ".movane.lock"), "FT");
 }
 
 TEST(NamedRuntimeFolder, StaysWhenItWasThereBeforeADeadProcess)
@@ -357,7 +480,7 @@ TEST(NamedRuntimeFolder, ClearsWhatADeadProcessMade)
 {
     const TempFolder place;
     ASSERT_TRUE(DieWithNamedFolder(place.Path() / "named"));
-    ASSERT_TRUE(fs::exists(place.Path() / "named/temp/log"));
+    ASSERT_TRUE(fs::exists(place.Path() / "named/temp/clip-export.log"));
     TakeNamed(place.Path() / "named");
     EXPECT_FALSE(fs::exists(place.Path() / "named/temp"));
     EXPECT_FALSE(fs::exists(place.Path() / "named/.movane.lock"));

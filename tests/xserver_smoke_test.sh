@@ -22,7 +22,9 @@ movane=$1 xdndsource=$2 awaitpixel=$3
 folder=$MOVANE_SMOKE_FOLDER
 mkdir -p "$folder"/{home,state,recordings,runtime}
 chmod 700 "$folder/runtime"
-unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS QT_SCALE_FACTOR
+unset WAYLAND_DISPLAY QT_SCALE_FACTOR
+# Where dbus-x11 is installed, the D-Bus library starts a bus for whoever has no address.
+export DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent
 export HOME=$folder/home XDG_STATE_HOME=$folder/state XDG_RUNTIME_DIR=$folder/runtime
 export MOVANE_RECORDINGS_DIR=$folder/recordings MOVANE_RUNTIME_DIR=$folder/runtime/movane
 export LC_ALL=C.UTF-8 # window titles are compared, which hold more than ASCII

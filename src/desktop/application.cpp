@@ -1,9 +1,8 @@
 #include "desktop/application.h"
 
-#include "cli/exportcommand.h"
+#include "app/exportsocket.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
-#include "desktop/exportwatch.h"
 #include "desktop/icons.h"
 #include "desktop/mainwindow.h"
 #include "desktop/pathtext.h"
@@ -14,8 +13,9 @@
 #include "host/apppaths.h"
 #include "host/environment.h"
 #include "host/mvtheme.h"
-#include "media/exportprogress.h"
+#include "host/openingmark.h"
 #include "player/mpvvideo.h"
+#include "process/exitcode.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
 #include "process/stopsignals.h"
@@ -26,9 +26,12 @@
 #include <QSocketNotifier>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -46,7 +49,7 @@ std::unique_ptr<MpvVideo> MakePlayer(std::string& OutError)
     return MpvVideo::Create({.VideoOutput = "libmpv", .AudioOutput = audioOutput}, OutError);
 }
 
-QStringList FilesToOpen(const WindowOptions& Options)
+QStringList NamedFiles(const WindowOptions& Options)
 {
     QStringList files;
     for (const std::string& file : Options.FilePaths)
@@ -64,13 +67,36 @@ QStringList FilesToOpen(const WindowOptions& Options)
         }
         files.append(PathText(ec ? file : path.native()));
     }
-    const std::string lastFile = AppPaths::DefaultVideoFile();
-    // One that is gone, too: the window then says so.
-    if (files.isEmpty() && !lastFile.empty())
-    {
-        files.append(PathText(lastFile));
-    }
     return files;
+}
+
+// Opens what was named, else the video of the last run. One that is gone, too: the window then says so. But
+// nothing that could have ended the last start.
+void OpenFirstFiles(const WindowOptions& Options, Desktop& Windows)
+{
+    const std::vector<std::string> unfinished = OpeningMark::TakeLeftover();
+    std::string lastFile = AppPaths::DefaultVideoFile();
+    if (std::find(unfinished.begin(), unfinished.end(), lastFile) != unfinished.end())
+    {
+        lastFile.clear();
+        AppPaths::SetDefaultVideoFile({});
+    }
+    if (!Options.FilePaths.empty())
+    {
+        Windows.OpenFiles(NamedFiles(Options), &Windows.Main());
+    }
+    else if (!unfinished.empty())
+    {
+        const std::size_t others = unfinished.size() - 1;
+        Windows.ShowError("No video is opened, because the program ended while it opened " +
+                          unfinished.front() +
+                          (others == 0 ? "" : " and " + std::to_string(others) + " more") +
+                          ": press Ctrl+O to choose one.");
+    }
+    else if (!lastFile.empty())
+    {
+        Windows.OpenFiles({PathText(lastFile)}, &Windows.Main());
+    }
 }
 
 SurfaceKind SurfaceOf(const std::string& Video)
@@ -93,7 +119,7 @@ std::string FirstMissingFile(const WindowOptions& Options)
 }
 } // namespace
 
-int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Arguments)
+int RunDesktop(const WindowOptions& Options)
 {
     if (const std::string missing = FirstMissingFile(Options); !missing.empty())
     {
@@ -122,12 +148,13 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
         return 1;
     }
     PointStandardInputAtNull();
-    AdoptOrphans();
-    const std::string reportPath = EnableExportReport();
+    std::unique_ptr<ExportSocket> exportSocket = ExportSocket::OpenForFront();
     const WakeUp stopWish; // for the thread of the signals, which outlives the application
     const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});
 
-    QApplication application(ArgumentCount, Arguments);
+    int argumentCount = 1; // both for the application's life
+    std::array<char*, 2> arguments = {const_cast<char*>("movane"), nullptr};
+    QApplication application(argumentCount, arguments.data());
     KeepDecimalPoint(); // the toolkit has just taken the user's locale
     QApplication::setApplicationName("movane");
     QApplication::setApplicationDisplayName("Movane");
@@ -145,15 +172,14 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
 
     WidgetKeys widgetKeys;
     application.installEventFilter(&widgetKeys);
-    Session session(&MakePlayer);
+    Session session(&MakePlayer, std::move(exportSocket), [&stop] { return stop.Received() != 0; });
     Commands commands(session);
-    ExportWatch exportWatch(session, reportPath, [&stop] { return stop.Received() != 0; });
-    Desktop desktop(session, commands, exportWatch, SurfaceOf(Options.Video));
+    Desktop desktop(session, commands, SurfaceOf(Options.Video));
     if (!desktop.Start(error))
     {
         PrintError(error);
         return 1;
     }
-    desktop.OpenFiles(FilesToOpen(Options), &desktop.Main());
+    OpenFirstFiles(Options, desktop);
     return QApplication::exec();
 }

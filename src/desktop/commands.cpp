@@ -375,17 +375,13 @@ void Commands::JumpToOut()
 
 void Commands::ExportClip()
 {
-    const std::uint64_t generation = Running.Panel().ExportGeneration;
-    RunPanelAction(&MvClipControlPanel::ExportSelectedClip);
-    if (Running.Panel().ExportGeneration != generation)
-    {
-        Q_EMIT ExportStarted();
-    }
+    Running.ExportSelectedClip();
+    Running.RequestFrame();
 }
 
 void Commands::StopExport()
 {
-    Q_EMIT ExportStopRequested();
+    Running.Exports().Stop();
 }
 
 void Commands::SelectClip(int Row)

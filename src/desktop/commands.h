@@ -99,8 +99,6 @@ Q_SIGNALS:
     void FullScreenRequested();
     void KeysRequested();
     void AboutRequested();
-    void ExportStarted(); ///< the selected clip's
-    void ExportStopRequested();
 
 private:
     template <typename Action> bool WithDocument(Action Act);

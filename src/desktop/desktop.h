@@ -8,10 +8,12 @@
 #include "desktop/settings.h"
 #include "desktop/videosurface.h"
 #include "host/movane.h"
+#include "host/openingmark.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 #include <string>
@@ -19,7 +21,6 @@
 
 class Commands;
 class DesktopNotifier;
-class ExportWatch;
 class KeysPageDialog;
 class MainWindow;
 class NotificationOverlay;
@@ -31,7 +32,7 @@ class Desktop : public QObject
     Q_OBJECT
 
 public:
-    Desktop(Session& NewRunning, Commands& NewActs, ExportWatch& NewExport, SurfaceKind NewKind);
+    Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind);
     /// Saves the settings and closes all windows.
     ~Desktop() override;
 
@@ -41,6 +42,9 @@ public:
     /// Opens the first file in Window (null for the active one) and each other in a new window. Paths are
     /// absolute.
     void OpenFiles(const QStringList& Paths, VideoWindow* pWindow = nullptr);
+
+    /// Shows an error in the status line of the clip panel.
+    void ShowError(const std::string& Sentence);
 
     MainWindow& Main() { return *pMain; }
     /// All windows, the main one first.
@@ -67,14 +71,14 @@ private:
     void ShowAbout();
     void ApplyTextScale();
     void ToggleFullScreen();
-    void ShowError(const std::string& Sentence);
     void ShowNotification(const Movane::Notification& Shown);
 
     Session& Running;
     Commands& Acts;
-    ExportWatch& Export;
     SurfaceKind Kind;
     Settings Remembered;
+    OpeningMark Opening; ///< of the files that have not come through yet
+    QTimer OpeningEnds;
     std::unique_ptr<MainWindow> pMain;
     std::vector<std::unique_ptr<VideoWindow>> FurtherWindows;
     NotificationOverlay* pOverlay = nullptr;

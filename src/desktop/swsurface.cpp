@@ -13,6 +13,11 @@ namespace
 {
 // The player wants lines to start at such addresses, or it copies the whole picture.
 constexpr std::size_t AlignmentBytes = 64;
+
+bool StandsOnItsSide(int Degrees)
+{
+    return Degrees % 180 > 45 && Degrees % 180 < 135;
+}
 } // namespace
 
 SwSurface::SwSurface(MpvVideo& NewPlayer, QWidget* pParent)
@@ -25,6 +30,7 @@ SwSurface::SwSurface(MpvVideo& NewPlayer, QWidget* pParent)
         {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
          {MPV_RENDER_PARAM_INVALID, nullptr}}};
     Render.Start(NewPlayer.Handle(), params.data(), [this] { TakePicture(); });
+    NewPlayer.LeaveRotationToSurface();
     NewPlayer.SetWhileWaiting([this] { TakePicture(); });
 }
 
@@ -66,9 +72,12 @@ void SwSurface::TakePicture()
     }
 }
 
-void SwSurface::FitImage()
+// The image is as the file has it, and turned when it is painted. The player fits it into the image, so a
+// picture that will stand on its side gets an image that stands on its side.
+void SwSurface::FitImage(int Degrees)
 {
-    const QSize wanted = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    const QSize shown = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    const QSize wanted = StandsOnItsSide(Degrees) ? shown.transposed() : shown;
     if (wanted == Image.size())
     {
         return;
@@ -100,18 +109,37 @@ void SwSurface::DrawPicture()
     bImageIsOld = false;
 }
 
+void SwSurface::PaintTurned(QPainter& Painter, int Degrees)
+{
+    if (Degrees % 90 != 0)
+    {
+        Painter.fillRect(rect(), Qt::black); // the corners
+    }
+    if (Degrees != 0)
+    {
+        // About the middle, whole pixels to whole pixels for right angles.
+        const QSizeF image = Image.deviceIndependentSize();
+        const QSizeF shown = StandsOnItsSide(Degrees) ? image.transposed() : image;
+        Painter.translate(shown.width() / 2.0, shown.height() / 2.0);
+        Painter.rotate(Degrees);
+        Painter.translate(-image.width() / 2.0, -image.height() / 2.0);
+    }
+    Painter.drawImage(QPoint(0, 0), Image);
+}
+
 void SwSurface::paintEvent(QPaintEvent* /*pEvent*/)
 {
     QPainter painter(this);
     if (Text.State().bHasFile && Render.IsRunning())
     {
-        FitImage();
+        const int degrees = pPlayer->RotationDegrees();
+        FitImage(degrees);
         if (bImageIsOld)
         {
             DrawPicture();
         }
         Image.setDevicePixelRatio(devicePixelRatioF());
-        painter.drawImage(QPoint(0, 0), Image);
+        PaintTurned(painter, degrees);
     }
     else
     {

@@ -38,8 +38,9 @@ private:
     };
 
     void TakePicture();
-    void FitImage();
+    void FitImage(int Degrees);
     void DrawPicture();
+    void PaintTurned(QPainter& Painter, int Degrees);
 
     MpvVideo* pPlayer; ///< null once detached
     SurfaceText Text;

@@ -112,6 +112,7 @@ void VideoPane::Open(const QString& Path)
 
 void VideoPane::OpenNow(const QString& Path)
 {
+    Q_EMIT FileOpening(Path);
     const bool bLoaded = Document.LoadVideoFile(PathBytes(Path), false);
     OpenError = bLoaded ? QString() : QString::fromStdString(Document.LoadError());
     if (bLoaded)

@@ -45,6 +45,7 @@ public:
     void SyncFromHost();
 
 Q_SIGNALS:
+    void FileOpening(const QString& Path); ///< just before
     void FileOpened(const QString& Path, bool bLoaded);
 
 protected:

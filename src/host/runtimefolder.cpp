@@ -3,6 +3,7 @@
 #include "host/atomicfile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
@@ -24,44 +25,122 @@ std::string CannotMake(const fs::path& Folder, int Error)
            "): set MOVANE_RUNTIME_DIR to a folder that can be written.";
 }
 
-// Locks a lock file without waiting. bOutLeftover says that the file was there: a dead process's.
-// Not open on failure, with errno EWOULDBLOCK when the file is there and not to be had: a living process
-// holds it, or it belongs to another user.
+// The beginning of every lock file that this program writes. A file of the user's can have the name of
+// one, but not by chance these digits.
+constexpr std::string_view LockFileMark =
+    "movane runtime folder 0b6e5d0c9f3147a2b1c4d7e8835a92f6\n";
+// Behind the mark: the folder was made here, too.
+constexpr char FolderMadeHere = 'F';
+
+// All files that the program puts into its folder and into "temp". Whatever else lies there is the user's.
+constexpr std::array FilesInFolder = {"export.socket"};
+constexpr std::array FilesInTemp = {"clip-export.log", "export-report.log"};
+
+std::string BeginOf(const UniqueFd& File)
+{
+    std::array<char, LockFileMark.size() + 1> begin = {};
+    const ssize_t count = pread(File.Get(), begin.data(), begin.size(), 0);
+    return {begin.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+}
+
+bool HasName(const UniqueFd& File, const fs::path& Path)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(File.Get(), &opened) == 0 && lstat(Path.c_str(), &named) == 0 &&
+           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+UniqueFd MakeLock(const fs::path& LockFile)
+{
+    UniqueFd file(open(LockFile.c_str(), O_RDWR | O_CLOEXEC | O_CREAT | O_EXCL | O_NOFOLLOW, 0600));
+    if (!file.IsOpen())
+    {
+        return {};
+    }
+    // Waits only for processes that look at the new file; nobody keeps one without the mark.
+    int result = 0;
+    while ((result = flock(file.Get(), LOCK_EX)) != 0 && errno == EINTR)
+    {
+    }
+    if (result != 0 || pwrite(file.Get(), LockFileMark.data(), LockFileMark.size(), 0) !=
+                           static_cast<ssize_t>(LockFileMark.size()))
+    {
+        const int error = errno;
+        unlink(LockFile.c_str());
+        errno = error;
+        return {};
+    }
+    return file;
+}
+
+// Not open, with errno EWOULDBLOCK, when the file is not to be had: a living process holds it, it belongs
+// to another user, or this program has not written it. ENOENT when it has just gone.
+UniqueFd LockLeftover(const fs::path& LockFile)
+{
+    UniqueFd file(open(LockFile.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file.IsOpen() && errno == ENOENT)
+    {
+        return {};
+    }
+    struct stat opened = {};
+    if (!file.IsOpen() || fstat(file.Get(), &opened) != 0 || opened.st_uid != geteuid() ||
+        !S_ISREG(opened.st_mode) || flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
+    {
+        errno = EWOULDBLOCK;
+        return {};
+    }
+    // The owner may have removed the file between the two calls: then this lock says nothing.
+    if (!HasName(file, LockFile))
+    {
+        errno = ENOENT;
+        return {};
+    }
+    if (!BeginOf(file).starts_with(LockFileMark))
+    {
+        errno = EWOULDBLOCK;
+        return {};
+    }
+    return file;
+}
+
+// Locks a lock file without waiting. bOutLeftover says that the file was there: a dead process's. Not open
+// on failure, with errno EWOULDBLOCK as from LockLeftover.
 UniqueFd TryLock(const fs::path& LockFile, bool& bOutLeftover)
 {
     for (;;)
     {
-        constexpr int Flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
-        bOutLeftover = false;
-        UniqueFd file(open(LockFile.c_str(), Flags | O_CREAT | O_EXCL, 0600));
-        if (!file.IsOpen() && errno == EEXIST)
+        UniqueFd file = MakeLock(LockFile);
+        bOutLeftover = !file.IsOpen() && errno == EEXIST;
+        if (!bOutLeftover)
         {
-            bOutLeftover = true;
-            file = UniqueFd(open(LockFile.c_str(), Flags));
-            if (!file.IsOpen() && errno == ENOENT)
-            {
-                continue; // its owner has just gone
-            }
+            return file;
         }
-        struct stat locked = {};
-        if (bOutLeftover && (!file.IsOpen() || fstat(file.Get(), &locked) != 0 ||
-                             locked.st_uid != geteuid() || !S_ISREG(locked.st_mode)))
-        {
-            errno = EWOULDBLOCK;
-            return {};
-        }
-        if (!file.IsOpen() || flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
-        {
-            return {};
-        }
-        // The owner may have removed the file between the two calls: then this lock says nothing.
-        struct stat named = {};
-        if (fstat(file.Get(), &locked) == 0 && stat(LockFile.c_str(), &named) == 0 &&
-            locked.st_ino == named.st_ino && locked.st_dev == named.st_dev)
+        file = LockLeftover(LockFile);
+        if (file.IsOpen() || errno != ENOENT)
         {
             return file;
         }
     }
+}
+
+// Removes what the program has put into its folder, and the folder when nothing else is in it. One with the
+// lock file in it stays.
+void RemoveMade(const fs::path& Folder)
+{
+    constexpr int Flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const UniqueFd folder(open(Folder.c_str(), Flags));
+    const UniqueFd temp(folder.IsOpen() ? openat(folder.Get(), "temp", Flags) : -1);
+    for (const char* name : FilesInTemp)
+    {
+        unlinkat(temp.Get(), name, 0);
+    }
+    for (const char* name : FilesInFolder)
+    {
+        unlinkat(folder.Get(), name, 0);
+    }
+    unlinkat(folder.Get(), "temp", AT_REMOVEDIR);
+    rmdir(Folder.c_str());
 }
 
 fs::path LockFileOf(const fs::path& Folder)
@@ -92,7 +171,7 @@ bool IsLockFileName(const std::string& Name)
                        [](char Digit) { return Digit >= '0' && Digit <= '9'; });
 }
 
-// Only what has a lock file that nobody holds: a folder without one is not ours to remove.
+// Only beside a lock file that this program wrote and nobody holds.
 void RemoveFoldersOfDeadProcesses(const fs::path& Base)
 {
     std::error_code ec;
@@ -106,16 +185,15 @@ void RemoveFoldersOfDeadProcesses(const fs::path& Base)
     }
     for (const fs::path& lockFile : lockFiles)
     {
-        bool bLeftover = false;
-        const UniqueFd lock = TryLock(lockFile, bLeftover);
+        const UniqueFd lock = LockLeftover(lockFile);
         if (lock.IsOpen())
         {
             const fs::path folder = fs::path(lockFile).replace_extension();
             if (BelongsToUser(folder, 0))
             {
-                fs::remove_all(folder, ec);
+                RemoveMade(folder);
             }
-            fs::remove(lockFile, ec);
+            unlink(lockFile.c_str());
         }
     }
 }
@@ -163,16 +241,15 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::TakeNamed(const std::filesystem::p
         OutError = CannotMake(Named, errno);
         return nullptr;
     }
-    const fs::path temp = Named / "temp";
-    const bool bTempExisted = fs::exists(fs::symlink_status(temp, ec));
-    if (!BelongsToUser(Named, 077) || (bTempExisted && !BelongsToUser(temp, 077)))
+    if (!BelongsToUser(Named, 077))
     {
         return MakeNumbered(Named, OutError);
     }
     bool bLeftover = false;
-    const fs::path lockFile = Named / ".movane.lock";
-    UniqueFd lock = TryLock(lockFile, bLeftover);
-    if (!lock.IsOpen())
+    std::unique_ptr<RuntimeFolder> folder(new RuntimeFolder);
+    folder->LockFile = Named / ".movane.lock";
+    folder->Lock = TryLock(folder->LockFile, bLeftover);
+    if (!folder->Lock.IsOpen())
     {
         if (errno == EWOULDBLOCK)
         {
@@ -182,24 +259,24 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::TakeNamed(const std::filesystem::p
         return nullptr;
     }
     RemoveFoldersOfDeadProcesses(Named);
-    // A dead process has told in its lock file what it had made; that is ours to remove as well.
-    const std::string madeEarlier = bLeftover ? ReadWholeFile(lockFile.native()) : std::string();
-    const bool bOwnsFolder = !bExisted || madeEarlier.find('F') != std::string::npos;
-    const bool bOwnsTemp = !bTempExisted || madeEarlier.find('T') != std::string::npos;
-    const std::string made = std::string(bOwnsFolder ? "F" : "") + (bOwnsTemp ? "T" : "");
-    if (!MakePrivateFolders(temp) || ftruncate(lock.Get(), 0) != 0 ||
-        pwrite(lock.Get(), made.data(), made.size(), 0) < 0)
+    // A dead process's "temp" is still there where the user has put something into it.
+    const fs::path temp = Named / "temp";
+    if (mkdir(temp.c_str(), 0700) != 0 &&
+        !(errno == EEXIST && bLeftover && BelongsToUser(temp, 077)))
     {
+        if (errno == EEXIST)
+        {
+            return MakeNumbered(Named, OutError);
+        }
         OutError = CannotMake(temp, errno);
-        fs::remove(lockFile, ec);
         return nullptr;
     }
-    std::unique_ptr<RuntimeFolder> folder(new RuntimeFolder);
     folder->Folder = Named;
-    folder->LockFile = lockFile;
-    folder->Lock = std::move(lock);
-    folder->RemovedWhole = bOwnsTemp ? temp : fs::path();
-    folder->RemovedIfEmpty = bOwnsFolder ? Named : fs::path();
+    const bool bMadeHere = !bExisted || BeginOf(folder->Lock).ends_with(FolderMadeHere);
+    if (bMadeHere && pwrite(folder->Lock.Get(), &FolderMadeHere, 1, LockFileMark.size()) == 1)
+    {
+        folder->RemovedIfEmpty = Named;
+    }
     return folder;
 }
 
@@ -220,12 +297,11 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::MakeNumbered(const std::filesystem
         if (lock.IsOpen())
         {
             std::unique_ptr<RuntimeFolder> folder(new RuntimeFolder);
-            folder->Folder = path;
             folder->LockFile = LockFileOf(path);
             folder->Lock = std::move(lock);
             if (mkdir(path.c_str(), 0700) == 0)
             {
-                folder->RemovedWhole = path;
+                folder->Folder = path;
                 if (mkdir((path / "temp").c_str(), 0700) == 0)
                 {
                     return folder;
@@ -245,14 +321,17 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::MakeNumbered(const std::filesystem
 
 RuntimeFolder::~RuntimeFolder()
 {
-    std::error_code ec;
-    if (!RemovedWhole.empty())
+    if (!Folder.empty())
     {
-        fs::remove_all(RemovedWhole, ec);
+        RemoveMade(Folder);
     }
-    fs::remove(LockFile, ec); // before the lock is given up, so that nobody takes a file that goes
+    // Before the lock is given up, so that nobody takes a file that goes.
+    if (Lock.IsOpen() && HasName(Lock, LockFile))
+    {
+        unlink(LockFile.c_str());
+    }
     if (!RemovedIfEmpty.empty())
     {
-        fs::remove(RemovedIfEmpty, ec);
+        rmdir(RemovedIfEmpty.c_str());
     }
 }

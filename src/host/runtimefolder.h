@@ -3,6 +3,10 @@
 // A lock file (flock) says that the owner lives, so a folder that a dead process left behind is known
 // as such, whatever has become of its process number. The folder holds "temp". Made and destroyed on
 // the UI thread; the path may be used from any thread meanwhile.
+//
+// Only what the program has made is ever removed: files by their names (the list is in the .cpp; a new one
+// is added there), folders once they are empty, and this beside a lock file that begins with the program's
+// mark. A file that the user has put there stays, and so do the folders above it.
 
 #pragma once
 
@@ -23,13 +27,13 @@ public:
 
     /// Takes the folder that the user has named, making it when it is missing.
     ///
-    /// Only what was made here is removed at the end. When another process has the folder already, or
-    /// it or its "temp" is not this user's alone (mode 0700), the folder is one of this process's own
-    /// below it.
+    /// It stays at the end if it was there. The folder is one of this process's own below it when another
+    /// process has it already, when it is not this user's alone (mode 0700), and when it holds a "temp" or a
+    /// lock file that this program did not make.
     static std::unique_ptr<RuntimeFolder> TakeNamed(const std::filesystem::path& Named,
                                                     std::string& OutError);
 
-    /// Removes the folder and gives its name free.
+    /// Removes what was made and gives the name free.
     ~RuntimeFolder();
     RuntimeFolder(const RuntimeFolder&) = delete;
     RuntimeFolder& operator=(const RuntimeFolder&) = delete;
@@ -41,9 +45,8 @@ private:
     static std::unique_ptr<RuntimeFolder> MakeNumbered(const std::filesystem::path& Base,
                                                        std::string& OutError);
 
-    std::filesystem::path Folder;
+    std::filesystem::path Folder; ///< empty until it is made
     std::filesystem::path LockFile;
-    std::filesystem::path RemovedWhole;   ///< what is wholly ours
     std::filesystem::path RemovedIfEmpty; ///< made here, but others may have put files into it
     UniqueFd Lock;
 };

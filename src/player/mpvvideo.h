@@ -49,8 +49,8 @@ public:
     /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; as long again for the
     /// earlier file after a failure.
     ///
-    /// Only a regular file with moving pictures is opened: sound alone, a still picture or a list of
-    /// other files is refused. A path that is no readable file leaves the open one alone; a file that
+    /// Only a regular file with moving pictures in one of AllowedContainers is opened: sound alone, a still
+    /// picture or a list of other files is refused. Its first video is shown, as ffmpeg's 0:V:0 has it. A path that is no readable file leaves the open one alone; a file that
     /// proves not to be a video takes its place for a moment, and then it comes back at its playhead,
     /// playing if it played. If it can't come back (it was deleted, say), no file is open.
     bool Open(const std::string& Path, std::string& OutError) override;
@@ -93,6 +93,13 @@ public:
     double FramesPerSecond() const { return FrameRate; }
     /// The frames of the open file; null while none is open.
     FrameTimes* Frames() const { return pFrames.get(); }
+
+    /// By how much the open file's picture is to be turned clockwise before it is shown, 0 to 359.
+    int RotationDegrees() const { return Rotation; }
+    /// Has the player hand over pictures as they are, whatever RotationDegrees says: its renderer in memory
+    /// ends the program where it should turn one by 90 or 270 degrees (libmpv 0.35). For all files from the
+    /// next Open on.
+    void LeaveRotationToSurface();
 
     /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
     void PumpEvents();
@@ -191,6 +198,8 @@ private:
     std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
+    int Rotation = 0;         ///< degrees, clockwise
+    bool bTrackAsked = false; ///< the library was asked to show another track than its own choice
     std::unique_ptr<FrameTimes> pFrames;
     double StartSec = 0.0; ///< the library's time at the start of the file
 

@@ -1,5 +1,6 @@
 #include "process/processsetup.h"
 
+#include "host/environment.h"
 #include "host/log.h"
 #include "process/sentences.h"
 
@@ -8,11 +9,12 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
+#include <string>
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace
@@ -51,27 +53,21 @@ void LearnHowChildrenEnd()
     std::signal(SIGCHLD, SIG_DFL);
 }
 
+void SetMissingPath()
+{
+    if (EnvironmentValue("PATH").empty())
+    {
+        std::string path(confstr(_CS_PATH, nullptr, 0), '\0');
+        confstr(_CS_PATH, path.data(), path.size());
+        setenv("PATH", path.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    }
+}
+
 void PointStandardInputAtNull()
 {
     const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(null, STDIN_FILENO);
     close(null);
-}
-
-void AdoptOrphans()
-{
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-}
-
-AdoptionPause::AdoptionPause()
-{
-    prctl(PR_GET_CHILD_SUBREAPER, &Earlier);
-    prctl(PR_SET_CHILD_SUBREAPER, 0);
-}
-
-AdoptionPause::~AdoptionPause()
-{
-    prctl(PR_SET_CHILD_SUBREAPER, Earlier);
 }
 
 void KeepFewHeaps()

@@ -1,0 +1,64 @@
+#include "export/deepcut.h"
+
+#include <array>
+
+using namespace std::string_view_literals;
+
+namespace
+{
+// Nearer to the beginning a seek saves nothing.
+constexpr std::int64_t MinSeekMs = 1000;
+// Longer than the groups of pictures of usual broadcasts and cameras.
+constexpr std::int64_t FirstMarginMs = 30'000;
+} // namespace
+
+SeekTrust TrustInFormat(std::string_view FormatName)
+{
+    for (const std::string_view exact : {"mov,mp4,m4a,3gp,3g2,mj2", "matroska,webm", "flv", "asf"})
+    {
+        if (FormatName == exact)
+        {
+            return SeekTrust::Exact;
+        }
+    }
+    return FormatName == "mpegts" ? SeekTrust::ByKeyFrame : SeekTrust::None;
+}
+
+std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes)
+{
+    constexpr std::array<std::string_view, 3> Beginnings = {
+        "\x1A\x45\xDF\xA3"sv, "FLV\x01"sv,
+        "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv};
+    bool bExact = FirstBytes.size() >= 8 && FirstBytes.substr(4, 4) == "ftyp";
+    for (const std::string_view beginning : Beginnings)
+    {
+        bExact = bExact || FirstBytes.starts_with(beginning);
+    }
+    return bExact ? std::optional(SeekTrust::Exact) : std::nullopt;
+}
+
+Cut ChooseCut(SeekTrust Trust,
+              std::int64_t InMs,
+              const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame)
+{
+    if (Trust == SeekTrust::None || InMs < MinSeekMs)
+    {
+        return {};
+    }
+    // A whole second is a whole number of samples and of ticks in every rate that is a whole number, so
+    // that each time is rounded as in the plain command. Elsewhere one packet of sound in some hundred
+    // would come a millisecond earlier or later.
+    const std::int64_t restMs = InMs % 1000;
+    if (Trust == SeekTrust::Exact)
+    {
+        return {restMs};
+    }
+    for (std::int64_t marginMs = FirstMarginMs; InMs - marginMs >= MinSeekMs; marginMs *= 2)
+    {
+        if (HasKeyFrame(InMs - marginMs - restMs))
+        {
+            return {marginMs + restMs};
+        }
+    }
+    return {};
+}

@@ -1,0 +1,47 @@
+// Where ffmpeg may begin to read, so that a clip late in a film is as quick as one at its beginning.
+//
+// The plain command decodes all that lies before In. "-ss IN-M -i SOURCE -ss M" begins M before In and
+// gives the same streams, byte for byte, in the containers whose seeking can be relied on; which those
+// are, and with which margin M, tests prove. Everything else gets the plain command. Pure functions.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+/// How far a container's seeking is trusted.
+enum class SeekTrust
+{
+    None,       ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
+    ByKeyFrame, ///< where a key frame is read between the place and In: MPEG-TS
+    Exact,      ///< always: MP4 and MOV, Matroska and WebM, FLV, ASF
+};
+
+/// The trust in a container by its name in libavformat.
+SeekTrust TrustInFormat(std::string_view FormatName);
+
+/// The trust in a file by its first bytes; nullopt where they do not tell. Only what they tell for
+/// certain counts, for an encoder is started by it before the file is looked into.
+std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes);
+
+/// At least this many bytes are wanted of a file's beginning.
+inline constexpr std::size_t FirstBytesWanted = 16;
+
+/// How an export is cut: M as above, or the plain command.
+struct Cut
+{
+    std::optional<std::int64_t> MarginMs = {};
+
+    bool operator==(const Cut&) const = default;
+};
+
+/// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
+///
+/// HasKeyFrame  is asked for SeekTrust::ByKeyFrame alone: whether a key frame of the picture that is at
+///              or before In is the first that is read after a seek to the given time (milliseconds).
+///              Where it is not, the margin is doubled, until the beginning of the file is reached.
+Cut ChooseCut(SeekTrust Trust,
+              std::int64_t InMs,
+              const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame);

@@ -1,0 +1,23 @@
+// ffmpeg's arguments for an export: the panel's own, and what the front adds to them. Pure.
+
+#pragma once
+
+#include "export/deepcut.h"
+#include "export/panelcommand.h"
+
+#include <string>
+#include <vector>
+
+/// What the source's looks decide.
+struct EncoderPlan
+{
+    Cut Where;
+    bool bPad = false; ///< its width or height is odd, which the encoder does not take
+
+    bool operator==(const EncoderPlan&) const = default;
+};
+
+/// The arguments behind the program's name. The file is written through descriptor PartFd, and how far
+/// it is told on descriptor ProgressFd, four times a second; ffmpeg must inherit both.
+std::vector<std::string>
+EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartFd, int ProgressFd);

@@ -1,0 +1,230 @@
+#include "export/judgement.h"
+
+#include "export/exportsentences.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string_view>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+// Matroska's times are whole milliseconds.
+constexpr double RoundingSec = 0.002;
+
+struct CloseInput
+{
+    void operator()(AVFormatContext* pFile) const { avformat_close_input(&pFile); }
+};
+using InputFile = std::unique_ptr<AVFormatContext, CloseInput>;
+
+// An element of Matroska: where its content begins, and its size; nullopt for one of unknown size or
+// beyond the end (RFC 8794, 4 and 6).
+struct Element
+{
+    std::uint64_t ContentAt;
+    std::uint64_t Size;
+};
+std::optional<Element> ReadElement(int Fd, std::uint64_t At)
+{
+    constexpr std::size_t IdBytes = 4;
+    std::array<std::uint8_t, IdBytes + 8> bytes{};
+    const ssize_t count = pread(Fd, bytes.data(), bytes.size(), static_cast<off_t>(At));
+    const int length = std::countl_zero(bytes[IdBytes]) + 1;
+    if (length > 8 || count < static_cast<ssize_t>(IdBytes) + length)
+    {
+        return std::nullopt;
+    }
+    std::uint64_t size = bytes[IdBytes] & (0xFFU >> static_cast<unsigned>(length));
+    for (int i = 1; i < length; ++i)
+    {
+        size = size << 8U | bytes[IdBytes + static_cast<std::size_t>(i)];
+    }
+    const std::uint64_t unknown = (std::uint64_t{1} << (7U * static_cast<unsigned>(length))) - 1;
+    return size == unknown
+               ? std::nullopt
+               : std::optional(Element{At + IdBytes + static_cast<unsigned>(length), size});
+}
+
+// The header, then the segment with everything else in it. On a disk that gets full with the last
+// bytes ffmpeg may end well, and the segment then says more than there is.
+bool HasAllItsBytes(int Fd)
+{
+    struct stat status = {};
+    const std::optional<Element> header = ReadElement(Fd, 0);
+    const std::optional<Element> segment =
+        header.has_value() ? ReadElement(Fd, header->ContentAt + header->Size) : std::nullopt;
+    return segment.has_value() && fstat(Fd, &status) == 0 &&
+           segment->Size <= static_cast<std::uint64_t>(status.st_size) - segment->ContentAt;
+}
+
+// "00:00:02.018000000", which the muxer writes for each stream at the end.
+std::optional<double> ReadDurationTag(const AVStream& Stream)
+{
+    const AVDictionaryEntry* const pTag = av_dict_get(Stream.metadata, "DURATION", nullptr, 0);
+    double seconds = 0.0;
+    std::string_view rest = pTag == nullptr ? std::string_view() : pTag->value;
+    for (int part = 0; part < 3; ++part)
+    {
+        double number = 0.0;
+        const auto [pRest, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        if (error != std::errc())
+        {
+            return std::nullopt;
+        }
+        seconds = seconds * 60.0 + number;
+        rest.remove_prefix(
+            std::min(static_cast<std::size_t>(pRest - rest.data()) + 1, rest.size()));
+    }
+    return seconds;
+}
+
+std::string OneDecimal(double Sec)
+{
+    std::array<char, 32> text{};
+    const auto [pEnd, error] =
+        std::to_chars(text.data(), text.data() + text.size(), Sec, std::chars_format::fixed, 1);
+    return error == std::errc() ? std::string(text.data(), pEnd) : "?";
+}
+
+double ToSec(std::int64_t Ms)
+{
+    return static_cast<double>(Ms) / 1000.0;
+}
+
+// What a file says of its length may be this much too long, without anything missing in it.
+constexpr double DeclaredSlackSec = 0.5;
+
+// Until where the source says that it has something of the clip.
+double WantedEndSec(const PanelCommand& Command, const SourceFacts& Source)
+{
+    const double outSec = ToSec(Command.InMs + Command.LengthMs);
+    return Source.DeclaredSec.has_value() ? std::min(outSec, *Source.DeclaredSec - DeclaredSlackSec)
+                                          : outSec;
+}
+
+std::string EndsEarly(const std::string& Name, double EndSec, double DeclaredSec)
+{
+    return Name + " ends at " + OneDecimal(EndSec) + " s, though it says that it lasts " +
+           OneDecimal(DeclaredSec) + " s: set Out earlier and export again.";
+}
+} // namespace
+
+double ClipFacts::EndSec() const
+{
+    const double soundSec =
+        SoundSec.empty() ? 0.0 : *std::max_element(SoundSec.begin(), SoundSec.end());
+    return std::max(VideoSec.value_or(0.0), soundSec);
+}
+
+std::optional<ClipFacts> ReadClip(int Fd)
+{
+    AVFormatContext* opened = nullptr;
+    const std::string url = "file:/proc/self/fd/" + std::to_string(Fd);
+    if (avformat_open_input(&opened, url.c_str(), av_find_input_format("matroska"), nullptr) < 0)
+    {
+        return std::nullopt;
+    }
+    const InputFile file(opened);
+    const double wholeSec =
+        file->duration > 0 ? static_cast<double>(file->duration) / AV_TIME_BASE : 0.0;
+    ClipFacts clip;
+    clip.bWhole = HasAllItsBytes(Fd);
+    for (unsigned i = 0; i < file->nb_streams; ++i)
+    {
+        const AVStream& stream = *file->streams[i];
+        const double endSec = ReadDurationTag(stream).value_or(wholeSec);
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+        {
+            clip.SoundSec.push_back(endSec);
+        }
+        else if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && endSec > 0.0)
+        {
+            clip.VideoSec = endSec;
+        }
+    }
+    return clip;
+}
+
+std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source)
+{
+    const SourceFacts& facts = Source.Facts();
+    const std::string name = FileNameOf(Command.SourcePath);
+    const double inSec = ToSec(Command.InMs);
+    if (!facts.VideoStream.has_value() ||
+        Source.HasAnything(*facts.VideoStream, inSec, ToSec(Command.InMs + Command.LengthMs)) !=
+            false)
+    {
+        return std::nullopt;
+    }
+    if (facts.DeclaredSec.has_value() && inSec < *facts.DeclaredSec - DeclaredSlackSec &&
+        Source.Reaches(inSec) == false)
+    {
+        return name + " ends before " + OneDecimal(inSec) + " s, though it says that it lasts " +
+               OneDecimal(*facts.DeclaredSec) + " s: set In earlier and export again.";
+    }
+    return name + " has no picture from In on: set In earlier and export again.";
+}
+
+std::optional<std::string>
+JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, SourceFile& Source)
+{
+    const SourceFacts& facts = Source.Facts();
+    const std::string name = FileNameOf(Command.SourcePath);
+    const double inSec = ToSec(Command.InMs);
+    const double outSec = ToSec(Command.InMs + Command.LengthMs);
+    if (!Clip.has_value())
+    {
+        return WhyNoPicture(Command, Source)
+            .value_or(FileNameOf(Command.OutputPath) +
+                      " was not written: make room on its disk and export again.");
+    }
+    if (!Clip->bWhole)
+    {
+        return DiskIsFull(Command.OutputPath);
+    }
+    if (facts.VideoStream.has_value() && !Clip->VideoSec.has_value())
+    {
+        return WhyNoPicture(Command, Source)
+            .value_or(name + " has no picture from In on that can be decoded: set In elsewhere and "
+                             "export again.");
+    }
+    const double slackSec = facts.FrameSec + RoundingSec;
+    const double endSec = inSec + Clip->EndSec();
+    const double wantedEndSec = WantedEndSec(Command, facts);
+    // Of a variable rate the last picture may stay for long, and the source then goes on behind it.
+    if (facts.DeclaredSec.has_value() && endSec < wantedEndSec - slackSec &&
+        Source.Reaches(wantedEndSec - slackSec) == false)
+    {
+        return EndsEarly(name, endSec, *facts.DeclaredSec);
+    }
+    const double pictureEndSec = inSec + Clip->VideoSec.value_or(0.0);
+    if (facts.VideoStream.has_value() && pictureEndSec < wantedEndSec - slackSec &&
+        Source.HasAnything(*facts.VideoStream, pictureEndSec + slackSec, outSec - slackSec) == true)
+    {
+        return name + " has pictures that can't be decoded from " + OneDecimal(pictureEndSec) +
+               " s on: set Out earlier and export again.";
+    }
+    for (std::size_t i = 0; i < facts.SoundStreams.size(); ++i)
+    {
+        const bool bSound = i < Clip->SoundSec.size() && Clip->SoundSec[i] > 0.0;
+        if (!bSound && Source.HasAnything(facts.SoundStreams[i], inSec, outSec) == true)
+        {
+            return "The sound of " + name + " did not come into the clip: export again.";
+        }
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,88 @@
+#include "export/leftovers.h"
+
+#include "host/uniquefd.h"
+
+#include <algorithm>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+// The names that exports give: "clip_00012_Name.mkv", cut anywhere behind the second underscore.
+bool IsExportName(std::string_view Name)
+{
+    constexpr std::string_view Begin = "clip_";
+    constexpr std::size_t Digits = 5;
+    if (!Name.starts_with(Begin) || Name.size() <= Begin.size() + Digits)
+    {
+        return false;
+    }
+    const std::string_view digits = Name.substr(Begin.size(), Digits);
+    return Name[Begin.size() + Digits] == '_' &&
+           std::all_of(digits.begin(), digits.end(), [](char C) { return C >= '0' && C <= '9'; });
+}
+
+bool IsOwnFile(const struct stat& Status)
+{
+    return S_ISREG(Status.st_mode) && Status.st_uid == geteuid();
+}
+
+// Folder is a descriptor, so that all names mean the same folder whatever is renamed meanwhile.
+void RemoveIfAbandoned(int Folder, const std::string& Name)
+{
+    const std::string part = Name + std::string(PartEnding);
+    // Writable: some network file systems lock for writers alone. A pipe must not be waited for.
+    const UniqueFd file(openat(Folder, part.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat opened = {};
+    struct stat named = {};
+    if (!file.IsOpen() || fstat(file.Get(), &opened) != 0 || !IsOwnFile(opened) ||
+        flock(file.Get(), LOCK_EX | LOCK_NB) != 0)
+    {
+        return;
+    }
+    // Somebody else may have removed it and begun a new one between the opening and the lock.
+    if (fstatat(Folder, part.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
+        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
+    {
+        return;
+    }
+    // The final name first: while the part is there nobody else takes the name.
+    if (fstatat(Folder, Name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && IsOwnFile(named) &&
+        named.st_size == 0)
+    {
+        unlinkat(Folder, Name.c_str(), 0);
+    }
+    unlinkat(Folder, part.c_str(), 0);
+}
+} // namespace
+
+void RemoveAbandonedExports(const std::filesystem::path& Folder)
+{
+    std::vector<std::string> names;
+    std::error_code ec;
+    for (std::filesystem::directory_iterator entry(Folder, ec), end; !ec && entry != end;
+         entry.increment(ec))
+    {
+        const std::string part = entry->path().filename().native();
+        const std::string name =
+            part.substr(0, part.size() - std::min(part.size(), PartEnding.size()));
+        if (part.ends_with(PartEnding) && IsExportName(name))
+        {
+            names.push_back(name);
+        }
+    }
+    const UniqueFd folder(names.empty() ? -1
+                                        : open(Folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    for (const std::string& name : names)
+    {
+        if (folder.IsOpen())
+        {
+            RemoveIfAbandoned(folder.Get(), name);
+        }
+    }
+}

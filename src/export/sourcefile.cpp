@@ -1,0 +1,216 @@
+#include "export/sourcefile.h"
+
+#include "export/exportsentences.h"
+#include "media/containers.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
+}
+
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <limits>
+
+namespace
+{
+// Pictures are stored up to this much away from the order of their times.
+constexpr double ReorderSec = 2.0;
+
+struct FreePacket
+{
+    void operator()(AVPacket* pPacket) const { av_packet_free(&pPacket); }
+};
+using Packet = std::unique_ptr<AVPacket, FreePacket>;
+
+std::string ErrorText(int Error)
+{
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+    av_strerror(Error, text.data(), text.size());
+    return text.data();
+}
+
+// The name of a format that is known and not allowed; empty otherwise. Its content is looked at, and
+// nothing else is opened.
+std::string RefusedFormat(const std::string& Url)
+{
+    AVIOContext* pBytes = nullptr;
+    const AVInputFormat* pFormat = nullptr;
+    std::string name;
+    if (avio_open2(&pBytes, Url.c_str(), AVIO_FLAG_READ, nullptr, nullptr) >= 0 &&
+        av_probe_input_buffer2(pBytes, &pFormat, Url.c_str(), nullptr, 0, 0) >= 0 &&
+        av_match_list(pFormat->name, AllowedContainers, ',') <= 0)
+    {
+        name = pFormat->long_name != nullptr ? pFormat->long_name : pFormat->name;
+    }
+    avio_closep(&pBytes);
+    return name;
+}
+
+std::string OpenFailure(const std::string& Path, int Error)
+{
+    const std::string name = FileNameOf(Path);
+    const std::string format = RefusedFormat("file:" + Path);
+    if (!format.empty())
+    {
+        return name + " is not exported, for its format (" + format +
+               ") is not one of the video files that are: convert it and export again.";
+    }
+    return name + " can't be read as a video: " + ErrorText(Error) + '.';
+}
+
+std::optional<double> InSec(std::int64_t Time, AVRational Base)
+{
+    return Time == AV_NOPTS_VALUE ? std::nullopt
+                                  : std::optional(static_cast<double>(Time) * av_q2d(Base));
+}
+} // namespace
+
+std::unique_ptr<SourceFile> SourceFile::Open(const std::string& Path, std::string& OutSentence)
+{
+    av_log_set_level(AV_LOG_QUIET); // ffmpeg says the same, and it is asked
+    std::unique_ptr<SourceFile> source(new SourceFile);
+    AVDictionary* pOptions = nullptr;
+    av_dict_set(&pOptions, "format_whitelist", AllowedContainers, 0);
+    av_dict_set(&pOptions, "protocol_whitelist", AllowedProtocols, 0);
+    int error = avformat_open_input(&source->pFile, ("file:" + Path).c_str(), nullptr, &pOptions);
+    av_dict_free(&pOptions);
+    if (error >= 0)
+    {
+        error = avformat_find_stream_info(source->pFile, nullptr);
+    }
+    if (error < 0)
+    {
+        OutSentence = OpenFailure(Path, error);
+        return nullptr;
+    }
+    source->Learn();
+    return source;
+}
+
+SourceFile::~SourceFile()
+{
+    avformat_close_input(&pFile);
+}
+
+void SourceFile::Learn()
+{
+    Known.Format = pFile->iformat->name;
+    StartSec = InSec(pFile->start_time, AV_TIME_BASE_Q).value_or(0.0);
+    // A guess from the rate of bits says nothing.
+    if (pFile->duration > 0 && pFile->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE)
+    {
+        Known.DeclaredSec = InSec(pFile->duration, AV_TIME_BASE_Q);
+    }
+    for (unsigned i = 0; i < pFile->nb_streams; ++i)
+    {
+        const AVStream& stream = *pFile->streams[i];
+        const AVMediaType type = stream.codecpar->codec_type;
+        if (type == AVMEDIA_TYPE_AUDIO)
+        {
+            Known.SoundStreams.push_back(static_cast<int>(i));
+        }
+        else if (type == AVMEDIA_TYPE_VIDEO && !Known.VideoStream.has_value() &&
+                 (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0)
+        {
+            Known.VideoStream = static_cast<int>(i);
+            Known.WidthPx = stream.codecpar->width;
+            Known.HeightPx = stream.codecpar->height;
+            const double rate = av_q2d(stream.avg_frame_rate);
+            Known.FrameSec = rate > 1.0 && std::isfinite(rate) ? 1.0 / rate : Known.FrameSec;
+        }
+    }
+}
+
+// As ffmpeg seeks for "-ss" before its input.
+bool SourceFile::Seek(double Sec)
+{
+    const auto time = static_cast<std::int64_t>(std::llround((Sec + StartSec) * AV_TIME_BASE));
+    return avformat_seek_file(pFile, -1, std::numeric_limits<std::int64_t>::min(), time, time, 0) >=
+           0;
+}
+
+std::optional<SourceFile::Piece> SourceFile::Read()
+{
+    const Packet packet(av_packet_alloc());
+    if (packet == nullptr || av_read_frame(pFile, packet.get()) < 0)
+    {
+        return std::nullopt;
+    }
+    const AVRational base = pFile->streams[packet->stream_index]->time_base;
+    Piece piece{packet->stream_index, (packet->flags & AV_PKT_FLAG_KEY) != 0,
+                InSec(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, base), 0.0};
+    if (piece.FromSec.has_value())
+    {
+        *piece.FromSec -= StartSec;
+        piece.ToSec = *piece.FromSec + static_cast<double>(packet->duration) * av_q2d(base);
+    }
+    // What an edit list hides is decoded and never shown: no place is looked for there.
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0)
+    {
+        piece.FromSec = piece.ToSec = -std::numeric_limits<double>::infinity();
+    }
+    return piece;
+}
+
+std::optional<double> SourceFile::FirstKeyFrameSec(double SeekSec)
+{
+    if (!Known.VideoStream.has_value() || !Seek(SeekSec))
+    {
+        return std::nullopt;
+    }
+    for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
+    {
+        if (piece->Stream == *Known.VideoStream && piece->bKey)
+        {
+            return piece->FromSec;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<bool> SourceFile::HasAnything(int Stream, double FromSec, double ToSec)
+{
+    if (!Seek(FromSec))
+    {
+        return std::nullopt;
+    }
+    bool bTimes = true;
+    for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
+    {
+        bTimes = piece->FromSec.has_value();
+        if (!bTimes)
+        {
+            continue;
+        }
+        if (piece->Stream == Stream && *piece->FromSec >= FromSec && *piece->FromSec < ToSec)
+        {
+            return true;
+        }
+        if (*piece->FromSec >= ToSec + ReorderSec)
+        {
+            break;
+        }
+    }
+    return bTimes ? std::optional(false) : std::nullopt;
+}
+
+std::optional<bool> SourceFile::Reaches(double AtSec)
+{
+    if (!Seek(AtSec))
+    {
+        return std::nullopt;
+    }
+    bool bTimes = true;
+    for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
+    {
+        bTimes = piece->FromSec.has_value();
+        if (bTimes && piece->ToSec >= AtSec)
+        {
+            return true;
+        }
+    }
+    return bTimes ? std::optional(false) : std::nullopt;
+}

@@ -1,0 +1,66 @@
+// The source of an export, asked of its container (libavformat).
+//
+// Only what src/media/containers.h allows is opened. Times are seconds from the start of the source,
+// as ffmpeg counts them. One thread.
+
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct AVFormatContext;
+
+struct SourceFacts
+{
+    std::string Format;             ///< libavformat's name
+    std::optional<int> VideoStream; ///< the first that is no attached picture
+    int WidthPx = 0;                ///< of that one
+    int HeightPx = 0;
+    double FrameSec = 0.04; ///< how long one of its frames is shown, as a rule
+    std::vector<int> SoundStreams;
+    std::optional<double> DeclaredSec; ///< how long the source says that it lasts
+};
+
+class SourceFile
+{
+public:
+    /// Opens the file. Null sets OutSentence, which names the format where it is one that is not
+    /// allowed.
+    static std::unique_ptr<SourceFile> Open(const std::string& Path, std::string& OutSentence);
+    ~SourceFile();
+    SourceFile(const SourceFile&) = delete;
+    SourceFile& operator=(const SourceFile&) = delete;
+
+    const SourceFacts& Facts() const { return Known; }
+
+    /// The time of the first key frame of the picture that is read after a seek to SeekSec; nullopt
+    /// where there is none, or none with a time. Reads until then.
+    std::optional<double> FirstKeyFrameSec(double SeekSec);
+
+    /// Whether a stream has something that begins from FromSec on and before ToSec; nullopt where the
+    /// container's seeking or times do not tell. Reads from a key frame before FromSec.
+    std::optional<bool> HasAnything(int Stream, double FromSec, double ToSec);
+
+    /// Whether picture or sound goes on until AtSec, the same way.
+    std::optional<bool> Reaches(double AtSec);
+
+private:
+    struct Piece
+    {
+        int Stream;
+        bool bKey;
+        std::optional<double> FromSec;
+        double ToSec;
+    };
+
+    SourceFile() = default;
+    void Learn();
+    bool Seek(double Sec);
+    std::optional<Piece> Read();
+
+    AVFormatContext* pFile = nullptr;
+    double StartSec = 0.0;
+    SourceFacts Known;
+};
