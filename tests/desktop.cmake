@@ -86,6 +86,10 @@ target_compile_definitions(desktop_program_test PRIVATE
     MOVANE_TEST_TRESPASSER="$<TARGET_FILE:trespasser>")
 add_dependencies(desktop_program_test movane typist trespasser)
 
-# Each container is a test of its own: two hundred exports.
-movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
-movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp)
+# Each container is a test of its own, with some forty exports.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(AVCODEC REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+movane_test(frameexport_test TIMEOUT 300
+    SOURCES frameexport_test.cpp
+    LIBRARIES movane_desktop PkgConfig::AVCODEC)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp LIBRARIES PkgConfig::AVCODEC)
