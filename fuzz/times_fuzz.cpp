@@ -5,7 +5,7 @@
 #include "check.h"
 #include "inputbytes.h"
 
-#include "cli/cliptext.h"
+#include "app/typedtime.h"
 #include "panel/mvclipcontrolpanel.h"
 
 #include <algorithm>

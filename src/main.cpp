@@ -3,6 +3,7 @@
 #include "cli/commandline.h"
 #include "cli/exportcommand.h"
 #include "desktop/application.h"
+#include "process/exitcode.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
 

@@ -1,7 +1,6 @@
 #include "cli/cliptext.h"
 
-#include "cli/exporttarget.h"
-#include "host/apppaths.h"
+#include "app/typedtime.h"
 
 #include <gmock/gmock.h>
 
@@ -345,24 +344,5 @@ TEST(ClipTable, RefusesTextBehindAClosingQuote)
 {
     EXPECT_THAT(TableError("1,2,\"a\"b\n"),
                 HasSubstr("line 1: text stands behind a closing quote"));
-}
-
-// -- The file of an export, in the panel's words
-
-TEST(ExportTarget, IsTheFileBehindTheLastTo)
-{
-    EXPECT_EQ(ExportTarget("Exporting from a to b to clip_00000_from_a_to_b.mkv..."),
-              std::filesystem::path(AppPaths::RecordingsDir()) / "clips" /
-                  "clip_00000_from_a_to_b.mkv");
-}
-
-TEST(ExportTarget, IsNoneInAnyOtherText)
-{
-    for (const char* text :
-         {"", "Exported clip_00000_a.mkv", "Exporting a to b.mkv", "Exporting ...",
-          "Exporting to a.mkv...", "Now Exporting a to b.mkv..."})
-    {
-        EXPECT_EQ(ExportTarget(text), "") << text;
-    }
 }
 } // namespace

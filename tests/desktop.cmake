@@ -85,3 +85,7 @@ target_compile_definitions(desktop_program_test PRIVATE
     MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins"
     MOVANE_TEST_TRESPASSER="$<TARGET_FILE:trespasser>")
 add_dependencies(desktop_program_test movane typist trespasser)
+
+# Each container is a test of its own: two hundred exports.
+movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp)

@@ -7,7 +7,7 @@
 #include "desktopstage.h"
 #include "fakes/fakeffmpeg.h"
 #include "fakes/samplevideo.h"
-#include "media/encoderprocess.h"
+#include "process/workerchildren.h"
 
 #include <QMessageBox>
 #include <QProgressBar>
@@ -15,12 +15,10 @@
 #include <QSignalSpy>
 
 #include <algorithm>
-#include <cerrno>
+#include <csignal>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -86,7 +84,7 @@ struct SlowStage : ExportStage
         QTRY_VERIFY(HasOutput());
     }
     void LetItEnd() { QCOMPARE(write(Pipe, "\n", 1), ssize_t{1}); }
-    bool IsRunning() { return pStage->Export.IsRunning(); }
+    bool IsRunning() { return pStage->Running.Exports().IsRunning(); }
 
     /// Asks the window to close, and returns the question that it asks in turn.
     QMessageBox* Close()
@@ -110,28 +108,26 @@ private:
     int Pipe = -1;
 };
 
-/// A Matroska file that holds sound alone.
-struct SoundFile
+bool IsAnythingRunning()
 {
-    SoundFile() { MakeMedia("-f lavfi -i sine=duration=1 -c:a aac", Path); }
+    WorkerChildren children;
+    children.Collect();
+    return children.IsRunning();
+}
 
-    TempFolder Folder;
-    const std::string Path = (Folder.Path() / "sound.mkv").native();
-};
-
-/// In the file manager's place: it writes down its process number, what it gets, and FFREPORT.
+/// In the file manager's place: it writes down what it gets, and the encoder's variables.
 class FakeFileManager
 {
 public:
     FakeFileManager()
     {
-        WriteFile(Program,
-                  "#!/bin/sh\nprintf '%s\\n%s\\n%s.' \"$$\" \"$1\" \"${FFREPORT-none}\" > '" +
-                      Told.native() + "'\n");
+        WriteFile(Program, "#!/bin/sh\nprintf '%s\\n%s.' \"$1\" "
+                           "\"${MOVANE_EXPORT_SOCKET-none}${MOVANE_FFMPEG_BIN-none}\" > '" +
+                               Told.native() + "'\n");
         std::filesystem::permissions(Program, std::filesystem::perms::owner_all);
     }
 
-    /// The three lines, when they are whole.
+    /// The two lines, when they are whole.
     QList<QByteArray> Lines() const
     {
         const std::string text = ReadFile(Told);
@@ -189,7 +185,7 @@ private Q_SLOTS:
                 break;
             }
             QTRY_COMPARE(stage->Status(), "Exported " + file);
-            QVERIFY(!stage->Export.IsRunning());
+            QVERIFY(!stage->Running.Exports().IsRunning());
         }
         QCOMPARE(stage.Ffmpeg.Runs(), std::size_t{3});
     }
@@ -199,7 +195,7 @@ private Q_SLOTS:
         SlowStage stage;
         QVERIFY(!stage.Bar().isVisible());
         stage.Begin();
-        QVERIFY(stage.Bar().isVisible());
+        QTRY_VERIFY(stage.Bar().isVisible());
         stage.LetItEnd();
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
         QVERIFY(!stage.Bar().isVisible());
@@ -215,44 +211,30 @@ private Q_SLOTS:
         QCOMPARE(bar.toolTip(), "0:01");
     }
 
-    void ALongTimeAndASlowSpeedAreWrittenAsInATerminal()
+    void PercentAndTimesStandInTheBar()
     {
         QAction stop;
         ExportBar bar(&stop);
-        bar.ShowProgress({ExportPhase::Encoding, 0.42, 5400.0, 0.034});
-        QCOMPARE(bar.findChild<QProgressBar*>()->toolTip(), "1:30:00  0.03×");
-        bar.ShowProgress({ExportPhase::Encoding, 0.42, 3.0, 3.14});
-        QCOMPARE(bar.findChild<QProgressBar*>()->toolTip(), "0:03  3.1×");
+        const QProgressBar& shown = *bar.findChild<QProgressBar*>();
+        bar.ShowProgress({.Phase = ExportPhase::Encode, .Fraction = 0.42, .ElapsedSec = 5400.0});
+        QCOMPARE(shown.value(), 42);
+        QCOMPARE(shown.toolTip(), "1:30:00");
+        bar.ShowProgress({.Phase = ExportPhase::Encode, .ElapsedSec = 3.0, .SecondsLeft = 64.2});
+        QCOMPARE(shown.toolTip(), "0:03, 1:04 left");
     }
 
-    void TheRealEncodersProgressIsShown()
-    {
-        DesktopStage stage;
-        QVERIFY(stage.OpenFile(Environment().One()));
-        stage.Save(1.0, 3.0, "Real");
-        QList<double> fractions;
-        QObject::connect(&stage.Export, &ExportWatch::Progressed, &stage.Main(),
-                         [&](const ExportProgressRecord& progress)
-                         { fractions.append(progress.Fraction); });
-        stage.Press(Qt::Key_E);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.Status(), "Exported clip_00000_Real.mkv", stage.DeadlineMs);
-        QVERIFY(!fractions.isEmpty());
-        QVERIFY(std::is_sorted(fractions.begin(), fractions.end()));
-        QVERIFY(fractions.last() < 1.0);
-        QVERIFY(std::filesystem::file_size(Environment().ClipsFolder() / "clip_00000_Real.mkv") >
-                1000);
-    }
-
-    void ASecondExportIsRefusedWhileOneRuns()
+    void ASecondExportWaitsForTheFirst()
     {
         SlowStage stage;
         stage.Begin();
         stage->Press(Qt::Key_E);
-        QCOMPARE(stage->Status(), "Clip export already in progress.");
-        QVERIFY(stage.IsRunning());
+        QCOMPARE(stage->Running.Exports().WaitingCount(), std::size_t{1});
         stage.LetItEnd();
-        QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        QTRY_COMPARE(stage->Running.Exports().WaitingCount(), std::size_t{0});
+        stage.LetItEnd();
+        QTRY_COMPARE(stage->Status(), "Exported clip_00001_Intro.mkv");
         QVERIFY(stage.HasOutput());
+        QCOMPARE(TextsOfCards(*stage.pStage), QStringList({"Exported 2 of 2 clips."}));
     }
 
     void TheSelectionMayChangeWhileAnExportRuns()
@@ -280,7 +262,7 @@ private Q_SLOTS:
         QVERIFY(!stage.Bar().isVisible());
     }
 
-    void TheMessageOfTheRealEncoderIsTheSameWithProgress()
+    void TheMessageOfTheRealEncoderIsShown()
     {
         DesktopStage stage;
         QVERIFY(stage.OpenFile(Environment().One()));
@@ -289,7 +271,7 @@ private Q_SLOTS:
         stage.Save(1.0, 2.0, "Broken");
         stage.Panel().Clips[0].SourcePath = noVideo.native();
         stage.Press(Qt::Key_E);
-        QTRY_VERIFY_WITH_TIMEOUT(!stage.Export.IsRunning(), stage.DeadlineMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!stage.Running.Exports().IsRunning(), stage.DeadlineMs);
         QVERIFY2(stage.Status().startsWith("Clip export failed: ") &&
                      stage.Status().contains("moov atom not found"),
                  qPrintable(stage.Status()));
@@ -308,7 +290,7 @@ private Q_SLOTS:
         QCOMPARE(stage.Status(), "Saved Clip 1 from one.mp4");
         stage.Press(Qt::Key_E);
         QCOMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
-        QVERIFY(!stage.Export.IsRunning());
+        QVERIFY(!stage.Running.Exports().IsRunning());
     }
 
     void WithoutAnEncoderTheInstallCommandIsTold()
@@ -361,84 +343,13 @@ private Q_SLOTS:
         QCOMPARE(EncoderProblem({}, {""}), std::string());
     }
 
-    // -- Files without a picture
-
-    // Neither the encoder nor the panel says that.
-    void AFileWithoutAPictureIsTold()
-    {
-        const TempFolder folder;
-        const std::string source = (folder.Path() / "early.mp4").native();
-        MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=2 -f lavfi -i sine=duration=6 "
-                  "-pix_fmt yuv420p -c:a aac",
-                  source);
-        DesktopStage stage;
-        QVERIFY(stage.OpenFile(source));
-        stage.Save(1.0, 2.5, "Early");
-        stage.Save(3.0, 5.0, "Late");
-        stage.Press(Qt::Key_E);
-        const QString told = "clip_00000_Late.mkv holds no picture, for In lies past the last "
-                             "picture of the source: set In earlier and export again.";
-        QTRY_COMPARE_WITH_TIMEOUT(stage.Status(), told, stage.DeadlineMs);
-        QCOMPARE(TextsOfCards(stage), QStringList({"Exported clip_00000_Late.mkv", told}));
-
-        stage.Press(Qt::Key_Up, Qt::AltModifier);
-        stage.Press(Qt::Key_E);
-        QTRY_VERIFY_WITH_TIMEOUT(stage.Status() == "Exported clip_00000_Early.mkv",
-                                 stage.DeadlineMs);
-        QCOMPARE(TextsOfCards(stage).filter("holds no picture").size(), 1);
-    }
-
-    void AClipWhoseFileHoldsNoPictureCountsAsNotExported()
-    {
-        const SoundFile sound;
-        ExportStage stage({.OutputCommand = "cp '" + sound.Path + "' \"$out\""});
-        stage->Press(Qt::Key_E);
-        QTRY_VERIFY(stage->Status().contains("holds no picture"));
-        QVERIFY(stage.HasOutput());
-        stage->Main().close();
-        QMessageBox* const question = stage->Open<QMessageBox>();
-        QVERIFY(question != nullptr);
-        QCOMPARE(question->text(), "1 clip was not exported and will be lost: close anyway?");
-    }
-
-    void AWindowThatWaitsForAFileStaysWhenItHoldsNoPicture()
-    {
-        const SoundFile sound;
-        SlowStage stage("cp '" + sound.Path + "' \"$out\"");
-        stage.Begin();
-        stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
-        stage.LetItEnd();
-        QTRY_VERIFY(!stage.IsRunning());
-        QVERIFY(stage->Status().contains("holds no picture"));
-        QVERIFY(stage->Main().isVisible());
-    }
-
-    // -- Exports that go wrong though ffmpeg ends well
-
-    void AFileThatAFullDiskCutsShortIsTold()
-    {
-        const TempFolder folder;
-        const std::string whole = folder.Path() / "whole.mkv";
-        MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=1", whole);
-        ExportStage stage({.OutputCommand = "head -c 5000 '" + whole + "' > \"$out\""});
-        stage->Press(Qt::Key_E);
-        const QString told =
-            "clip_00000_Intro.mkv is cut short: make room on its disk and export again.";
-        QTRY_COMPARE(stage->Status(), told);
-        QVERIFY(TextsOfCards(*stage.pStage).contains(told));
-
-        // It counts as a clip that was not exported.
-        stage->Main().close();
-        QVERIFY(stage->Open<QMessageBox>() != nullptr);
-    }
-
     void AnExportWhoseJobThrowsIsToldAndTheNextOneWorks()
     {
         // A link to itself is an error for whoever looks for the exported file.
         ExportStage stage({.OutputCommand = "ln -s \"$out\" \"$out\""});
         stage->Press(Qt::Key_E);
         QTRY_VERIFY(stage->Status().startsWith("Clip export failed: "));
-        QVERIFY(!stage->Export.IsRunning());
+        QVERIFY(!stage->Running.Exports().IsRunning());
         QVERIFY(!stage.Bar().isVisible());
 
         std::filesystem::remove(stage.Output());
@@ -449,47 +360,30 @@ private Q_SLOTS:
 
     // -- The file manager
 
-    void OpenFolderStartsTheFileManagerWithoutTheEncodersReport_data()
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersVariables_data()
     {
         QTest::addColumn<QByteArray>("Name");
         QTest::newRow("plain") << QByteArray("recordings");
         QTest::newRow("signs") << QByteArray("a b#c?d%20é\n");
         QTest::newRow("no UTF-8") << QByteArray("lat\xE9");
     }
-    void OpenFolderStartsTheFileManagerWithoutTheEncodersReport()
+    void OpenFolderStartsTheFileManagerWithoutTheEncodersVariables()
     {
         QFETCH(QByteArray, Name);
         const std::filesystem::path recordings = Environment().StateFolder() / Name.toStdString();
         const EnvironmentGuard folder("MOVANE_RECORDINGS_DIR", recordings.native());
         const FakeFileManager manager;
-        QVERIFY(qEnvironmentVariableIsSet("FFREPORT"));
-
         ExportStage stage;
+        const EnvironmentGuard socket("MOVANE_EXPORT_SOCKET", "/nonexistent/export.socket");
         stage->Press(Qt::Key_E);
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
         stage->Click(*stage->Main().findChild<NotificationCard*>()->findChild<QPushButton*>());
-        QTRY_COMPARE(manager.Lines().size(), 3);
-        const QByteArray url = manager.Lines()[1];
+        QTRY_COMPARE(manager.Lines().size(), 2);
+        const QByteArray url = manager.Lines()[0];
         QVERIFY2(url.startsWith("file:///"), url.constData());
         QCOMPARE(QByteArray::fromPercentEncoding(url.mid(7)).toStdString(),
                  (recordings / "clips").native());
-        QCOMPARE(manager.Lines()[2], "none.");
-    }
-
-    // Nobody would wait for its end, and a player started from it could be taken for the encoder.
-    void TheFileManagerIsNoChildOfTheApplication()
-    {
-        AdoptOrphans(); // as the application does
-        const FakeFileManager manager;
-        OpenFolder("/");
-        QTRY_COMPARE(manager.Lines().size(), 3);
-        errno = 0;
-        QCOMPARE(waitpid(manager.Lines()[0].toInt(), nullptr, WNOHANG), -1);
-        QCOMPARE(errno, ECHILD);
-        int adopts = 0;
-        QCOMPARE(prctl(PR_GET_CHILD_SUBREAPER, &adopts), 0);
-        QCOMPARE(adopts, 1);
-        prctl(PR_SET_CHILD_SUBREAPER, 0);
+        QCOMPARE(manager.Lines()[1], "nonenone.");
     }
 
     // -- Stopping
@@ -517,7 +411,7 @@ private Q_SLOTS:
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(!stage.HasOutput());
         QTRY_VERIFY(!stage.Bar().isVisible());
-        QVERIFY(!EncoderProcess::Find(stage.Output().native()));
+        QVERIFY(!IsAnythingRunning());
     }
 
     void AStopInTheFirstMomentCountsToo()
@@ -548,7 +442,7 @@ private Q_SLOTS:
         stage.Begin();
         stage.pStage.reset();
         QVERIFY(!stage.HasOutput());
-        QVERIFY(!EncoderProcess::Find(stage.Output().native()));
+        QVERIFY(!IsAnythingRunning());
     }
 
     // -- Closing
@@ -642,9 +536,9 @@ private Q_SLOTS:
         stage->Click(*stage.ButtonOf(stage.Close(), "Wait, then close"));
         const QLabel* const note = stage->Main().findChild<QLabel*>("closesAfterExport");
         QVERIFY(note != nullptr && note->isVisible());
-        std::optional<EncoderProcess> encoder;
-        QTRY_VERIFY((encoder = EncoderProcess::Find(stage.Output().native())).has_value());
-        encoder->AskToEnd(); // from outside: it fails
+        WorkerChildren encoder;
+        encoder.Collect();
+        encoder.Signal(SIGTERM); // from outside: it fails
         QTRY_VERIFY(!stage.IsRunning());
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(stage->Main().isVisible());

@@ -9,7 +9,6 @@
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
-#include "desktop/exportwatch.h"
 #include "desktop/mainwindow.h"
 #include "desktop/session.h"
 #include "desktop/settings.h"
@@ -24,7 +23,6 @@
 #include "host/apppaths.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
-#include "media/exportprogress.h"
 #include "player/mpvvideo.h"
 #include "process/processsetup.h"
 
@@ -58,7 +56,6 @@ public:
                       "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
         MakeNumberedVideo(One(), 4);
         MakeNumberedVideo(Two(), 2);
-        ReportPath = EnableExportReport();
     }
     ~DesktopEnvironment() { AppPaths::RemoveRuntimeDir(); }
     DesktopEnvironment(const DesktopEnvironment&) = delete;
@@ -80,8 +77,6 @@ public:
     std::filesystem::path RecordingsFolder() const { return Folder.Path() / "recordings"; }
     std::filesystem::path ClipsFolder() const { return RecordingsFolder() / "clips"; }
 
-    std::string ReportPath; ///< for ExportWatch
-
 private:
     EnvironmentGuard Variable(const char* Name, const char* SubFolder) const
     {
@@ -95,7 +90,6 @@ private:
     EnvironmentGuard Recordings = Variable("MOVANE_RECORDINGS_DIR", "recordings");
     EnvironmentGuard Runtime = Variable("MOVANE_RUNTIME_DIR", "runtime");
     EnvironmentGuard Encoder{"MOVANE_FFMPEG_BIN"};
-    EnvironmentGuard Report{"FFREPORT"};
     EnvironmentGuard Bus{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"};
     EnvironmentGuard Platform{"QT_QPA_PLATFORM",
                               "offscreen:configfile=" + (Folder.Path() / "screen.json").native()};
@@ -296,6 +290,5 @@ public:
     // In the order in which the program makes them.
     Session Running{[this](std::string& OutError) { return MakePlayer(OutError); }};
     Commands Acts{Running};
-    ExportWatch Export{Running, Environment().ReportPath};
-    Desktop Program{Running, Acts, Export, SurfaceKind::Automatic};
+    Desktop Program{Running, Acts, SurfaceKind::Automatic};
 };

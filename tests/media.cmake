@@ -6,7 +6,6 @@ movane_test(media_test
     SOURCES
         encoderprocess_test.cpp
         fakes/failingread.cpp
-        framenumber_test.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_player PkgConfig::MPV)

@@ -1,4 +1,4 @@
-// How people write clips: times, the --clip argument, and tables of clips in CSV.
+// How people write clips: the --clip argument, and tables of clips in CSV.
 //
 // Pure functions on text, the same under every locale. Times are seconds from the start of the
 // source. Whether a clip fits its source is not judged here, only whether it is well written.
@@ -18,16 +18,6 @@ struct ClipRequest
     std::optional<double> InSec;  ///< none stands for the beginning of the source
     std::optional<double> OutSec; ///< none stands for the end of the source
 };
-
-/// Reads a time: "S", "M:S" or "H:M:S", the seconds with or without decimals.
-///
-/// The first number may be as large as nine digits allow, the others must be below 60. There is no
-/// sign, no exponent and no comma; blanks around the time do not count. Anything else is no time.
-///
-///     ParseTime("75.5") == 75.5
-///     ParseTime("01:02:03.25") == 3723.25
-///     ParseTime("1:75") == std::nullopt
-std::optional<double> ParseTime(std::string_view Text);
 
 /// Reads "[NAME=]IN-OUT", where a blank IN or OUT stands for the beginning or the end of the source.
 /// The last '=' ends the name, so a name may hold any character. False sets OutError to one sentence.

@@ -20,7 +20,8 @@ The clips of --clip are exported first, then those of --clips. Each becomes a Ma
 folder "clips" of the recordings folder (by default the folder Movane in your videos folder).
 
 A source whose name begins with '-' stands behind "--". With --json, a line on standard output is
-an object whose "type" is "status", "notification" or "result".
+an object whose "type" is "status", "notification", "progress", "result" or "plan"
+(--dry-run).
 
 Exit code: 0 all clips are exported, 1 some failed, 2 the call was wrong and nothing was touched,
 129, 130 or 143 stopped by SIGHUP, SIGINT or SIGTERM.
@@ -62,6 +63,12 @@ CLI::App* AddExportCommand(CLI::App& App, ExportOptions& OutOptions)
     command->add_option("--recordings-dir", OutOptions.RecordingsDir, "The recordings folder")
         ->type_name("DIR");
     command->add_flag("--json", OutOptions.bJson, "Print one JSON object a line, for programs");
+    command->add_flag("--dry-run", OutOptions.bDryRun,
+                      "Print each clip's file and command, and touch nothing");
+    CLI::Option* const keepGoing = command->add_flag_callback(
+        "--keep-going", [] {}, "Export the other clips when one fails (this is the default)");
+    command->add_flag("--fail-fast", OutOptions.bFailFast, "End at the first clip that fails")
+        ->excludes(keepGoing);
     command->footer(ExportFooter);
     return command;
 }

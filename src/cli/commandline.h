@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "app/windowoptions.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,13 +18,8 @@ struct ExportOptions
     std::vector<std::string> TablePaths;      ///< the values of --clips, in their order
     std::optional<std::string> RecordingsDir; ///< none when the user leaves it to the program
     bool bJson = false;
-};
-
-/// What the desktop program was asked to do.
-struct WindowOptions
-{
-    std::vector<std::string> FilePaths; ///< to open, one a window
-    std::string Video;                  ///< "auto", "gl" or "sw"
+    bool bFailFast = false; ///< the first failure ends the rest
+    bool bDryRun = false;   ///< says what would be done, and touches nothing
 };
 
 struct CommandLine

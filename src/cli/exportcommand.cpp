@@ -1,19 +1,16 @@
 #include "cli/exportcommand.h"
 
-#include "app/clippanelrecords.h"
+#include "app/application.h"
+#include "app/exportsocket.h"
 #include "cli/cliptext.h"
+#include "cli/exportplan.h"
 #include "cli/exportreport.h"
-#include "cli/exporttarget.h"
 #include "cli/terminalprogress.h"
 #include "host/apppaths.h"
 #include "host/atomicfile.h"
-#include "host/core.h"
 #include "host/mvtimecontrol.h"
-#include "host/ttf.h"
-#include "media/encoderprocess.h"
-#include "media/mediafile.h"
-#include "panel/mvclipcontrolpanel.h"
 #include "player/mpvvideo.h"
+#include "process/exitcode.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
 #include "process/stopsignals.h"
@@ -26,11 +23,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
-#include <mutex>
-#include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
+
+#include <poll.h>
 
 namespace
 {
@@ -177,82 +176,41 @@ bool PlaceInSource(const ClipRequest& Request,
 
 // -- The application without a screen
 
-/// The panel with the widgets that it works on, and nobody sees.
-struct PanelDesk
-{
-    explicit PanelDesk(MvWindow& Parent)
-    {
-        ConnectPanelToRecords(Panel, Records);
-        Panel.pParentWindow = &Parent;
-    }
-
-    ClipPanelRecords Records;
-    MvClipControlPanel Panel; // last, so that it goes before what it points at
-};
-
-/// The file that is being written, for the thread that ends its encoder when the user waits no longer.
-class RunningOutput
-{
-public:
-    void Set(const std::string& NewPath)
-    {
-        const std::lock_guard lock(PathMutex);
-        Path = NewPath;
-    }
-
-    void KillEncoder()
-    {
-        const std::lock_guard lock(PathMutex);
-        if (Path.empty())
-        {
-            return;
-        }
-        if (std::optional<EncoderProcess> encoder = EncoderProcess::Find(Path))
-        {
-            encoder->Kill();
-        }
-    }
-
-private:
-    std::mutex PathMutex;
-    std::string Path; ///< guarded by PathMutex; empty while nothing is exported
-};
-
 class ExportSession
 {
 public:
-    ExportSession(ExportReport& NewReport,
-                  const WakeUp& NewSleep,
-                  const StopSignals& NewStop,
-                  RunningOutput& NewOutput)
-        : Report(NewReport)
-        , Sleep(NewSleep)
-        , Stop(NewStop)
-        , Output(NewOutput)
+    ExportSession(const ExportOptions& Options,
+                  const WakeUp& NewWake,
+                  const StopSignals* pNewStop,
+                  std::unique_ptr<ExportSocket> pSocket = nullptr,
+                  std::shared_ptr<WorkerChildren> pEncoder = std::make_shared<WorkerChildren>())
+        : Wake(NewWake)
+        , Report(Options.bJson ? ExportReport::Form::Json : ExportReport::Form::Lines)
+        , pStop(pNewStop)
+        , Program({.pSocket = std::move(pSocket),
+                   .pEncoder = std::move(pEncoder),
+                   .RequestFrame = [this] { Wake.Post(); }})
     {
-        Application.pMovane = std::make_unique<Movane>();
-        Application.pRend = std::make_unique<Rend>();
-        Application.pRend->pTTF = &Font;
-        Application.pCoreSDL = std::make_unique<CoreSDL>();
-        Application.pJobSystem = std::make_unique<JobSystem>();
-        p = &Application;
-
-        pWindow = dynamic_cast<MvVideoWindow*>(Application.pMovane->AddWindow(
-            Movane::FirstVideoWindowID, std::make_unique<MvVideoWindow>()));
-        Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& Notice)
-                                                        { Report.PrintNotification(Notice); });
-        Application.pJobSystem->SetWakeUp([this] { Sleep.Post(); });
-        Application.pJobSystem->JobFailed.connect([this](const JobSystem::Failure& Failure)
-                                                  { JobFailure = Failure.Text; });
-        SetUpDesk(1);
+        Program.Parts().pMovane->AddWindow(Movane::FirstVideoWindowID,
+                                           std::make_unique<MvVideoWindow>());
+        Program.Parts().pMovane->NotificationQueued.connect(
+            [this](const Movane::Notification& Notice) { Report.PrintNotification(Notice); });
+        Program.Panel().StatusChanged.connect(
+            [this](const std::string& Text)
+            {
+                if (!bSaving)
+                {
+                    Report.PrintStatus(Text);
+                }
+            });
+        ExportQueue& queue = Program.Exports();
+        queue.bFailFast = Options.bFailFast;
+        queue.bNotifyEach = true;
+        queue.Next.connect([this](const QueuedExport& Entry)
+                           { Report.PrintStatus(Saved.at(Entry.Id).StatusText); });
+        queue.Progressed.connect([this](const RunningExport& Export) { ShowProgress(Export); });
+        queue.Ended.connect([this](const EndedExport& Export) { TakeEnd(Export); });
     }
-    ~ExportSession()
-    {
-        Application.pJobSystem->Stop();
-        p = nullptr;
-    }
-    ExportSession(const ExportSession&) = delete;
-    ExportSession& operator=(const ExportSession&) = delete;
 
     bool LoadSource(const std::string& Path, std::string& OutError)
     {
@@ -261,144 +219,150 @@ public:
         {
             return false;
         }
-        pWindow->SetVideo(std::move(video));
-        if (!pWindow->LoadVideoFile(Path, false))
+        Window().SetVideo(std::move(video));
+        if (!Window().LoadVideoFile(Path, false))
         {
-            OutError = pWindow->LoadError();
+            OutError = Window().LoadError();
             return false;
         }
         return true;
     }
 
-    double DurationSec() { return pWindow->Timeline().DurationSec(); }
+    double DurationSec() { return Window().Timeline().DurationSec(); }
 
-    /// Saves and exports one clip, and tells what became of it.
-    bool ExportClip(const ClipToExport& Clip)
+    /// Saves the clips, exports them in their order, and returns how many have a file now.
+    std::size_t Export(const std::vector<ClipToExport>& Clips)
     {
-        ClipResult result;
-        try
+        for (const ClipToExport& clip : Clips)
         {
-            result = SaveAndExport(Clip);
+            const SavedClip& saved = Save(clip);
+            WholeSec += saved.EndSec - saved.StartSec;
+            const ExportId id = Program.Exports().Add(saved);
+            Saved[id] = {clip.Origin, Program.Panel().StatusText, Saved.size() + 1};
         }
-        catch (const fs::filesystem_error& error)
+        StopIfAsked();
+        Program.Frame();
+        while (Program.Exports().IsRunning())
         {
-            result = {Clip.Name, false, "", SentenceOf(error)};
+            Progress.Show();
+            Sleep();
+            Progress.Clear();
+            StopIfAsked();
+            Program.Frame();
         }
-        Report.PrintResult(result);
-        if (!result.bExported)
-        {
-            PrintError(Clip.Origin + ": " + result.Text);
-        }
-        return result.bExported;
+        return ExportedCount;
     }
+
+    /// Says what Export would do; false when it would fail for a clip.
+    bool Plan(const std::vector<ClipToExport>& Clips)
+    {
+        bool bAllIsWell = true;
+        std::set<std::string> planned;
+        const std::string ffmpeg = PlannedFfmpeg();
+        for (const ClipToExport& clip : Clips)
+        {
+            const SavedClip& saved = Save(clip);
+            const std::string problem = PlanProblem(saved, ffmpeg);
+            if (!problem.empty())
+            {
+                PrintError(clip.Origin + ": " + problem);
+                bAllIsWell = false;
+                continue;
+            }
+            const fs::path file = PlannedFile(saved.Name, planned);
+            planned.insert(file.native());
+            Report.PrintPlan(saved.Name, file.native(), PlannedCommand(saved, file, ffmpeg));
+        }
+        return bAllIsWell;
+    }
+
+    const std::string& WriteError() const { return Report.WriteError(); }
 
 private:
-    void SetUpDesk(int NextClipOrdinal)
+    using SavedClip = MvClipControlPanel::SavedClip;
+
+    /// What is said of a clip when its turn has come.
+    struct Told
     {
-        Desk = std::make_unique<PanelDesk>(*pWindow);
-        Desk->Panel.NextClipOrdinal = NextClipOrdinal;
-        Desk->Panel.StatusChanged.connect([this](const std::string& Text)
-                                          { Report.PrintStatus(Text); });
+        std::string Origin;
+        std::string StatusText; ///< of its saving
+        std::size_t Index = 0;  ///< counting from 1
+    };
+
+    MvVideoWindow& Window()
+    {
+        return *Program.Parts().pMovane->GetWindowAs<MvVideoWindow>(Movane::FirstVideoWindowID);
     }
 
-    ClipResult SaveAndExport(const ClipToExport& Clip)
+    const SavedClip& Save(const ClipToExport& Clip)
     {
-        MvClipControlPanel& panel = Desk->Panel;
+        MvClipControlPanel& panel = Program.Panel();
+        bSaving = true;
         // Set for each clip: after a save the input shows the name of the saved one.
-        Desk->Records.NameInput.SetText(Clip.Name, false);
-        pWindow->Timeline().SetRangeSelection(Clip.InSec, Clip.OutSec, false);
+        Program.Records().NameInput.SetText(Clip.Name, false);
+        Window().Timeline().SetRangeSelection(Clip.InSec, Clip.OutSec, false);
         panel.SaveCurrentRangeAsClip();
-        const std::string name = panel.Clips.back().Name;
-
-        panel.ExportSelectedClip();
-        if (!panel.GetExportStatus().bInProgress)
-        {
-            return {name, false, "", panel.StatusText};
-        }
-        const fs::path file = ExportTarget(panel.StatusText);
-        Output.Set(file.native());
-        const MvClipControlPanel::SavedClip& clip = panel.Clips.back();
-        Progress.Start(clip.SourcePath, file.native(), clip.StartSec, clip.EndSec - clip.StartSec);
-        WaitForExport(file.native());
-        Progress.Finish();
-        Output.Set("");
-        if (JobFailure.has_value())
-        {
-            return {name, false, "", GiveUpPanel()};
-        }
-        if (panel.bExportResultSuccess) // written by this thread alone
-        {
-            if (IsCutShort(file.native()))
-            {
-                return {name, false, "",
-                        file.native() + " is cut short: make room on its disk and export again."};
-            }
-            if (IsMatroskaWithoutPicture(file.native()))
-            {
-                std::error_code ec;
-                fs::remove(file, ec);
-                return {name, false, "",
-                        "the file would hold no picture and is removed: In lies past the last "
-                        "picture of the source."};
-            }
-            return {name, true, file.native(), panel.StatusText};
-        }
-        if (Stop.Received() != 0)
-        {
-            std::error_code ec;
-            fs::remove(file, ec);
-            return {name, false, "", "the export was stopped, and its unfinished file is removed."};
-        }
-        return {name, false, "", panel.StatusText};
+        bSaving = false;
+        return panel.Clips.back();
     }
 
-    /// The frame loop: sleeps until the worker or a signal has something to say.
-    void WaitForExport(const std::string& File)
+    // Asked just before an export may begin, see StopSignals.
+    void StopIfAsked()
     {
-        constexpr int RetryMs = 20;
-        while (Desk->Panel.GetExportStatus().bInProgress && !JobFailure.has_value())
+        if (pStop->Received() != 0 && !std::exchange(bStopped, true))
         {
-            const bool bStopping = Stop.Received() != 0;
-            if (bStopping)
-            {
-                EndEncoder(File);
-            }
-            // A stop may come before the encoder is there: then it is looked for again.
-            Progress.Show();
-            Sleep.Sleep(bStopping ? RetryMs : Progress.SleepMs());
-            Progress.Clear();
-            RunFrame();
-        }
-        if (Stop.Received() != 0)
-        {
-            EndEncoder(File); // the signal may have ended the shell alone
+            Program.Exports().StopAll();
         }
     }
 
-    void RunFrame()
+    void Sleep()
     {
-        Application.pJobSystem->PumpMainThread();
-        Desk->Panel.PumpExportResult();
-        Desk->Panel.UpdateLiveLabels();
+        std::array<pollfd, 2> reasons = {
+            {{Wake.Descriptor(), POLLIN, 0}, {Program.Exports().Descriptor(), POLLIN, 0}}};
+        poll(reasons.data(), reasons.size(), -1);
+        Wake.Sleep(0);
     }
 
-    /// A panel whose job threw waits for ever; a fresh one takes its place. Returns what went wrong.
-    std::string GiveUpPanel()
+    ProgressOfAll OfAll(const RunningExport& Export) const
     {
-        SetUpDesk(Desk->Panel.NextClipOrdinal);
-        return "Clip export failed: " + *std::exchange(JobFailure, std::nullopt);
+        const double lengthSec = Export.Clip.EndSec - Export.Clip.StartSec;
+        return {Saved.at(Export.Id).Index, Saved.size(),
+                WholeSec > 0.0 ? (DoneSec + Export.Fraction * lengthSec) / WholeSec : 0.0};
     }
 
-    ExportReport& Report;
-    const WakeUp& Sleep;
-    const StopSignals& Stop;
-    RunningOutput& Output;
+    void ShowProgress(const RunningExport& Export)
+    {
+        Progress.Set(ProgressLine(Export, OfAll(Export)));
+        Report.PrintProgress(Export, OfAll(Export));
+    }
+
+    void TakeEnd(const EndedExport& Export)
+    {
+        Progress.Set({});
+        DoneSec += Export.Clip.EndSec - Export.Clip.StartSec;
+        const bool bExported = Export.Outcome == ExportOutcome::Exported;
+        ExportedCount += bExported ? 1 : 0;
+        const std::string text = Export.Outcome == ExportOutcome::Stopped
+                                     ? "the export was stopped, and its unfinished file is removed."
+                                     : Export.Message;
+        Report.PrintResult({Export.Clip.Name, bExported, Export.FilePath.native(), text});
+        if (!bExported)
+        {
+            PrintError(Saved.at(Export.Id).Origin + ": " + text);
+        }
+    }
+
+    const WakeUp& Wake;
+    ExportReport Report;
+    const StopSignals* pStop; ///< null for a plan
     TerminalProgress Progress;
-    TTF Font;
-    Core Application;
-    MvVideoWindow* pWindow = nullptr; ///< owned by the application
-    std::optional<std::string> JobFailure;
-    std::unique_ptr<PanelDesk> Desk;
+    bool bSaving = false;
+    bool bStopped = false;
+    std::map<ExportId, Told> Saved;
+    std::size_t ExportedCount = 0;
+    double WholeSec = 0.0; ///< of all clips
+    double DoneSec = 0.0;  ///< of those that have ended
+    Application Program;   // last, so that it goes before what its slots use
 };
 
 // -- The command
@@ -414,62 +378,81 @@ std::string SignalName(int Number)
     return Number == SIGINT ? "SIGINT" : Number == SIGTERM ? "SIGTERM" : "SIGHUP";
 }
 
-int ExportAll(ExportSession& Session,
-              const std::vector<ClipToExport>& Clips,
-              const ExportReport& Report,
-              const StopSignals& Stop)
+// Everything that can be wrong with the call is found here, before the first export.
+bool Check(ExportSession& Session,
+           const std::string& Source,
+           const std::vector<ClipRequest>& Requests,
+           std::vector<ClipToExport>& OutClips,
+           std::string& OutError)
 {
-    std::size_t exportedCount = 0;
-    for (const ClipToExport& clip : Clips)
+    if (!Session.LoadSource(Source, OutError))
     {
-        if (Stop.Received() == 0 && Session.ExportClip(clip))
+        return false;
+    }
+    for (const ClipRequest& request : Requests)
+    {
+        if (!PlaceInSource(request, Source, Session.DurationSec(), OutClips.emplace_back(),
+                           OutError))
         {
-            ++exportedCount;
+            return false;
         }
     }
-    if (!Report.WriteError().empty())
+    return true;
+}
+
+bool TellWriteError(const ExportSession& Session)
+{
+    if (!Session.WriteError().empty())
     {
-        PrintError("Standard output can't be written: " + Report.WriteError() + '.');
+        PrintError("Standard output can't be written: " + Session.WriteError() + '.');
     }
+    return Session.WriteError().empty();
+}
+
+int PlanAll(const ExportOptions& Options,
+            const std::string& Source,
+            const std::vector<ClipRequest>& Requests)
+{
+    const WakeUp wake;
+    ExportSession session(Options, wake, nullptr);
+    std::vector<ClipToExport> clips;
+    std::string error;
+    if (!Check(session, Source, Requests, clips, error))
+    {
+        return Refuse(error);
+    }
+    const bool bAllIsWell = session.Plan(clips);
+    return static_cast<int>(TellWriteError(session) && bAllIsWell ? ExitCode::Done
+                                                                  : ExitCode::Failed);
+}
+
+int ExportAll(const ExportOptions& Options,
+              const std::string& Source,
+              const std::vector<ClipRequest>& Requests,
+              const WakeUp& Wake,
+              const StopSignals& Stop,
+              const std::shared_ptr<WorkerChildren>& pEncoder)
+{
+    // The thread of the signals is there already: it reads no environment.
+    ExportSession session(Options, Wake, &Stop, ExportSocket::OpenForFront(), pEncoder);
+    std::vector<ClipToExport> clips;
+    std::string error;
+    if (!Check(session, Source, Requests, clips, error) ||
+        (Stop.Received() == 0 && !AppPaths::PrepareRecordingsDir(error)))
+    {
+        return Refuse(error);
+    }
+    const std::size_t exportedCount = session.Export(clips);
+    const bool bWritten = TellWriteError(session);
     if (Stop.Received() != 0)
     {
         PrintError("Export stopped by " + SignalName(Stop.Received()) + ": " +
-                   std::to_string(exportedCount) + " of " + std::to_string(Clips.size()) +
+                   std::to_string(exportedCount) + " of " + std::to_string(clips.size()) +
                    " clips are exported.");
         return 128 + Stop.Received();
     }
-    const bool bAllIsWell = exportedCount == Clips.size() && Report.WriteError().empty();
-    return static_cast<int>(bAllIsWell ? ExitCode::AllExported : ExitCode::SomeFailed);
-}
-
-// Everything that can be wrong with the call is found here, before the first export.
-int CheckAndExport(const ExportOptions& Options,
-                   const std::string& Source,
-                   const std::vector<ClipRequest>& Requests,
-                   const WakeUp& Sleep,
-                   const StopSignals& Stop,
-                   RunningOutput& Output)
-{
-    ExportReport report(Options.bJson ? ExportReport::Form::Json : ExportReport::Form::Lines);
-    ExportSession session(report, Sleep, Stop, Output);
-    std::string error;
-    if (!session.LoadSource(Source, error))
-    {
-        return Refuse(error);
-    }
-    std::vector<ClipToExport> clips;
-    for (const ClipRequest& request : Requests)
-    {
-        if (!PlaceInSource(request, Source, session.DurationSec(), clips.emplace_back(), error))
-        {
-            return Refuse(error);
-        }
-    }
-    if (Stop.Received() == 0 && !AppPaths::PrepareRecordingsDir(error))
-    {
-        return Refuse(error);
-    }
-    return ExportAll(session, clips, report, Stop);
+    const bool bAllIsWell = exportedCount == clips.size() && bWritten;
+    return static_cast<int>(bAllIsWell ? ExitCode::Done : ExitCode::Failed);
 }
 } // namespace
 
@@ -483,15 +466,18 @@ int RunExport(const ExportOptions& Options)
         return Refuse(error);
     }
     PointStandardInputAtNull(); // not earlier: a table may come from there
-    AdoptOrphans();
-    const WakeUp sleep;
-    RunningOutput output;
-    const StopSignals stop([&sleep] { sleep.Post(); }, [&output] { output.KillEncoder(); });
+    if (Options.bDryRun)
+    {
+        return PlanAll(Options, source, requests);
+    }
+    const WakeUp wake;
+    const auto pEncoder = std::make_shared<WorkerChildren>();
+    const StopSignals stop([&wake] { wake.Post(); }, [&pEncoder] { pEncoder->Kill(); });
     if (!AppPaths::PrepareRuntimeDir(error))
     {
         return Refuse(error);
     }
-    const int exitCode = CheckAndExport(Options, source, requests, sleep, stop, output);
+    const int exitCode = ExportAll(Options, source, requests, wake, stop, pEncoder);
     AppPaths::RemoveRuntimeDir();
     return exitCode;
 }

@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cmath>
+
 namespace
 {
 using Json = nlohmann::ordered_json; // members stay in the order in which they are written here
@@ -28,7 +30,26 @@ const char* KindName(Movane::NotificationType Type)
     }
     return "info";
 }
+
+// Rounded down, so that 100 % is only there when it is finished.
+std::string PercentText(double Fraction)
+{
+    return std::to_string(static_cast<int>(Fraction * 100.0));
+}
 } // namespace
+
+std::string ProgressLine(const RunningExport& Export, const ProgressOfAll& All)
+{
+    std::string percent = Export.Phase.has_value() ? PercentText(Export.Fraction) : "-";
+    percent.insert(0, percent.size() < 4 ? 4 - percent.size() : 0, ' ');
+    std::string line = percent + " %  " + ProgressTimes(Export);
+    if (All.Count > 1)
+    {
+        line += "  (" + std::to_string(All.Index) + " of " + std::to_string(All.Count) + ", " +
+                PercentText(All.Fraction) + " % of all)";
+    }
+    return line;
+}
 
 void ExportReport::PrintStatus(const std::string& Text)
 {
@@ -46,6 +67,40 @@ void ExportReport::PrintNotification(const Movane::Notification& Notification)
                              {"text", Notification.Message},
                              {"duration_ms", Notification.DurationMs}}));
     }
+}
+
+void ExportReport::PrintProgress(const RunningExport& Export, const ProgressOfAll& All)
+{
+    constexpr double MinPeriodSec = 0.5;
+    const bool bTooSoon = ToldId == Export.Id && Export.ElapsedSec - ToldElapsedSec < MinPeriodSec;
+    if (OutputForm != Form::Json || !Export.Phase.has_value() || bTooSoon)
+    {
+        return;
+    }
+    ToldId = Export.Id;
+    ToldElapsedSec = Export.ElapsedSec;
+    PrintLine(OneObject({{"type", "progress"},
+                         {"clip", Export.Clip.Name},
+                         {"index", All.Index},
+                         {"count", All.Count},
+                         {"fraction", Export.Fraction},
+                         {"seconds_left", Export.SecondsLeft.has_value()
+                                              ? Json(std::round(*Export.SecondsLeft * 10.0) / 10.0)
+                                              : Json()}}));
+}
+
+void ExportReport::PrintPlan(const std::string& ClipName,
+                             const std::string& FilePath,
+                             const std::string& Command)
+{
+    if (OutputForm == Form::Json)
+    {
+        PrintLine(OneObject(
+            {{"type", "plan"}, {"clip", ClipName}, {"file", FilePath}, {"command", Command}}));
+        return;
+    }
+    PrintLine(OneLine(ClipName + ": " + FilePath));
+    PrintLine(OneLine(Command));
 }
 
 void ExportReport::PrintResult(const ClipResult& Result)

@@ -11,29 +11,15 @@ constexpr const char* EraseLine = "\r\033[K";
 } // namespace
 
 TerminalProgress::TerminalProgress()
+    : bTerminal(isatty(STDERR_FILENO) == 1)
 {
-    if (isatty(STDERR_FILENO) == 1)
-    {
-        Progress.emplace(EnableExportReport());
-    }
-}
-
-void TerminalProgress::Start(const std::string& SourcePath,
-                             const std::string& OutputPath,
-                             double StartSec,
-                             double DurationSec)
-{
-    if (Progress.has_value())
-    {
-        Progress->Start(SourcePath, OutputPath, StartSec, DurationSec);
-    }
 }
 
 void TerminalProgress::Show()
 {
-    if (Progress.has_value())
+    if (bTerminal && !Text.empty())
     {
-        std::fprintf(stderr, "%s%s", EraseLine, ProgressLine(Progress->Read()).c_str());
+        std::fprintf(stderr, "%s%s", EraseLine, Text.c_str());
         std::fflush(stderr);
         bShown = true;
     }
@@ -46,14 +32,5 @@ void TerminalProgress::Clear()
         std::fputs(EraseLine, stderr);
         std::fflush(stderr);
         bShown = false;
-    }
-}
-
-void TerminalProgress::Finish()
-{
-    Clear();
-    if (Progress.has_value())
-    {
-        Progress->Finish();
     }
 }

@@ -1,9 +1,8 @@
 #include "desktop/application.h"
 
-#include "cli/exportcommand.h"
+#include "app/exportsocket.h"
 #include "desktop/commands.h"
 #include "desktop/desktop.h"
-#include "desktop/exportwatch.h"
 #include "desktop/icons.h"
 #include "desktop/mainwindow.h"
 #include "desktop/pathtext.h"
@@ -15,8 +14,8 @@
 #include "host/environment.h"
 #include "host/mvtheme.h"
 #include "host/openingmark.h"
-#include "media/exportprogress.h"
 #include "player/mpvvideo.h"
+#include "process/exitcode.h"
 #include "process/processsetup.h"
 #include "process/sentences.h"
 #include "process/stopsignals.h"
@@ -31,6 +30,7 @@
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace
@@ -148,8 +148,7 @@ int RunDesktop(const WindowOptions& Options)
         return 1;
     }
     PointStandardInputAtNull();
-    AdoptOrphans();
-    const std::string reportPath = EnableExportReport();
+    std::unique_ptr<ExportSocket> exportSocket = ExportSocket::OpenForFront();
     const WakeUp stopWish; // for the thread of the signals, which outlives the application
     const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});
 
@@ -173,10 +172,9 @@ int RunDesktop(const WindowOptions& Options)
 
     WidgetKeys widgetKeys;
     application.installEventFilter(&widgetKeys);
-    Session session(&MakePlayer);
+    Session session(&MakePlayer, std::move(exportSocket), [&stop] { return stop.Received() != 0; });
     Commands commands(session);
-    ExportWatch exportWatch(session, reportPath, [&stop] { return stop.Received() != 0; });
-    Desktop desktop(session, commands, exportWatch, SurfaceOf(Options.Video));
+    Desktop desktop(session, commands, SurfaceOf(Options.Video));
     if (!desktop.Start(error))
     {
         PrintError(error);

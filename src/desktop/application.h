@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "cli/commandline.h"
+#include "app/windowoptions.h"
 
 /// Runs the program and returns its exit code: 0 after a normal end, 1 when it can't start, 2 when it
 /// was called wrong; each of these with one sentence on standard error.

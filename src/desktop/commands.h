@@ -99,8 +99,6 @@ Q_SIGNALS:
     void FullScreenRequested();
     void KeysRequested();
     void AboutRequested();
-    void ExportStarted(); ///< the selected clip's
-    void ExportStopRequested();
 
 private:
     template <typename Action> bool WithDocument(Action Act);
@@ -112,6 +110,7 @@ private:
     void SetTextScale(double Scale);
     void SelectClipBeside(int Step);
     void RunPanelAction(void (MvClipControlPanel::*Action)());
+    void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
 
     Session& Running;
 };

@@ -1,11 +1,10 @@
 #include "desktop/desktop.h"
 
-#include "cli/cliptext.h"
+#include "app/typedtime.h"
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktopnotifier.h"
 #include "desktop/encodercheck.h"
-#include "desktop/exportwatch.h"
 #include "desktop/keyspage.h"
 #include "desktop/launcherprogress.h"
 #include "desktop/mainwindow.h"
@@ -57,13 +56,9 @@ VideoPane* PaneAround(QObject* pObject)
 }
 } // namespace
 
-Desktop::Desktop(Session& NewRunning,
-                 Commands& NewActs,
-                 ExportWatch& NewExport,
-                 SurfaceKind NewKind)
+Desktop::Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind)
     : Running(NewRunning)
     , Acts(NewActs)
-    , Export(NewExport)
     , Kind(NewKind)
     , Remembered(LoadSettings())
 {
@@ -104,15 +99,14 @@ bool Desktop::Start(std::string& OutError)
     {
         return false;
     }
-    pMain = std::make_unique<MainWindow>(Running, Acts, *document, Kind, Export);
+    pMain = std::make_unique<MainWindow>(Running, Acts, *document, Kind);
     ConnectWindow(*pMain);
     pOverlay = new NotificationOverlay(*pMain->Pane().Picture());
     pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
     auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
-    connect(&Export, &ExportWatch::Progressed, launcher,
-            [launcher](const ExportProgressRecord& Progress)
-            { launcher->Show(Progress.Fraction); });
-    connect(&Export, &ExportWatch::Ended, launcher, &LauncherProgress::Clear);
+    connect(&Running, &Session::ExportProgressed, launcher,
+            [launcher](const RunningExport& Export) { launcher->Show(Export.Fraction); });
+    connect(&Running, &Session::ExportsIdle, launcher, &LauncherProgress::Clear);
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
@@ -158,8 +152,6 @@ void Desktop::ConnectCommands()
     connect(&Acts, &Commands::FullScreenRequested, this, &Desktop::ToggleFullScreen);
     connect(&Acts, &Commands::KeysRequested, this, &Desktop::ShowKeys);
     connect(&Acts, &Commands::AboutRequested, this, &Desktop::ShowAbout);
-    connect(&Acts, &Commands::ExportStarted, &Export, &ExportWatch::Begin);
-    connect(&Acts, &Commands::ExportStopRequested, &Export, &ExportWatch::Stop);
 }
 
 void Desktop::ConnectWindow(VideoWindow& Window)
@@ -414,7 +406,7 @@ void Desktop::ShowError(const std::string& Sentence)
 void Desktop::ShowNotification(const Movane::Notification& Shown)
 {
     std::function<void()> openFolder;
-    const bool bExported = Shown.Title == "Clip Export" && Running.Panel().bExportResultSuccess;
+    const bool bExported = Shown.Title == "Clip Export" && Shown.Message.starts_with("Exported ");
     if (bExported)
     {
         openFolder = [folder = AppPaths::RecordingsDir() + "/clips"] { OpenFolder(folder); };

@@ -21,7 +21,6 @@
 
 class Commands;
 class DesktopNotifier;
-class ExportWatch;
 class KeysPageDialog;
 class MainWindow;
 class NotificationOverlay;
@@ -33,7 +32,7 @@ class Desktop : public QObject
     Q_OBJECT
 
 public:
-    Desktop(Session& NewRunning, Commands& NewActs, ExportWatch& NewExport, SurfaceKind NewKind);
+    Desktop(Session& NewRunning, Commands& NewActs, SurfaceKind NewKind);
     /// Saves the settings and closes all windows.
     ~Desktop() override;
 
@@ -76,7 +75,6 @@ private:
 
     Session& Running;
     Commands& Acts;
-    ExportWatch& Export;
     SurfaceKind Kind;
     Settings Remembered;
     OpeningMark Opening; ///< of the files that have not come through yet

@@ -30,11 +30,11 @@ ExportBar::ExportBar(QAction* pStop, QWidget* pParent)
     hide();
 }
 
-void ExportBar::ShowProgress(const ExportProgressRecord& Progress)
+void ExportBar::ShowProgress(const RunningExport& Export)
 {
-    pBar->setValue(static_cast<int>(Progress.Fraction * 100.0));
-    const QString details = QString::fromStdString(ProgressDetails(Progress, "×"));
-    if (Progress.Phase == ExportPhase::Unknown)
+    pBar->setValue(static_cast<int>(Export.Fraction * 100.0));
+    const QString details = QString::fromStdString(ProgressTimes(Export));
+    if (!Export.Phase.has_value())
     {
         // Without a number yet, the running time says that something is going on.
         pBar->setFormat(details);

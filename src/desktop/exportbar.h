@@ -1,9 +1,9 @@
-// The progress of the running export: a bar with percent, elapsed time and speed in it, and a Stop button.
+// The progress of the running export: a bar with percent and time in it, and a Stop button.
 // It is there only while an export runs. UI thread only.
 
 #pragma once
 
-#include "media/exportprogress.h"
+#include "app/runningexport.h"
 
 #include <QWidget>
 
@@ -18,7 +18,7 @@ public:
     /// The Stop button triggers pStop, which must outlive the bar.
     explicit ExportBar(QAction* pStop, QWidget* pParent = nullptr);
 
-    void ShowProgress(const ExportProgressRecord& Progress);
+    void ShowProgress(const RunningExport& Export);
 
 private:
     QProgressBar* pBar;

@@ -22,25 +22,10 @@ int CountWithout(const std::vector<MvClipControlPanel::SavedClip>& Clips,
 }
 } // namespace
 
-ExportedClips::ExportedClips(const MvClipControlPanel& ShownPanel)
+ExportedClips::ExportedClips(const MvClipControlPanel& ShownPanel, const ExportQueue& Exports)
     : Panel(ShownPanel)
+    , Queue(Exports)
 {
-}
-
-void ExportedClips::Begin()
-{
-    if (const Clip* const selected = Panel.SelectedClip())
-    {
-        Running = *selected;
-    }
-}
-
-void ExportedClips::End(bool bSuccess)
-{
-    if (bSuccess)
-    {
-        Exported.push_back(Running);
-    }
 }
 
 int ExportedClips::CountMissing() const
@@ -48,9 +33,16 @@ int ExportedClips::CountMissing() const
     return CountWithout(Panel.Clips, Exported);
 }
 
-int ExportedClips::CountMissingAfterExport() const
+int ExportedClips::CountMissingAfterExports() const
 {
-    std::vector<Clip> known = Exported;
-    known.push_back(Running);
+    std::vector<MvClipControlPanel::SavedClip> known = Exported;
+    if (const RunningExport* const running = Queue.Running())
+    {
+        known.push_back(running->Clip);
+    }
+    for (const QueuedExport& waiting : Queue.Waiting())
+    {
+        known.push_back(waiting.Clip);
+    }
     return CountWithout(Panel.Clips, known);
 }

@@ -5,29 +5,25 @@
 
 #pragma once
 
-#include "panel/mvclipcontrolpanel.h"
+#include "app/exportqueue.h"
 
 #include <vector>
 
 class ExportedClips
 {
 public:
-    explicit ExportedClips(const MvClipControlPanel& ShownPanel);
+    ExportedClips(const MvClipControlPanel& ShownPanel, const ExportQueue& Exports);
 
-    /// Begins with the selected clip, whose export the panel has just started.
-    void Begin();
-    /// The export that was begun last has ended.
-    void End(bool bSuccess);
+    /// A clip has got its file.
+    void Add(const MvClipControlPanel::SavedClip& NewClip) { Exported.push_back(NewClip); }
 
     /// How many of the panel's clips have no file.
     int CountMissing() const;
-    /// The same without those that the running export is writing.
-    int CountMissingAfterExport() const;
+    /// The same without those that are being exported, or wait for it.
+    int CountMissingAfterExports() const;
 
 private:
-    using Clip = MvClipControlPanel::SavedClip;
-
     const MvClipControlPanel& Panel;
-    Clip Running; ///< between Begin and End
-    std::vector<Clip> Exported;
+    const ExportQueue& Queue;
+    std::vector<MvClipControlPanel::SavedClip> Exported;
 };

@@ -3,7 +3,6 @@
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/exportbar.h"
-#include "desktop/exportwatch.h"
 #include "desktop/plainlabel.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
@@ -17,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -36,15 +36,13 @@ QString LossText(int Count, const QString& Kind)
 MainWindow::MainWindow(Session& NewRunning,
                        Commands& Target,
                        VideoDocument& Shown,
-                       SurfaceKind Kind,
-                       ExportWatch& NewExport)
+                       SurfaceKind Kind)
     : VideoWindow(NewRunning, Target, Shown, Kind)
-    , Export(NewExport)
     , pSplitter(new QSplitter(Qt::Horizontal))
     , pClipPanel(new ClipPanelWidget(NewRunning.Panel(), NewRunning.Records(), Actions))
     , pExportBar(new ExportBar(Actions.Get(ActionId::StopExport)))
     , pClosingNote(new PlainLabel(PlainLabel::Overflow::Wrap))
-    , Exported(NewRunning.Panel())
+    , Exported(NewRunning.Panel(), NewRunning.Exports())
 {
     auto* const side = new QWidget;
     side->setMinimumWidth(SideWidthPx);
@@ -71,15 +69,24 @@ MainWindow::MainWindow(Session& NewRunning,
     pSplitter->setSizes({width() - sidePx, sidePx});
 
     connect(&Running, &Session::FrameDone, pClipPanel, &ClipPanelWidget::SyncFromHost);
-    connect(&Target, &Commands::ExportStarted, this, [this] { Exported.Begin(); });
-    connect(&Export, &ExportWatch::Progressed, this,
-            [this](const ExportProgressRecord& Progress)
+    const auto showProgress = [this](const RunningExport& Export)
+    {
+        pExportBar->ShowProgress(Export);
+        pExportBar->show();
+    };
+    connect(&Running, &Session::ExportBegan, this, showProgress);
+    connect(&Running, &Session::ExportProgressed, this, showProgress);
+    connect(&Running, &Session::ExportEnded, this,
+            [this](const EndedExport& Export)
             {
-                pExportBar->ShowProgress(Progress);
-                pExportBar->show();
+                const bool bExported = Export.Outcome == ExportOutcome::Exported;
+                bAllExported = bAllExported && bExported;
+                if (bExported)
+                {
+                    Exported.Add(Export.Clip);
+                }
             });
-    connect(&Export, &ExportWatch::Ended, this,
-            [this](bool bExported) { TakeExportEnd(bExported); });
+    connect(&Running, &Session::ExportsIdle, this, &MainWindow::TakeExportsEnd);
 }
 
 void MainWindow::FocusName()
@@ -107,9 +114,9 @@ void MainWindow::Store(Settings& OutSaved) const
     OutSaved.SplitterState = pSplitter->saveState();
 }
 
-void MainWindow::TakeExportEnd(bool bSuccess)
+void MainWindow::TakeExportsEnd()
 {
-    Exported.End(bSuccess);
+    const bool bSuccess = std::exchange(bAllExported, true);
     pExportBar->hide();
     if (pQuestion != nullptr)
     {
@@ -135,7 +142,7 @@ void MainWindow::SetAfterExport(AfterExport Wanted, int LossCount)
 
 void MainWindow::closeEvent(QCloseEvent* pEvent)
 {
-    if (Export.IsRunning())
+    if (Running.Exports().IsRunning())
     {
         pEvent->ignore();
         AskAboutExport();
@@ -159,7 +166,7 @@ void MainWindow::AskAboutExport()
     pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane", "An export is running.",
                                 QMessageBox::NoButton, this);
     // Told here, for whoever answers is not asked again.
-    const int otherCount = Exported.CountMissingAfterExport();
+    const int otherCount = Exported.CountMissingAfterExports();
     const QString loss =
         otherCount == 0 ? QString() : ' ' + LossText(otherCount, "other clip") + '.';
     pQuestion->setInformativeText("Its file is finished only when the export ends." + loss);
@@ -173,7 +180,7 @@ void MainWindow::AskAboutExport()
             [this]
             {
                 SetAfterExport(AfterExport::Close, Exported.CountMissing());
-                Export.Stop();
+                Running.Exports().StopAll();
             });
     connect(stay, &QPushButton::clicked, this, [this] { SetAfterExport(AfterExport::Stay, 0); });
     OpenQuestion(stay);

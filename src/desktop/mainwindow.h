@@ -12,7 +12,6 @@
 
 class ClipPanelWidget;
 class ExportBar;
-class ExportWatch;
 class PlainLabel;
 class QAbstractButton;
 class QMessageBox;
@@ -23,11 +22,7 @@ class MainWindow : public VideoWindow
     Q_OBJECT
 
 public:
-    MainWindow(Session& NewRunning,
-               Commands& Target,
-               VideoDocument& Shown,
-               SurfaceKind Kind,
-               ExportWatch& NewExport);
+    MainWindow(Session& NewRunning, Commands& Target, VideoDocument& Shown, SurfaceKind Kind);
 
     ClipPanelWidget& ClipPanel() { return *pClipPanel; }
     void FocusName();
@@ -40,7 +35,7 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
-    /// What happens when the running export has ended.
+    /// What happens when nothing is exported any more.
     enum class AfterExport
     {
         Stay,
@@ -48,13 +43,12 @@ private:
         Close,
     };
 
-    void TakeExportEnd(bool bSuccess);
+    void TakeExportsEnd();
     void SetAfterExport(AfterExport Wanted, int LossCount);
     void AskAboutExport();
     void AskAboutClips();
     void OpenQuestion(QAbstractButton* pStay);
 
-    ExportWatch& Export;
     QSplitter* pSplitter;
     ClipPanelWidget* pClipPanel;
     ExportBar* pExportBar;
@@ -62,5 +56,6 @@ private:
     ExportedClips Exported;
     QMessageBox* pQuestion = nullptr; ///< while it is open
     AfterExport Then = AfterExport::Stay;
+    bool bAllExported = true;  ///< since exports began last
     int AcceptedLossCount = 0; ///< clips without a file that the user has agreed to lose
 };

@@ -1,6 +1,6 @@
 #include "desktop/openfolder.h"
 
-#include "process/processsetup.h"
+#include "export/exportmessages.h"
 
 #include <QDesktopServices>
 #include <QProcess>
@@ -12,12 +12,15 @@ void OpenFolder(const std::string& Path)
     // An address, since the toolkit takes no bytes as arguments.
     const QByteArray address = "file://" + QByteArray::fromStdString(Path).toPercentEncoding("/");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove("FFREPORT");
+    if (environment.contains(ExportSocketVariable))
+    {
+        environment.remove(ExportSocketVariable);
+        environment.remove("MOVANE_FFMPEG_BIN"); // the front: the user named no ffmpeg
+    }
     QProcess opener;
     opener.setProgram("xdg-open");
     opener.setArguments({QString::fromLatin1(address)});
     opener.setProcessEnvironment(environment);
-    const AdoptionPause pause;
     // The toolkit knows further ways, though none that takes an environment.
     if (!opener.startDetached())
     {

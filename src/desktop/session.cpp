@@ -8,50 +8,36 @@
 #include <QMetaObject>
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
-Session::Session(PlayerFactory MakePlayer)
+Session::Session(PlayerFactory MakePlayer,
+                 std::unique_ptr<ExportSocket> pSocket,
+                 std::function<bool()> StopReceived)
     : NewPlayer(std::move(MakePlayer))
-    , Font(std::make_unique<QtFont>())
+    , IsStopReceived(std::move(StopReceived))
+    , Program({.pFont = std::make_unique<QtFont>(),
+               .pSocket = std::move(pSocket),
+               .RequestFrame = [this] { RequestFrame(); }})
+    , ExportNews(Program.Exports().Descriptor(), QSocketNotifier::Read)
 {
-    Application.pMovane = std::make_unique<Movane>();
-    Application.pRend = std::make_unique<Rend>();
-    Application.pRend->pTTF = Font.get();
-    Application.pCoreSDL = std::make_unique<CoreSDL>();
-    Application.pJobSystem = std::make_unique<JobSystem>();
-    Application.pJobSystem->SetWakeUp([this] { RequestFrame(); });
-    Application.pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
-                                                    { Q_EMIT NotificationQueued(Shown); });
-    Application.pJobSystem->JobFailed.connect(
-        [this](const JobSystem::Failure& Failure)
-        { EndExport("Clip export failed: " + Failure.Text); });
-    p = &Application;
-
-    ConnectPanelToRecords(ClipPanel, PanelRecords);
-    ClipPanel.pParentWindow = &PanelPlace;
-    PanelRecords.Table.SelectionChanged.connect([this] { RequestFrame(); });
+    Program.Parts().pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
+                                                        { Q_EMIT NotificationQueued(Shown); });
+    Records().Table.SelectionChanged.connect([this] { RequestFrame(); });
+    ConnectExports();
 }
 
-// The only jobs are exports. One that threw posts no result, and without any the panel would refuse
-// every further export: so it gets this one, which its next pump shows.
-void Session::EndExport(const std::string& Message)
-{
-    const std::lock_guard lock(ClipPanel.ExportMutex);
-    if (ClipPanel.bExportInProgress)
-    {
-        ClipPanel.bExportResultSuccess = false;
-        ClipPanel.bExportInProgress = false;
-        ClipPanel.bExportResultReady = true;
-        ClipPanel.ExportResultMessage = Message;
-    }
-}
+Session::~Session() = default;
 
-Session::~Session()
+void Session::ConnectExports()
 {
-    Application.pJobSystem->Stop();
-    Application.pJobSystem->SetWakeUp({});
-    p = nullptr;
+    ExportQueue& queue = Exports();
+    queue.Began.connect([this](const RunningExport& Export) { Q_EMIT ExportBegan(Export); });
+    queue.Progressed.connect([this](const RunningExport& Export)
+                             { Q_EMIT ExportProgressed(Export); });
+    queue.Ended.connect([this](const EndedExport& Export) { Q_EMIT ExportEnded(Export); });
+    queue.Removed.connect([this](const QueuedExport& Entry) { Q_EMIT ExportRemoved(Entry); });
+    queue.Idle.connect([this] { Q_EMIT ExportsIdle(); });
+    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::Frame);
 }
 
 VideoDocument* Session::AddDocument(std::string& OutError)
@@ -76,13 +62,13 @@ VideoDocument* Session::AddDocument(std::string& OutError)
                 RequestFrame();
             }
         });
-    Application.pMovane->AddWindow(windowID, std::move(owned));
+    Program.Parts().pMovane->AddWindow(windowID, std::move(owned));
     return document;
 }
 
 void Session::RemoveDocument(unsigned long WindowID)
 {
-    auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(WindowID);
+    auto* const document = Program.Parts().pMovane->GetWindowAs<VideoDocument>(WindowID);
     if (document == nullptr)
     {
         return;
@@ -92,7 +78,7 @@ void Session::RemoveDocument(unsigned long WindowID)
     document->bVisible = false;
     document->bOpen = false;
     Q_EMIT DocumentRemoved(WindowID);
-    Application.pMovane->RemoveWindow(WindowID);
+    Program.Parts().pMovane->RemoveWindow(WindowID);
     RequestFrame();
 }
 
@@ -107,15 +93,15 @@ void Session::FocusDocument(unsigned long WindowID)
 
 VideoDocument* Session::TargetDocument() const
 {
-    return dynamic_cast<VideoDocument*>(ClipPanel.ResolveTargetVideoWindow());
+    return dynamic_cast<VideoDocument*>(Program.Panel().ResolveTargetVideoWindow());
 }
 
 std::vector<VideoDocument*> Session::Documents() const
 {
     std::vector<VideoDocument*> documents;
-    for (const unsigned long windowID : Application.pMovane->WindowIDs)
+    for (const unsigned long windowID : Program.Parts().pMovane->WindowIDs)
     {
-        if (auto* const document = Application.pMovane->GetWindowAs<VideoDocument>(windowID))
+        if (auto* const document = Program.Parts().pMovane->GetWindowAs<VideoDocument>(windowID))
         {
             documents.push_back(document);
         }
@@ -156,9 +142,11 @@ void Session::Frame()
     // First, so that what another thread reports from now on gets a frame of its own.
     bFrameRequested = false;
     PumpPlayers();
-    Application.pJobSystem->PumpMainThread();
-    ClipPanel.PumpExportResult();
-    ClipPanel.UpdateLiveLabels();
+    if (IsStopReceived())
+    {
+        Exports().StopAll();
+    }
+    Program.Frame();
     Q_EMIT FrameDone();
 }
 

@@ -1,17 +1,16 @@
-// The running desktop application without its windows: core, clip panel, documents and the frame.
+// The application for windows: documents with players, frames in the toolkit's event loop, and the
+// application's signals as the toolkit's.
 //
-// The host's records are the truth. A frame brings them up to date (player events, callbacks of jobs,
-// a finished export, the live labels) and then lets the widgets copy what differs. Frames run when
-// something asks for one and never by a clock, so an idle application sleeps. UI thread only, but for
-// RequestFrame.
+// The host's records are the truth. A frame brings them up to date (the players' news, then all that the
+// application has) and then lets the widgets copy what differs. Frames run when something asks for one
+// and never by a clock, so an idle application sleeps. UI thread only, but for RequestFrame.
 
 #pragma once
 
-#include "app/clippanelrecords.h"
-#include "host/core.h"
-#include "panel/mvclipcontrolpanel.h"
+#include "app/application.h"
 
 #include <QObject>
+#include <QSocketNotifier>
 
 #include <atomic>
 #include <functional>
@@ -20,7 +19,6 @@
 #include <vector>
 
 class MpvVideo;
-class QtFont;
 class VideoDocument;
 
 class Session : public QObject
@@ -31,13 +29,20 @@ public:
     /// Makes a player for a new video window, or null with OutError set to one sentence.
     using PlayerFactory = std::function<std::unique_ptr<MpvVideo>(std::string& OutError)>;
 
-    /// Builds the core, points the global p at it, and wires the panel.
-    explicit Session(PlayerFactory MakePlayer);
-    /// Stops the jobs (a running one is waited for), then takes everything down.
+    /// Builds the application. StopReceived tells whether the process was told to end from outside: that
+    /// may have ended the encoder, too, and counts like a stop of all exports.
+    explicit Session(
+        PlayerFactory MakePlayer,
+        std::unique_ptr<ExportSocket> pSocket = nullptr,
+        std::function<bool()> StopReceived = [] { return false; });
+    /// Ends a running export, then takes everything down.
     ~Session() override;
 
-    MvClipControlPanel& Panel() { return ClipPanel; }
-    ClipPanelRecords& Records() { return PanelRecords; }
+    MvClipControlPanel& Panel() { return Program.Panel(); }
+    ClipPanelRecords& Records() { return Program.Records(); }
+    ExportQueue& Exports() { return Program.Exports(); }
+    /// As Application::ExportSelectedClip.
+    void ExportSelectedClip() { Program.ExportSelectedClip(); }
 
     /// Adds a document with a player, the first one under the ID that the panel falls back to. Null sets
     /// OutError.
@@ -67,19 +72,24 @@ Q_SIGNALS:
     void NotificationQueued(const Movane::Notification& Shown);
     void DocumentRemoved(unsigned long WindowID);
 
+    // -- Those of the export queue, in a frame before FrameDone.
+    void ExportBegan(const RunningExport& Export);
+    void ExportProgressed(const RunningExport& Export);
+    void ExportEnded(const EndedExport& Export);
+    void ExportRemoved(const QueuedExport& Entry);
+    void ExportsIdle();
+
 private:
-    void EndExport(const std::string& Message);
+    void ConnectExports();
     void PumpPlayers();
 
     PlayerFactory NewPlayer;
-    std::unique_ptr<QtFont> Font;
-    Core Application;
-    MvWindow PanelPlace; ///< the window that the panel belongs to, for its geometry
-    ClipPanelRecords PanelRecords;
-    MvClipControlPanel ClipPanel;
+    std::function<bool()> IsStopReceived;
     unsigned long NextWindowID = Movane::FirstVideoWindowID;
     double VolumePercent = 100.0;
     bool bMuted = false;
     bool bPumpingPlayers = false;
     std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
+    Application Program;                      // behind all that its slots use
+    QSocketNotifier ExportNews;
 };

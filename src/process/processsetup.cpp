@@ -15,7 +15,6 @@
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace
@@ -69,22 +68,6 @@ void PointStandardInputAtNull()
     const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(null, STDIN_FILENO);
     close(null);
-}
-
-void AdoptOrphans()
-{
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-}
-
-AdoptionPause::AdoptionPause()
-{
-    prctl(PR_GET_CHILD_SUBREAPER, &Earlier);
-    prctl(PR_SET_CHILD_SUBREAPER, 0);
-}
-
-AdoptionPause::~AdoptionPause()
-{
-    prctl(PR_SET_CHILD_SUBREAPER, Earlier);
 }
 
 void KeepFewHeaps()

@@ -26,25 +26,6 @@ void SetMissingPath();
 /// commands.
 void PointStandardInputAtNull();
 
-/// Makes this process the parent of what its children leave behind. A signal to the whole process
-/// group ends the shell of an export at once, while the ffmpeg below it still closes its file: so it
-/// stays a descendant, which is found and waited for.
-void AdoptOrphans();
-
-/// Ends that for its own life: a program that is started detached meanwhile has nothing to do with this
-/// process any more. Any thread; short, for an encoder could lose its shell just then.
-class AdoptionPause
-{
-public:
-    AdoptionPause();
-    ~AdoptionPause();
-    AdoptionPause(const AdoptionPause&) = delete;
-    AdoptionPause& operator=(const AdoptionPause&) = delete;
-
-private:
-    int Earlier = 0; ///< as prctl(2) gives it
-};
-
 /// Lets all threads share two heaps of the C library. Each of the many threads of a player would get one
 /// of its own, which stays at its largest when the player has gone.
 void KeepFewHeaps();

@@ -1,0 +1,16 @@
+// How people write times. Pure, the same under every locale.
+
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+/// Reads a time: "S", "M:S" or "H:M:S", the seconds with or without decimals.
+///
+/// The first number may be as large as nine digits allow, the others must be below 60. There is no
+/// sign, no exponent and no comma; blanks around the time do not count. Anything else is no time.
+///
+///     ParseTime("75.5") == 75.5
+///     ParseTime("01:02:03.25") == 3723.25
+///     ParseTime("1:75") == std::nullopt
+std::optional<double> ParseTime(std::string_view Text);
