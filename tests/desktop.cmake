@@ -67,6 +67,12 @@ add_test(NAME xserver_smoke
         $<TARGET_FILE:movane> $<TARGET_FILE:xdndsource> $<TARGET_FILE:awaitpixel>)
 set_tests_properties(xserver_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" RESOURCE_LOCK xvfb TIMEOUT 120 SKIP_RETURN_CODE 77)
 
+# In a Wayland compositor without a screen: its picture of the window is looked at.
+add_test(NAME wayland_smoke
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/wayland_smoke_test.sh
+        $<TARGET_FILE:movane> ${CMAKE_CURRENT_BINARY_DIR}/plugins)
+set_tests_properties(wayland_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" TIMEOUT 240 SKIP_RETURN_CODE 77)
+
 # The program itself, with a person at its keys: a plugin that it loads.
 add_library(typist MODULE typist.cpp)
 movane_settings(typist)
