@@ -67,6 +67,12 @@ add_test(NAME xserver_smoke
         $<TARGET_FILE:movane> $<TARGET_FILE:xdndsource> $<TARGET_FILE:awaitpixel>)
 set_tests_properties(xserver_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" RESOURCE_LOCK xvfb TIMEOUT 120 SKIP_RETURN_CODE 77)
 
+# In a Wayland compositor without a screen: its picture of the window is looked at.
+add_test(NAME wayland_smoke
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/wayland_smoke_test.sh
+        $<TARGET_FILE:movane> ${CMAKE_CURRENT_BINARY_DIR}/plugins)
+set_tests_properties(wayland_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" TIMEOUT 240 SKIP_RETURN_CODE 77)
+
 # The program itself, with a person at its keys: a plugin that it loads.
 add_library(typist MODULE typist.cpp)
 movane_settings(typist)
@@ -74,7 +80,22 @@ target_compile_definitions(typist PRIVATE QT_NO_KEYWORDS)
 set_target_properties(typist PROPERTIES
     AUTOMOC ON PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/plugins/generic)
 target_link_libraries(typist PRIVATE Qt6::Widgets Qt6::Test)
+# What no name of a file may have it load.
+add_library(trespasser MODULE trespasser.cpp)
+movane_settings(trespasser)
+set_target_properties(trespasser PROPERTIES
+    AUTOMOC ON PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/trespasser)
+target_link_libraries(trespasser PRIVATE Qt6::Core)
 movane_test(desktop_program_test SOURCES desktop_program_test.cpp)
 target_compile_definitions(desktop_program_test PRIVATE
-    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins")
-add_dependencies(desktop_program_test movane typist)
+    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins"
+    MOVANE_TEST_TRESPASSER="$<TARGET_FILE:trespasser>")
+add_dependencies(desktop_program_test movane typist trespasser)
+
+# Each container is a test of its own, with some forty exports.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(AVCODEC REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+movane_test(frameexport_test TIMEOUT 300
+    SOURCES frameexport_test.cpp
+    LIBRARIES movane_desktop PkgConfig::AVCODEC)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp LIBRARIES PkgConfig::AVCODEC)

@@ -121,6 +121,7 @@ private:
     void SelectClipBeside(int Step);
     template <typename Action> void RunPanelAction(Action Act);
     std::string FileOfSelectedClip();
+    void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
 
     Session& Running;
 };

@@ -16,12 +16,24 @@
 
 constexpr int FilmFrames = 100;
 
-/// Rates as ffmpeg writes them; "variable" has gaps from 11 to 71 ms.
+/// Rates as ffmpeg writes them, and two variable ones: "jitter" has 30 frames a second as a phone takes them, up
+/// to 5 ms early or late, and "gaps" 50 of which some are left out, as a recorded screen has.
 inline const std::vector<std::string>& FilmRates()
 {
     static const std::vector<std::string> rates = {
-        "24000/1001", "24",         "25", "30000/1001",  "30",
-        "50",         "60000/1001", "60", "120000/1001", "variable"};
+        "24000/1001", "24", "25",          "30000/1001", "30",  "50",
+        "60000/1001", "60", "120000/1001", "jitter",     "gaps"};
+    return rates;
+}
+
+/// A rate that follows no beat: gaps from 22 to 54 ms. ffmpeg, which exports in beats, may leave out frames of
+/// such a film.
+constexpr const char* IrregularRate = "irregular";
+
+inline std::vector<std::string> FilmRatesAndIrregular()
+{
+    std::vector<std::string> rates = FilmRates();
+    rates.emplace_back(IrregularRate);
     return rates;
 }
 
@@ -49,11 +61,15 @@ inline std::string NumberedFilm(const std::string& Rate, const std::string& Cont
     const std::string master = path("mp4");
     if (!std::filesystem::exists(master))
     {
-        const bool bVariable = Rate == "variable";
+        const std::string times = Rate == "jitter"        ? "(N+0.15*sin(N*N))/30"
+                                  : Rate == "gaps"        ? "(N+floor(N/3)+floor(N/7)*2)/50"
+                                  : Rate == IrregularRate ? "N*0.04+0.002*mod(N*7\\,16)"
+                                                          : "";
+        const bool bVariable = !times.empty();
         MakeMedia(
             "-f lavfi -i \"color=c=black:size=32x18:rate=" + (bVariable ? "25" : Rate) +
                 ",format=yuv420p,geq=lum='30+2*N':cb=128:cr=128,scale=64:36:flags=neighbor" +
-                (bVariable ? ",settb=1/90000,setpts='(N*0.04+0.002*mod(N*7\\,16))/TB'" : "") +
+                (bVariable ? ",settb=1/90000,setpts='(" + times + ")/TB'" : "") +
                 "\" -f lavfi -i sine=frequency=440:sample_rate=48000 -frames:v " +
                 std::to_string(FilmFrames) +
                 " -shortest -c:v libx264 -preset medium -bf 3 -g 30 -qp 2 -pix_fmt yuv420p -c:a "
@@ -66,13 +82,21 @@ inline std::string NumberedFilm(const std::string& Rate, const std::string& Cont
     const std::string made = path(Container);
     if (!std::filesystem::exists(made))
     {
-        MakeMedia("-i " + master +
-                      (Container == "webm"
-                           ? " -c:v libvpx -auto-alt-ref 1 -lag-in-frames 10 -g 30 -b:v 2M -qmin 0 "
-                             "-qmax 4 "
-                             "-fps_mode passthrough -enc_time_base 1/1000 -c:a libopus"
-                           : " -c copy"),
-                  made);
+        std::string codecs = "-c copy";
+        if (Container == "webm")
+        {
+            codecs = "-c:v libvpx -auto-alt-ref 1 -lag-in-frames 10 -g 30 -b:v 2M -qmin 0 -qmax 4 "
+                     "-fps_mode passthrough -enc_time_base 1/1000 -c:a libopus";
+        }
+        else if (Container == "mkv" && Rate == "gaps")
+        {
+            // A copy would say the average rate in its header, which ffmpeg takes for the beat of an export.
+            codecs = "-c:v libx264 -bf 3 -g 30 -qp 2 -fps_mode passthrough -r 50 -c:a copy";
+        }
+        std::string arguments = "-i ";
+        arguments += master;
+        arguments += ' ';
+        MakeMedia(arguments + codecs, made);
     }
     return made;
 }
@@ -93,21 +117,4 @@ inline std::string OutputOf(const std::string& Command)
         throw std::runtime_error("failed: " + Command);
     }
     return output;
-}
-
-/// The numbers of the frames of such a film, or of what was cut from it, in order of showing.
-inline std::vector<int> NumbersIn(const std::string& Path)
-{
-    // One byte a frame.
-    const std::string shades =
-        OutputOf("ffmpeg -nostdin -v error -i '" + Path +
-                 "' -map 0:v -vf crop=16:16:24:10,scale=1:1:flags=area:out_range=tv,extractplanes=y"
-                 " -fps_mode passthrough -f rawvideo -");
-    std::vector<int> numbers;
-    for (const char shade : shades)
-    {
-        numbers.push_back(static_cast<int>(
-            std::lround((static_cast<double>(static_cast<unsigned char>(shade)) - 30.0) / 2.0)));
-    }
-    return numbers;
 }
