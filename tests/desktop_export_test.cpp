@@ -431,6 +431,7 @@ private Q_SLOTS:
         stage.AwaitRuns(2);
         QCOMPARE(stage.States(), std::vector({Done, Running, Queued}));
         QVERIFY(stage.Progress().text().startsWith("Middle"));
+        QCOMPARE(stage->Exports().FractionOfAll(), 1.0 / 3.0); // as the task bar shows it
         stage.LetItEnd();
         stage.AwaitRuns(3);
         stage.LetItEnd();
