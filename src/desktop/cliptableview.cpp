@@ -84,12 +84,13 @@ private:
                 QRect(Option.rect.topLeft(), QSize(CurrentBarPx, Option.rect.height())),
                 Theme::Accent);
         }
-        QRect room = Option.rect.adjusted(NameMarginPx, 0, -NameMarginPx, 0);
+        QRect room = Option.rect.adjusted(NameMarginPx, 0, -1, 0);
         room.setRight(PaintState(Painter, room, Option.fontMetrics, shown));
+        room.adjust(0, (room.height() - Option.fontMetrics.height()) / 2, 0, 0);
         Painter.setFont(Option.font);
         Painter.setPen(Theme::Text);
         Painter.drawText(
-            room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+            room, Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine,
             Option.fontMetrics.elidedText(Index.data().toString(), Qt::ElideRight, room.width()));
         Painter.restore();
     }
@@ -100,7 +101,7 @@ private:
                           const QFontMetrics& Metrics,
                           const ClipExport& Shown)
     {
-        const int gapPx = Theme::ScaledPx(4);
+        const int gapPx = Theme::ScaledPx(2);
         if (Shown.State == ExportState::None)
         {
             return Room.right();
