@@ -17,6 +17,7 @@ int main(int argc, char** argv)
         OpenMissingStandardStreams();
         SurviveBrokenPipes();
         LearnHowChildrenEnd();
+        SetMissingPath();
         KeepDecimalPoint();
         LogToStandardError();
         const CommandLine commandLine = ParseCommandLine(argc, argv);
@@ -30,7 +31,7 @@ int main(int argc, char** argv)
         case CommandLine::Command::Export:
             return RunExport(commandLine.Export);
         case CommandLine::Command::OpenWindow:
-            return RunDesktop(commandLine.Window, argc, argv);
+            return RunDesktop(commandLine.Window);
         }
     }
     catch (const std::exception& error)

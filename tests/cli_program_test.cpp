@@ -631,6 +631,23 @@ TEST_F(CliExport, WorksThoughItsOwnFolderIsGone)
     EXPECT_GT(fs::file_size(Clips / "clip_00000_a.mkv"), 1000U);
 }
 
+// The shell and the C library take the current folder then.
+TEST_F(CliExport, RunsNoFfmpegOfTheCurrentFolderWithoutAPath)
+{
+    const FakeFfmpeg fake(Work);
+    for (const bool bEmpty : {false, true})
+    {
+        Setup.Environment.erase("PATH");
+        if (bEmpty)
+        {
+            Setup.Environment["PATH"] = "";
+        }
+        const ProgramRun::End end = Export({"--clip", "0-1"});
+        EXPECT_EQ(end.ExitCode, 0) << end.Err;
+        EXPECT_EQ(fake.Runs(), 0U) << bEmpty;
+    }
+}
+
 TEST_F(CliExport, TellsWhenTheSourceCanNoLongerBeLookedFor)
 {
     fs::create_directory(Work / "in");

@@ -74,7 +74,18 @@ target_compile_definitions(typist PRIVATE QT_NO_KEYWORDS)
 set_target_properties(typist PROPERTIES
     AUTOMOC ON PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/plugins/generic)
 target_link_libraries(typist PRIVATE Qt6::Widgets Qt6::Test)
+# What no name of a file may have it load.
+add_library(trespasser MODULE trespasser.cpp)
+movane_settings(trespasser)
+set_target_properties(trespasser PROPERTIES
+    AUTOMOC ON PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/trespasser)
+target_link_libraries(trespasser PRIVATE Qt6::Core)
 movane_test(desktop_program_test SOURCES desktop_program_test.cpp)
 target_compile_definitions(desktop_program_test PRIVATE
-    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins")
-add_dependencies(desktop_program_test movane typist)
+    MOVANE_PROGRAM="$<TARGET_FILE:movane>" MOVANE_TEST_PLUGINS="${CMAKE_CURRENT_BINARY_DIR}/plugins"
+    MOVANE_TEST_TRESPASSER="$<TARGET_FILE:trespasser>")
+add_dependencies(desktop_program_test movane typist trespasser)
+
+# Each container is a test of its own: two hundred exports.
+movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp)

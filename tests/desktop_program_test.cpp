@@ -33,6 +33,7 @@ protected:
             {"MOVANE_TEST_KEYS", KeysPipe.native()},
             {"MOVANE_TEST_TEXTS", TextsFile.native()},
             {"MOVANE_AUDIO", "null"},
+            {"LC_ALL", "C.UTF-8"}, // Qt 6.8 says on standard error that it dislikes another
             {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"}};
         Setup.Environment.insert(further.begin(), further.end());
     }
@@ -152,9 +153,9 @@ TEST_F(DesktopProgram, EndsWhenTheLossOfClipsIsAccepted)
 TEST_F(DesktopProgram, StopsTheRealEncoderAtSigterm)
 {
     const fs::path source = Work / "long.mp4";
-    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", source.native());
+    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy -t 2000", source.native());
     const auto run = Start({source.native()}, "long.mp4");
-    ExportTheWhole("33:33");
+    ExportTheWhole("33:20");
     EndInOrder(*run);
     EXPECT_THAT(NamesIn(Clips), IsEmpty());
 }
@@ -192,7 +193,7 @@ TEST_F(DesktopProgram, EndsInOrderAtAnyMoment)
     std::mt19937 random(static_cast<unsigned>(seed));
     std::uniform_int_distribution moment(0, 1500);
     const fs::path source = Work / "long.mp4";
-    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", source.native());
+    MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy -t 2000", source.native());
     Setup.Arguments = {SampleVideo(), source.native()};
     int killedEarly = 0;
     std::chrono::milliseconds longest{0};
@@ -212,7 +213,7 @@ TEST_F(DesktopProgram, EndsInOrderAtAnyMoment)
         }
         else if (i % 4 == 3)
         {
-            ASSERT_NO_FATAL_FAILURE(SaveTheWhole("33:33"));
+            ASSERT_NO_FATAL_FAILURE(SaveTheWhole("33:20"));
             Type("E\n");
         }
         // Not to wait for something: the moment is what is tried.
@@ -342,6 +343,126 @@ TEST_F(DesktopProgram, OpensTheFileThatTheSystemFindsBehindALink)
     fs::copy_file(SampleVideo(), Work / "real/there.mp4");
     fs::create_directory_symlink(Work / "real/sub", Work / "link");
     EndInOrder(*Start({(Work / "link/../there.mp4").native()}, "Source: there.mp4"));
+}
+
+// The toolkit has options of its own, which take files and plugins.
+TEST_F(DesktopProgram, TakesEachArgumentForAFileWhateverTheToolkitWouldDoWithIt)
+{
+    const std::vector<std::string> names = {
+        "-platform",        "-platformpluginpath", "-platformtheme", "-plugin",
+        "-qwindowgeometry", "-qwindowicon",        "-qwindowtitle",  "-style",
+        "-style=windows",   "-stylesheet",         "-session",       "-reverse",
+        "-display",         "-geometry",           "-title",         "-qmljsdebugger=port:1",
+        "--platform",       "--stylesheet"};
+    Setup.WorkingFolder = Work / "folder";
+    fs::create_directory(Setup.WorkingFolder);
+    for (const std::string& name : names)
+    {
+        fs::copy_file(SampleVideo(), Setup.WorkingFolder / name);
+    }
+    for (std::size_t i = 0; i < names.size(); i += 3)
+    {
+        const auto run =
+            Start({"--", names[i], names[i + 1], names[i + 2]}, "Source: " + names[i + 2]);
+        for (std::size_t j = i; j < i + 3; ++j)
+        {
+            EXPECT_TRUE(Shows("\n" + names[j] + " – ")) << names[j];
+        }
+        EndInOrder(*run);
+    }
+}
+
+TEST_F(DesktopProgram, LoadsNoPluginThatFilesOfTheCurrentFolderName)
+{
+    const fs::path trespass = Folder.Path() / "trespass";
+    Setup.Environment["MOVANE_TEST_TRESPASS"] = trespass.native();
+    Setup.WorkingFolder = Work / "folder";
+    for (const char* folder : {"-platformq", "platforms", "plugins/platforms", "generic", "styles"})
+    {
+        fs::create_directories(Setup.WorkingFolder / folder);
+        fs::copy_file(MOVANE_TEST_TRESPASSER, Setup.WorkingFolder / folder / "trespasser.so");
+    }
+    for (const char* name : {"-platform", "-platform0", "-platformpluginpath", "z.mp4"})
+    {
+        fs::copy_file(SampleVideo(), Setup.WorkingFolder / name);
+    }
+    for (const char* name : {"qt.conf", "qt6.conf"})
+    {
+        WriteFile(Setup.WorkingFolder / name, "[Paths]\nPrefix=.\nPlugins=.\n");
+    }
+    Setup.Arguments = {"--",         "-platform", "-platform0", "-platformpluginpath",
+                       "-platformq", "z.mp4"};
+    EndInOrder(*Start(Setup.Arguments, "-platformpluginpath – "));
+    EXPECT_FALSE(fs::exists(trespass));
+}
+
+// -- What a file makes the program open
+
+TEST_F(DesktopProgram, OpensNothingButTheGivenFileAndNoSocketWhateverItHolds)
+{
+    if (access("/usr/bin/strace", X_OK) != 0)
+    {
+        GTEST_SKIP() << "needs strace";
+    }
+    const fs::path folder = Work / "folder";
+    const std::map<std::string, std::string> texts = {
+        {"sdp.mp4", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 239.255.0.1\nt=0 0\n"
+                    "m=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n"},
+        {"ffconcat.mp4", "ffconcat version 1.0\nfile other.mp4\nfile other.m3u8\n"},
+        {"hls.mp4", "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:4\n#EXTINF:4,\nother.ts\n"
+                    "#EXT-X-ENDLIST\n"},
+        {"dash.mp4",
+         "<?xml version=\"1.0\"?><MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
+         "mediaPresentationDuration=\"PT4S\" "
+         "profiles=\"urn:mpeg:dash:profile:isoff-on-demand:2011\">"
+         "<Period><AdaptationSet mimeType=\"video/mp4\"><Representation id=\"1\" bandwidth=\"1\">"
+         "<BaseURL>other.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>\n"},
+        {"edl.mp4", "# mpv EDL v0\nother.mp4,0,1\n"},
+        {"cue.cue", "FILE \"other.mp4\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n"},
+        {"list.m3u", "#EXTM3U\nother.mp4\n"},
+        {"list.pls", "[playlist]\nFile1=other.mp4\nNumberOfEntries=1\n"},
+        {"VIDEO_TS.IFO", "DVDVIDEO-VMG" + std::string(4000, '\0')},
+        {"index.bdmv", "INDX0200" + std::string(4000, '\0')}};
+    for (const auto& [name, text] : texts)
+    {
+        WriteFile(folder / name, text);
+    }
+    // By its name a list of pictures; clip1.png is there.
+    for (const char* name : {"clip%d.png", "clip1.png", "other.mp4", "other.ts", "other.m3u8"})
+    {
+        fs::copy_file(SampleVideo(), folder / name);
+    }
+    std::vector<std::string> given = {"clip%d.png"};
+    for (const auto& [name, text] : texts)
+    {
+        given.push_back(name);
+    }
+    const fs::path trace = Folder.Path() / "trace";
+    Setup.Program = "/usr/bin/strace";
+    Setup.WorkingFolder = folder;
+    Setup.Environment["ASAN_OPTIONS"] = "detect_leaks=0"; // it can't be traced itself
+    std::vector<std::string> arguments = {
+        "-f", "-qq",          "-s",           "4096", "-e", "trace=open,openat,openat2,socket",
+        "-o", trace.native(), MOVANE_PROGRAM, "--"};
+    arguments.insert(arguments.end(), given.begin(), given.end());
+    const auto run = Start(arguments, (folder / given.back()).native() + " is not ");
+    Type("Ctrl+Q\n");
+    EXPECT_EQ(run->Finish().ExitCode, 0);
+
+    std::set<std::string> opened;
+    for (const std::string& line : LinesOf(ReadFile(trace)))
+    {
+        EXPECT_THAT(line, Not(HasSubstr("socket(AF_INET")));
+        const std::size_t begin = line.find(folder.native() + '/');
+        if (begin != std::string::npos)
+        {
+            const std::size_t name = begin + folder.native().size() + 1;
+            opened.insert(line.substr(name, line.find('"', name) - name));
+        }
+        EXPECT_THAT(line, Not(HasSubstr("\"other"))); // by a relative name
+        EXPECT_THAT(line, Not(HasSubstr("\"clip1")));
+    }
+    EXPECT_EQ(opened, std::set<std::string>(given.begin(), given.end()));
 }
 
 // -- Surroundings

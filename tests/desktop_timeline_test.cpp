@@ -272,18 +272,28 @@ private Q_SLOTS:
         QCOMPARE(pEdits->count(), 1);
     }
 
-    void ADraggedEndSnapsToFrames()
+    void ADraggedEndGoesWhereTheRuleSays()
     {
+        pTimeline->SetDragRule(
+            [](const TimelineRange& Before, RangeEnd End, double HandSec)
+            {
+                const bool bIn = End == RangeEnd::In;
+                const double sec = std::round(HandSec);
+                return bIn ? TimelineDrag{{sec, Before.EndSec}, sec + 0.25}
+                           : TimelineDrag{{Before.StartSec, sec}, sec - 0.25};
+            });
         pTimeline->SetState(WithRange(5.0, 10.0));
         const QPoint in = OnGrip(RangeEnd::In, 5.0);
         DragFromTo(in, in + QPoint(53, 0)); // 6.06 s
-        QVERIFY(IsNear(pEdits->at(0).at(0).toDouble(), 152 / 25.0));
-
-        TimelineState unknownRate = WithRange(5.0, 10.0);
-        unknownRate.FramesPerSecond = 0.0;
-        pTimeline->SetState(unknownRate);
-        DragFromTo(in, in + QPoint(53, 0));
-        QVERIFY(IsNear(pEdits->at(1).at(0).toDouble(), 6.06));
+        QCOMPARE(pEdits->at(0).at(0).toDouble(), 6.0);
+        QCOMPARE(SecsOf(*pSeeks).back(), 1.0);
+        const std::vector<double> seeks = SecsOf(*pSeeks);
+        QVERIFY(std::ranges::find(seeks, 6.25) != seeks.end());
+        const QPoint out = OnGrip(RangeEnd::Out, 10.0);
+        DragFromTo(out, out + QPoint(47, 0));
+        QCOMPARE(pEdits->at(1).at(1).toDouble(), 11.0);
+        const std::vector<double> seeksOfOut = SecsOf(*pSeeks);
+        QVERIFY(std::ranges::find(seeksOfOut, 10.75) != seeksOfOut.end());
     }
 
     void AGripThatWasOnlyPressedMovesNoPlayhead()
@@ -356,16 +366,16 @@ private Q_SLOTS:
         QCOMPARE(pSeeks->count(), 0);
     }
 
-    void AnEndStopsAFrameBeforeTheOther()
+    void WithoutARuleAnEndStopsAtTheOther()
     {
         pTimeline->SetState(WithRange(5.0, 10.0));
         DragFromTo(OnGrip(RangeEnd::In, 5.0), OnGrip(RangeEnd::In, 15.0));
         QCOMPARE(pEdits->count(), 1);
-        QVERIFY(IsNear(pEdits->at(0).at(0).toDouble(), 9.96));
+        QCOMPARE(pEdits->at(0).at(0).toDouble(), 10.0);
         pTimeline->SetState(WithRange(5.0, 9.0));
         DragFromTo(OnGrip(RangeEnd::Out, 9.0), OnGrip(RangeEnd::Out, 2.0));
         QCOMPARE(pEdits->count(), 2);
-        QVERIFY(IsNear(pEdits->at(1).at(1).toDouble(), 5.04));
+        QCOMPARE(pEdits->at(1).at(1).toDouble(), 5.0);
     }
 
     void AnEndStaysWithinTheSource()

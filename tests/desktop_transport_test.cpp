@@ -61,7 +61,8 @@ TransportState OpenFile()
     state.bHasFile = true;
     state.TimeSec = 1.5;
     state.DurationSec = 20.0;
-    state.FramesPerSecond = 25.0;
+    state.Frame = 37;
+    state.FrameCount = 500;
     return state;
 }
 
@@ -168,9 +169,13 @@ void DesktopTransportTest::ShowsTheTimeToTheMillisecondAndTheFrame()
     BarWindow window;
     TransportState state = OpenFile();
     state.TimeSec = 12.3456;
+    state.Frame = 308;
     window.Bar.SetState(state);
     QCOMPARE(window.TextOf("Time"), "0:00:12.346 / 0:00:20.000");
-    QCOMPARE(window.TextOf("Frame"), "Frame 309");
+    QCOMPARE(window.TextOf("Frame"), "Frame 308");
+    state.RangeFrames = 25;
+    window.Bar.SetState(state);
+    QCOMPARE(window.TextOf("Frame"), "Frame 308, range 25");
 }
 
 void DesktopTransportTest::ShowsOnlyTheTimeWhenTheRestIsUnknown()
@@ -178,7 +183,8 @@ void DesktopTransportTest::ShowsOnlyTheTimeWhenTheRestIsUnknown()
     BarWindow window;
     TransportState state = OpenFile();
     state.DurationSec = 0.0;
-    state.FramesPerSecond = 0.0;
+    state.Frame.reset(); // not counted yet
+    state.FrameCount.reset();
     window.Bar.SetState(state);
     QCOMPARE(window.TextOf("Time"), "0:00:01.500");
     QVERIFY(!window.Find<QLabel>("Frame").isVisible());
@@ -189,10 +195,12 @@ void DesktopTransportTest::KeepsItsWidthWhileTheTimeRuns()
     BarWindow window;
     TransportState state = OpenFile();
     state.TimeSec = 0.0;
+    state.Frame = 0;
     window.Bar.SetState(state);
     const int firstPx = window.Bar.minimumSizeHint().width();
     const int frameWidthPx = window.Find<QLabel>("Frame").sizeHint().width();
     state.TimeSec = 20.0;
+    state.Frame = 499;
     window.Bar.SetState(state);
     QCOMPARE(window.Bar.minimumSizeHint().width(), firstPx);
     QCOMPARE(window.Find<QLabel>("Frame").sizeHint().width(), frameWidthPx);

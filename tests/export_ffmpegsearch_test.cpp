@@ -13,7 +13,7 @@ namespace
 {
 namespace fs = std::filesystem;
 
-class FfmpegSearch : public testing::Test
+class FfmpegOnPath : public testing::Test
 {
 protected:
     fs::path MakeProgram(const fs::path& Name, fs::perms Mode = fs::perms::owner_all) const
@@ -27,17 +27,17 @@ protected:
 
     TempFolder Folder;
 };
-using EncoderFront = FfmpegSearch;
+using EncoderFront = FfmpegOnPath;
 } // namespace
 
-TEST_F(FfmpegSearch, TakesTheFirstEntryThatHasOne)
+TEST_F(FfmpegOnPath, TakesTheFirstEntryThatHasOne)
 {
     const fs::path first = MakeProgram("b/ffmpeg");
     MakeProgram("c/ffmpeg");
     EXPECT_EQ(FindFfmpeg(In("a") + ':' + In("b") + ':' + In("c")), first);
 }
 
-TEST_F(FfmpegSearch, PassesOverFoldersAndWhatMayNotBeExecuted)
+TEST_F(FfmpegOnPath, PassesOverFoldersAndWhatMayNotBeExecuted)
 {
     fs::create_directories(Folder.Path() / "a/ffmpeg");
     MakeProgram("b/ffmpeg", fs::perms::owner_read);
@@ -47,7 +47,7 @@ TEST_F(FfmpegSearch, PassesOverFoldersAndWhatMayNotBeExecuted)
     EXPECT_EQ(FindFfmpeg(In("a") + ':' + In("b") + ':' + In("c") + ':' + In("d")), good);
 }
 
-TEST_F(FfmpegSearch, TakesAnEmptyEntryForTheCurrentFolder)
+TEST_F(FfmpegOnPath, TakesAnEmptyEntryForTheCurrentFolder)
 {
     const fs::path here = MakeProgram("here/ffmpeg");
     const fs::path earlier = fs::current_path();
@@ -60,7 +60,7 @@ TEST_F(FfmpegSearch, TakesAnEmptyEntryForTheCurrentFolder)
     fs::current_path(earlier);
 }
 
-TEST_F(FfmpegSearch, EndsAtTheFixedPlaces)
+TEST_F(FfmpegOnPath, EndsAtTheFixedPlaces)
 {
     const std::string last = fs::exists("/usr/bin/ffmpeg")    ? "/usr/bin/ffmpeg"
                              : fs::exists("/usr/sbin/ffmpeg") ? "/usr/sbin/ffmpeg"
@@ -68,7 +68,7 @@ TEST_F(FfmpegSearch, EndsAtTheFixedPlaces)
     EXPECT_EQ(FindFfmpeg(In("a")), last);
 }
 
-TEST_F(FfmpegSearch, ReadsPathAndNoOtherVariable)
+TEST_F(FfmpegOnPath, ReadsPathAndNoOtherVariable)
 {
     const fs::path good = MakeProgram("a/ffmpeg");
     const EnvironmentGuard path("PATH", In("a"));

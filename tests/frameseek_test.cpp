@@ -84,7 +84,7 @@ TEST_P(FramesInThePlayer, AreShownFromTheirTimeToTheNextOnes)
     const unsigned seed = std::random_device{}();
     std::mt19937 random(seed);
     std::string error;
-    for (const std::string& rate : FilmRates())
+    for (const std::string& rate : FilmRatesAndIrregular())
     {
         SCOPED_TRACE(rate + ", seed " + std::to_string(seed));
         ASSERT_TRUE(pVideo->Open(NumberedFilm(rate, GetParam()), error)) << error;

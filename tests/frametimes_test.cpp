@@ -58,7 +58,7 @@ const std::atomic<bool> bNeverStop{false};
 
 TEST_P(FrameTimesOf, AreThoseOfTheDecodedFrames)
 {
-    for (const std::string& rate : FilmRates())
+    for (const std::string& rate : FilmRatesAndIrregular())
     {
         SCOPED_TRACE(rate);
         const std::string path = NumberedFilm(rate, GetParam());
@@ -82,7 +82,7 @@ TEST_P(FrameTimesOf, AreTheSameAfterASeek)
 {
     const unsigned seed = std::random_device{}();
     std::mt19937 random(seed);
-    for (const std::string& rate : FilmRates())
+    for (const std::string& rate : FilmRatesAndIrregular())
     {
         SCOPED_TRACE(rate + ", seed " + std::to_string(seed));
         const std::string path = NumberedFilm(rate, GetParam());

@@ -4,7 +4,6 @@ pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 
 movane_test(media_test
     SOURCES
-        framenumber_test.cpp
         mediafile_test.cpp
         mpvvideo_test.cpp
     LIBRARIES movane_player PkgConfig::MPV)

@@ -26,6 +26,7 @@
 #include <QSocketNotifier>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -118,7 +119,7 @@ std::string FirstMissingFile(const WindowOptions& Options)
 }
 } // namespace
 
-int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Arguments)
+int RunDesktop(const WindowOptions& Options)
 {
     if (const std::string missing = FirstMissingFile(Options); !missing.empty())
     {
@@ -151,7 +152,9 @@ int RunDesktop(const WindowOptions& Options, int& ArgumentCount, char** Argument
     const WakeUp stopWish; // for the thread of the signals, which outlives the application
     const StopSignals stop([&stopWish] { stopWish.Post(); }, [] {});
 
-    QApplication application(ArgumentCount, Arguments);
+    int argumentCount = 1; // both for the application's life
+    std::array<char*, 2> arguments = {const_cast<char*>("movane"), nullptr};
+    QApplication application(argumentCount, arguments.data());
     KeepDecimalPoint(); // the toolkit has just taken the user's locale
     QApplication::setApplicationName("movane");
     QApplication::setApplicationDisplayName("Movane");

@@ -4,12 +4,14 @@
 #include "desktop/videodocument.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
+#include "player/mpvvideo.h"
 #include "process/sentences.h"
 
 #include <algorithm>
 #include <array>
 #include <exception>
 #include <optional>
+#include <vector>
 
 namespace
 {
@@ -228,25 +230,31 @@ void Commands::SeekTo(double Sec)
     WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
 }
 
-// Direction is -1 for the marker before the playhead and 1 for the one behind it.
+// Direction is -1 for the marker before the playhead and 1 for the one behind it. A marker between two frames
+// may belong to the frame that is shown already: then it is the next one's turn.
 void Commands::GoToMarkerBeside(double Direction)
 {
     WithDocument(
         [Direction](VideoDocument& Document)
         {
             const double nowSec = Document.pVideo->CurrentTimeSec();
-            std::optional<double> nearestSec;
+            std::vector<double> distances;
             for (const MvTimeControl::Marker& marker : Document.Timeline().Markers)
             {
                 const double distanceSec = (marker.TimeSec - nowSec) * Direction;
                 if (distanceSec > SamePlaceSec)
                 {
-                    nearestSec = std::min(distanceSec, nearestSec.value_or(distanceSec));
+                    distances.push_back(distanceSec);
                 }
             }
-            if (nearestSec)
+            std::ranges::sort(distances);
+            for (const double distanceSec : distances)
             {
-                Document.SeekTo(nowSec + *nearestSec * Direction);
+                Document.SeekTo(nowSec + distanceSec * Direction);
+                if (Document.pVideo->CurrentTimeSec() != nowSec)
+                {
+                    break;
+                }
             }
         });
 }
@@ -334,19 +342,35 @@ void Commands::DeleteClip()
     RunPanelAction(&MvClipControlPanel::DeleteSelectedClip);
 }
 
+// The panel asks the player for a time. What is to be seen is the first or the last frame of the clip's
+// file, so the player is told which of them is meant.
+void Commands::RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast)
+{
+    VideoDocument* const document = Running.TargetDocument();
+    const MvClipControlPanel::SavedClip* const clip = Running.Panel().SelectedClip();
+    if (document == nullptr || clip == nullptr)
+    {
+        RunPanelAction(Action);
+        return;
+    }
+    document->Player().SetSeekFrame(MpvVideo::ClipFrame{clip->StartSec, clip->EndSec, bLast});
+    RunPanelAction(Action);
+    document->Player().SetSeekFrame(std::nullopt);
+}
+
 void Commands::LoadClip()
 {
-    RunPanelAction(&MvClipControlPanel::LoadSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::LoadSelectedClip, false);
 }
 
 void Commands::JumpToIn()
 {
-    RunPanelAction(&MvClipControlPanel::JumpToSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::JumpToSelectedClip, false);
 }
 
 void Commands::JumpToOut()
 {
-    RunPanelAction(&MvClipControlPanel::JumpOutSelectedClip);
+    RunSeekingAction(&MvClipControlPanel::JumpOutSelectedClip, true);
 }
 
 void Commands::ExportClip()

@@ -110,6 +110,7 @@ private:
     void SetTextScale(double Scale);
     void SelectClipBeside(int Step);
     void RunPanelAction(void (MvClipControlPanel::*Action)());
+    void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
 
     Session& Running;
 };

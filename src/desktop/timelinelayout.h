@@ -86,6 +86,13 @@ struct TimelineRange
     bool operator==(const TimelineRange&) const = default;
 };
 
+/// What a drag of an end has led to.
+struct TimelineDrag
+{
+    TimelineRange Range;
+    double ShownSec = 0.0; ///< whose picture is shown meanwhile
+};
+
 /// All that is painted and picked in one moment; borrowed for the call.
 struct TimelinePicture
 {

@@ -27,7 +27,6 @@ constexpr double ZoomPerNotch = 1.25;
 constexpr double ZoomPerStep = 1.5;
 constexpr double PanPerNotch = 0.1; // of the width
 constexpr double PanPerPage = 0.9;  // of the width
-constexpr double FrameSecWhenUnknown = 0.04;
 
 std::optional<TimelineRange> DrawableRange(const TimelineState& State)
 {
@@ -252,31 +251,22 @@ void TimelineWidget::Drag(QPointF Point)
     }
 }
 
-// An end stops a frame before the other one; only a range that was reversed already may stay so.
+TimelineDrag TimelineWidget::FreeDrag(const TimelineRange& Before, RangeEnd End, double HandSec)
+{
+    const bool bIn = End == RangeEnd::In;
+    const double sec = bIn ? std::min(HandSec, Before.EndSec) : std::max(HandSec, Before.StartSec);
+    return {bIn ? TimelineRange{sec, Before.EndSec} : TimelineRange{Before.StartSec, sec}, sec};
+}
+
 void TimelineWidget::DragRange(double Px)
 {
     const TimelineRange before = Held.RangeBefore;
-    const bool bIn = Held.End == RangeEnd::In;
-    const double grabbedSec = bIn ? before.StartSec : before.EndSec;
+    const double grabbedSec = Held.End == RangeEnd::In ? before.StartSec : before.EndSec;
     const double movedPx = Px - Held.PressPoint.x();
-    const double rate = Shown.FramesPerSecond;
     const double handSec = View.SecAt(Held.ViewBefore.PxOf(grabbedSec) + movedPx);
-    const double sec = rate > 0.0 ? std::round(handSec * rate) / rate : handSec;
-    const double frameSec =
-        Shown.FramesPerSecond > 0.0 ? 1.0 / Shown.FramesPerSecond : FrameSecWhenUnknown;
-    const bool bReversed = before.EndSec < before.StartSec;
-    if (bIn)
-    {
-        Held.Range.StartSec =
-            bReversed ? sec : std::max(std::min(sec, before.EndSec - frameSec), 0.0);
-    }
-    else
-    {
-        Held.Range.EndSec =
-            bReversed ? sec
-                      : std::min(std::max(sec, before.StartSec + frameSec), View.DurationSec());
-    }
-    SeekTo(bIn ? Held.Range.StartSec : Held.Range.EndSec);
+    const TimelineDrag drag = RuleOfDrag(before, Held.End, handSec);
+    Held.Range = drag.Range;
+    SeekTo(drag.ShownSec);
 }
 
 // Beyond the ends of a zoomed view the hand pulls it along, faster the farther it is.

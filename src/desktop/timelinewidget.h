@@ -13,6 +13,10 @@
 
 #include <QWidget>
 
+#include <functional>
+#include <optional>
+#include <utility>
+
 class TimelineWidget : public QWidget
 {
     Q_OBJECT
@@ -32,6 +36,12 @@ public:
     /// What is painted now, a drag's working copy and the pointer's line included. Borrows from the
     /// widget: valid until it changes.
     TimelinePicture Picture() const;
+
+    /// Sets what tells the range whose End (that of Before) was dragged to HandSec: where frames begin is
+    /// not the widget's to know. Without it an end goes with the hand, up to the other one.
+    using DragRule =
+        std::function<TimelineDrag(const TimelineRange& Before, RangeEnd End, double HandSec)>;
+    void SetDragRule(DragRule NewRule) { RuleOfDrag = std::move(NewRule); }
 
     /// Emits SeekRequested for a time, kept within the source.
     void RequestSeek(double Sec);
@@ -108,6 +118,7 @@ private:
 
     void Press(QPointF Point);
     void Drag(QPointF Point);
+    static TimelineDrag FreeDrag(const TimelineRange& Before, RangeEnd End, double HandSec);
     void DragRange(double Px);
     void PullView(double Px);
     void SeekTo(double Sec);
@@ -121,6 +132,7 @@ private:
     TimelineRows Places;
     TimelineIndex Index;
     Hold Held;
+    DragRule RuleOfDrag = &TimelineWidget::FreeDrag;
     std::optional<double> PointerPx; ///< while the pointer is over the widget
     std::optional<RangeEnd> HotEnd;
 };

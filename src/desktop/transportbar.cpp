@@ -2,7 +2,6 @@
 
 #include "desktop/theme.h"
 #include "desktop/timetext.h"
-#include "media/framenumber.h"
 
 #include <QAction>
 #include <QEvent>
@@ -51,14 +50,14 @@ QString TimesText(const TransportState& State)
 // As wide as that of the last frame, so that nothing moves while the numbers run.
 QString FrameText(const TransportState& State)
 {
-    if (!State.bHasFile || State.FramesPerSecond <= 0.0)
+    if (!State.Frame || !State.FrameCount)
     {
         return {};
     }
-    const auto numberAt = [&](double Sec)
-    { return QString::number(FrameNumber(Sec, State.FramesPerSecond, State.DurationSec)); };
-    return "Frame " +
-           numberAt(State.TimeSec).leftJustified(numberAt(State.DurationSec).size(), ' ');
+    const qsizetype digits =
+        QString::number(std::max<std::int64_t>(*State.FrameCount - 1, 0)).size();
+    const QString frame = "Frame " + QString::number(*State.Frame).leftJustified(digits, ' ');
+    return State.RangeFrames ? frame + ", range " + QString::number(*State.RangeFrames) : frame;
 }
 
 // The style's own slider keeps its size when the text grows.
@@ -149,7 +148,7 @@ QWidget* TransportBar::MakeTimeGroup()
     pTime->setToolTip("Time and length, in hours, minutes and seconds");
     pFrame = new QLabel(group);
     pFrame->setObjectName("Frame");
-    pFrame->setToolTip("Number of the frame, counted from 0");
+    pFrame->setToolTip("Number of the frame, counted from 0, and the range's length in frames");
     group->layout()->addWidget(pTime);
     group->layout()->addWidget(pFrame);
     return group;

@@ -5,14 +5,18 @@
 
 #pragma once
 
+#include "desktop/timelinelayout.h"
 #include "host/mvvideowindow.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
+class FrameTimes;
 class MpvVideo;
+struct FramePlace;
 
 class VideoDocument : public MvVideoWindow
 {
@@ -22,14 +26,19 @@ public:
     /// As in the base; a success also drops what was half marked on the file before.
     bool LoadVideoFile(const std::string& Path, bool bPlay) override;
 
-    /// Sets In or Out at a time. A range exists once both are set; until then the one that was set
-    /// waits as pending. With a range, the other end stays where it is, also when In then lies behind
-    /// Out.
+    /// Makes the frame that is shown at a time the first or the last one of the range, in whole
+    /// milliseconds (FrameTimes::RangeOf). A range exists once both are set; until then the one that was
+    /// set waits as pending. With a range, the other frame stays. An In behind Out, or an Out before In,
+    /// begins a new range: the other mark goes.
     void MarkIn(double Sec);
     void MarkOut(double Sec);
     void DropPendingMarks();
-    const std::optional<double>& PendingInSec() const { return PendingIn; }
-    const std::optional<double>& PendingOutSec() const { return PendingOut; }
+    std::optional<double> PendingInSec() const;
+    std::optional<double> PendingOutSec() const;
+
+    /// The range whose one end was dragged to a time: the nearest place between two frames, and never
+    /// past the other end.
+    TimelineDrag DraggedRange(const TimelineRange& Before, RangeEnd End, double HandSec);
 
     /// Moves the playhead, kept within the video. Nothing happens while no file is open.
     void SeekTo(double Sec);
@@ -55,10 +64,22 @@ public:
     unsigned long WindowID() const { return ID; }
 
 private:
+    /// A mark that waits for the other one.
+    struct PendingMark
+    {
+        double Sec = 0.0;         ///< as it would stand in a range
+        std::int64_t FrameUs = 0; ///< of the frame that was shown
+    };
+
+    void SetRange(const FramePlace& First, const FramePlace& Last);
+    bool HasOrderedRange();
+    FrameTimes* Frames() const;
+    std::optional<FramePlace> ShownAt(std::int64_t Us) const;
+
     unsigned long ID;
     MpvVideo* pMpv;
-    std::optional<double> PendingIn;
-    std::optional<double> PendingOut;
+    std::optional<PendingMark> PendingIn;
+    std::optional<PendingMark> PendingOut;
     double SpeedFactor = 1.0;
 
     /// Since when and from where the video has been playing backward.

@@ -9,12 +9,14 @@
 #include "desktop/transportbar.h"
 #include "desktop/videodocument.h"
 #include "host/mvtimecontrol.h"
+#include "media/frametimes.h"
 #include "player/mpvvideo.h"
 
 #include <QMenu>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace
@@ -76,6 +78,8 @@ VideoPane::VideoPane(Session& NewRunning,
     connect(pTimeline, &TimelineWidget::RangeEdited, this,
             [this](double StartSec, double EndSec)
             { Document.Timeline().SetRangeSelection(StartSec, EndSec, false); });
+    pTimeline->SetDragRule([this](const TimelineRange& Before, RangeEnd End, double HandSec)
+                           { return Document.DraggedRange(Before, End, HandSec); });
     connect(pTimeline, &TimelineWidget::MarkerMenuRequested, this, &VideoPane::ShowMarkerMenu);
     connect(&Running, &Session::FrameDone, this, &VideoPane::SyncFromHost);
     Surface->Ready.connect(
@@ -153,15 +157,32 @@ void VideoPane::SyncFromHost()
 {
     // What could not be opened is said in the picture's place only where there is no picture.
     Surface->SetState({Document.HasFile(), Document.HasFile() ? QString() : OpenError});
-    pTransport->SetState({.bHasFile = Document.HasFile(),
-                          .bPlaying = Document.IsPlaying(),
-                          .TimeSec = Document.Timeline().DisplayedTimeSec(),
-                          .DurationSec = Document.Timeline().DurationSec(),
-                          .FramesPerSecond = Document.Player().FramesPerSecond(),
-                          .Speed = Document.Speed(),
-                          .VolumePercent = Running.Volume(),
-                          .bMuted = Running.IsMuted()});
+    pTransport->SetState(MakeTransportState());
     pTimeline->SetState(MakeTimelineState());
+}
+
+TransportState VideoPane::MakeTransportState()
+{
+    const MvTimeControl& timeline = Document.Timeline();
+    TransportState state{.bHasFile = Document.HasFile(),
+                         .bPlaying = Document.IsPlaying(),
+                         .TimeSec = timeline.DisplayedTimeSec(),
+                         .DurationSec = timeline.DurationSec(),
+                         .Speed = Document.Speed(),
+                         .VolumePercent = Running.Volume(),
+                         .bMuted = Running.IsMuted()};
+    if (FrameTimes* const pFrames = Document.Player().Frames();
+        state.bHasFile && pFrames != nullptr)
+    {
+        state.Frame = pFrames->NumberAt(std::llround(state.TimeSec * 1e6));
+        state.FrameCount = pFrames->Count();
+        if (timeline.HasRangeSelection())
+        {
+            state.RangeFrames =
+                pFrames->CountOfClip(timeline.RangeStartSec(), timeline.RangeEndSec());
+        }
+    }
+    return state;
 }
 
 TimelineState VideoPane::MakeTimelineState()

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "desktop/timelineclips.h"
+#include "desktop/transportstate.h"
 #include "desktop/videosurface.h"
 
 #include <QString>
@@ -54,6 +55,7 @@ private:
     void OpenNow(const QString& Path);
     void ShowMarkerMenu(int Index, QPoint GlobalPoint);
     void RemoveMarkerAt(double Sec);
+    TransportState MakeTransportState();
     TimelineState MakeTimelineState();
 
     Session& Running;

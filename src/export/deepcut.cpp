@@ -45,15 +45,19 @@ Cut ChooseCut(SeekTrust Trust,
     {
         return {};
     }
+    // A whole second is a whole number of samples and of ticks in every rate that is a whole number, so
+    // that each time is rounded as in the plain command. Elsewhere one packet of sound in some hundred
+    // would come a millisecond earlier or later.
+    const std::int64_t restMs = InMs % 1000;
     if (Trust == SeekTrust::Exact)
     {
-        return {0};
+        return {restMs};
     }
     for (std::int64_t marginMs = FirstMarginMs; InMs - marginMs >= MinSeekMs; marginMs *= 2)
     {
-        if (HasKeyFrame(InMs - marginMs))
+        if (HasKeyFrame(InMs - marginMs - restMs))
         {
-            return {marginMs};
+            return {marginMs + restMs};
         }
     }
     return {};

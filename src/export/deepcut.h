@@ -37,7 +37,7 @@ struct Cut
     bool operator==(const Cut&) const = default;
 };
 
-/// Chooses the cut for a clip from InMs on.
+/// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
 ///
 /// HasKeyFrame  is asked for SeekTrust::ByKeyFrame alone: whether a key frame of the picture that is at
 ///              or before In is the first that is read after a seek to the given time (milliseconds).

@@ -9,6 +9,7 @@
 #include "export/leftovers.h"
 #include "export/reservedname.h"
 #include "export/sourcefile.h"
+#include "export/tsclock.h"
 
 #include <algorithm>
 #include <array>
@@ -48,6 +49,8 @@ UniqueFd TakeStopSignals()
     }
     sigprocmask(SIG_BLOCK, &stops, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ,
+                SIG_IGN); // a limit on the size of files is told in words, here and by ffmpeg
     std::signal(SIGCHLD, SIG_DFL); // ignored, it would take away how ffmpeg ended
     return UniqueFd(signalfd(-1, &stops, SFD_CLOEXEC | SFD_NONBLOCK));
 }
@@ -210,8 +213,14 @@ std::optional<EncoderPlan> EncoderRun::GuessPlan() const
 EncoderPlan EncoderRun::MakePlan()
 {
     const SourceFacts& facts = Source->Facts();
+    std::optional<bool> steady;
     const auto hasKeyFrame = [&](std::int64_t SeekMs)
     {
+        steady = steady.has_value() ? steady : HasSteadyTsClock(Command.SourcePath);
+        if (!*steady)
+        {
+            return false;
+        }
         const std::optional<double> keySec =
             Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
         return keySec.has_value() && *keySec <= static_cast<double>(Command.InMs) / 1000.0;

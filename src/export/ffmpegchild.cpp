@@ -53,7 +53,6 @@ Become(char* const* pWords, pid_t Parent, int ErrorFd, int ProgressFd, int KeptF
     {
         std::signal(number, SIG_DFL);
     }
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then told in words
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -213,7 +213,7 @@ JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, Sou
     }
     const double pictureEndSec = inSec + Clip->VideoSec.value_or(0.0);
     if (facts.VideoStream.has_value() && pictureEndSec < wantedEndSec - slackSec &&
-        Source.HasAnything(*facts.VideoStream, pictureEndSec + slackSec, outSec) == true)
+        Source.HasAnything(*facts.VideoStream, pictureEndSec + slackSec, outSec - slackSec) == true)
     {
         return name + " has pictures that can't be decoded from " + OneDecimal(pictureEndSec) +
                " s on: set Out earlier and export again.";

@@ -142,15 +142,15 @@ std::optional<SourceFile::Piece> SourceFile::Read()
     const AVRational base = pFile->streams[packet->stream_index]->time_base;
     Piece piece{packet->stream_index, (packet->flags & AV_PKT_FLAG_KEY) != 0,
                 InSec(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, base), 0.0};
-    // What an edit list hides is decoded and never shown.
-    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0)
-    {
-        piece.FromSec.reset();
-    }
     if (piece.FromSec.has_value())
     {
         *piece.FromSec -= StartSec;
         piece.ToSec = *piece.FromSec + static_cast<double>(packet->duration) * av_q2d(base);
+    }
+    // What an edit list hides is decoded and never shown: no place is looked for there.
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0)
+    {
+        piece.FromSec = piece.ToSec = -std::numeric_limits<double>::infinity();
     }
     return piece;
 }
@@ -177,14 +177,14 @@ std::optional<bool> SourceFile::HasAnything(int Stream, double FromSec, double T
     {
         return std::nullopt;
     }
-    bool bTimes = false;
+    bool bTimes = true;
     for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
     {
-        if (!piece->FromSec.has_value())
+        bTimes = piece->FromSec.has_value();
+        if (!bTimes)
         {
             continue;
         }
-        bTimes = true;
         if (piece->Stream == Stream && *piece->FromSec >= FromSec && *piece->FromSec < ToSec)
         {
             return true;
@@ -203,11 +203,11 @@ std::optional<bool> SourceFile::Reaches(double AtSec)
     {
         return std::nullopt;
     }
-    bool bTimes = false;
+    bool bTimes = true;
     for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
     {
-        bTimes = bTimes || piece->FromSec.has_value();
-        if (piece->FromSec.has_value() && piece->ToSec >= AtSec)
+        bTimes = piece->FromSec.has_value();
+        if (bTimes && piece->ToSec >= AtSec)
         {
             return true;
         }

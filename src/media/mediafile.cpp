@@ -1,8 +1,11 @@
 #include "media/mediafile.h"
 
+#include "media/containers.h"
+
 extern "C"
 {
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 }
 
 #include <memory>
@@ -19,11 +22,31 @@ using InputFile = std::unique_ptr<AVFormatContext, CloseInput>;
 // As "file:", so that no name is taken for another protocol. Null when that fails.
 InputFile OpenInput(const std::string& Path)
 {
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "format_whitelist", AllowedContainers, 0);
+    av_dict_set(&options, "protocol_whitelist", AllowedProtocols, 0);
     AVFormatContext* opened = nullptr;
-    const int error = avformat_open_input(&opened, ("file:" + Path).c_str(), nullptr, nullptr);
+    const int error = avformat_open_input(&opened, ("file:" + Path).c_str(), nullptr, &options);
+    av_dict_free(&options);
     return InputFile(error < 0 ? nullptr : opened);
 }
 } // namespace
+
+std::string NameOfRefusedFormat(const std::string& Path)
+{
+    const std::string url = "file:" + Path;
+    AVIOContext* bytes = nullptr;
+    const AVInputFormat* format = nullptr;
+    std::string name;
+    if (avio_open2(&bytes, url.c_str(), AVIO_FLAG_READ, nullptr, nullptr) >= 0 &&
+        av_probe_input_buffer2(bytes, &format, url.c_str(), nullptr, 0, 0) >= 0 &&
+        av_match_list(format->name, AllowedContainers, ',') <= 0)
+    {
+        name = format->long_name != nullptr ? format->long_name : format->name;
+    }
+    avio_closep(&bytes);
+    return name;
+}
 
 bool IsMatroskaWithoutDuration(const std::string& Path)
 {

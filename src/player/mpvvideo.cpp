@@ -1,5 +1,6 @@
 #include "player/mpvvideo.h"
 
+#include "media/containers.h"
 #include "media/mediafile.h"
 #include "media/openfile.h"
 #include "player/mpvnode.h"
@@ -41,6 +42,7 @@ constexpr std::array FixedOptions = {
     MpvOption{"config", "no"},
     MpvOption{"terminal", "no"},
     MpvOption{"load-scripts", "no"},
+    MpvOption{"resume-playback", "no"},
     MpvOption{"osc", "no"},
     MpvOption{"ytdl", "no"},
     MpvOption{"load-stats-overlay", "no"},
@@ -52,6 +54,8 @@ constexpr std::array FixedOptions = {
     MpvOption{"sub-auto", "no"},
     MpvOption{"access-references", "no"},
     MpvOption{"ordered-chapters", "no"},
+    // The player's own readers know lists, archives and discs.
+    MpvOption{"demuxer", "lavf"},
     MpvOption{"idle", "yes"},
     MpvOption{"keep-open", "yes"},
     // Pausing at the end is done here: were it the player's, a seek that is just under way would end
@@ -79,9 +83,14 @@ bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& 
                    ": install libmpv 0.35 or newer.";
         return false;
     };
+    // The length of the list is told, since there are commas in it.
+    const std::string readerOptions = "format_whitelist=%" +
+                                      std::to_string(std::strlen(AllowedContainers)) + '%' +
+                                      AllowedContainers + ",protocol_whitelist=" + AllowedProtocols;
     return std::all_of(FixedOptions.begin(), FixedOptions.end(),
                        [&](const MpvOption& Option) { return set(Option.Name, Option.Value); }) &&
-           set("vo", Wanted.VideoOutput.c_str()) && set("ao", Wanted.AudioOutput.c_str());
+           set("demuxer-lavf-o", readerOptions.c_str()) && set("vo", Wanted.VideoOutput.c_str()) &&
+           set("ao", Wanted.AudioOutput.c_str());
 }
 
 std::string ReasonForNoHandle()
@@ -184,6 +193,7 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
     Forget();
     SetPlaying(false);
     Loading = LoadPhase::Sent;
+    LoadedPath = AbsolutePath;
     Refusal = " takes too long to open: try again, or choose another video.";
     pFrames = std::make_unique<FrameTimes>(AbsolutePath, [this] { OnWakeUp(this); });
     std::array<const char*, 4> command = {"loadfile", AbsolutePath.c_str(), "replace", nullptr};
@@ -195,7 +205,6 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
               OpenTimeout);
     if (Loading == LoadPhase::Ready)
     {
-        LoadedPath = AbsolutePath;
         if (IsMatroskaWithoutDuration(AbsolutePath))
         {
             MediaInfo.DurationUs = 0;
@@ -226,6 +235,7 @@ void MpvVideo::Forget()
     MediaInfo = {};
     FrameRate = 0.0;
     Rotation = 0;
+    bTrackAsked = false;
     pFrames.reset();
     StartSec = 0.0;
     Seeking = SeekPhase::Landed;
@@ -608,7 +618,10 @@ void MpvVideo::TakeEndOfFile(std::int64_t EndedId)
         Forget();
         return;
     }
-    Refuse(" is not a video: choose a video.");
+    const std::string format = NameOfRefusedFormat(LoadedPath);
+    Refuse(format.empty() ? " is not a video: choose a video."
+                          : " is not opened, for its format (" + format +
+                                ") is not one of the video files that are: choose another video.");
 }
 
 void MpvVideo::TakeLanding()
@@ -695,28 +708,35 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
 
 void MpvVideo::TakeTracks(const mpv_node& Tracks)
 {
-    bool bStillPicture = false;
+    // ffmpeg's 0:V:0, whatever the file says is its default.
+    const mpv_node* pTrack = nullptr;
     const int count = Tracks.format == MPV_FORMAT_NODE_ARRAY ? Tracks.u.list->num : 0;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count && pTrack == nullptr; ++i)
     {
-        const mpv_node& track = Tracks.u.list->values[i];
-        if (!IsVideoTrack(track) || !FlagOf(track, "selected"))
-        {
-            continue;
-        }
-        if (FlagOf(track, "image"))
-        {
-            bStillPicture = true;
-            continue;
-        }
-        FrameRate = DoubleOf(track, "demux-fps");
-        Rotation = static_cast<int>(IntOf(track, "demux-rotation"));
-        Loading = LoadPhase::Ready;
-        bChanged = true;
+        pTrack = IsVideoTrack(Tracks.u.list->values[i]) ? &Tracks.u.list->values[i] : nullptr;
+    }
+    if (pTrack == nullptr)
+    {
+        Refuse(" is not a video, it has no moving pictures: choose a video.");
         return;
     }
-    Refuse(bStillPicture ? " is not a video but a still picture: choose a video."
-                         : " is not a video, it has no moving pictures: choose a video.");
+    if (FlagOf(*pTrack, "image"))
+    {
+        Refuse(" is not a video but a still picture: choose a video.");
+        return;
+    }
+    if (!FlagOf(*pTrack, "selected") && !bTrackAsked)
+    {
+        bTrackAsked = true;
+        std::int64_t id = IntOf(*pTrack, "id");
+        mpv_set_property_async(pMpv, Tag(Topic::Nothing), "vid", MPV_FORMAT_INT64, &id);
+        Ask(Topic::Tracks, "track-list");
+        return;
+    }
+    FrameRate = DoubleOf(*pTrack, "demux-fps");
+    Rotation = static_cast<int>(IntOf(*pTrack, "demux-rotation"));
+    Loading = LoadPhase::Ready;
+    bChanged = true;
 }
 
 // Why begins where the file's path ends.

@@ -49,8 +49,8 @@ public:
     /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; as long again for the
     /// earlier file after a failure.
     ///
-    /// Only a regular file with moving pictures is opened: sound alone, a still picture or a list of
-    /// other files is refused. A path that is no readable file leaves the open one alone; a file that
+    /// Only a regular file with moving pictures in one of AllowedContainers is opened: sound alone, a still
+    /// picture or a list of other files is refused. Its first video is shown, as ffmpeg's 0:V:0 has it. A path that is no readable file leaves the open one alone; a file that
     /// proves not to be a video takes its place for a moment, and then it comes back at its playhead,
     /// playing if it played. If it can't come back (it was deleted, say), no file is open.
     bool Open(const std::string& Path, std::string& OutError) override;
@@ -198,7 +198,8 @@ private:
     std::string Refusal;      ///< why the last Load failed, a sentence that begins after the path
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
-    int Rotation = 0; ///< degrees, clockwise
+    int Rotation = 0;         ///< degrees, clockwise
+    bool bTrackAsked = false; ///< the library was asked to show another track than its own choice
     std::unique_ptr<FrameTimes> pFrames;
     double StartSec = 0.0; ///< the library's time at the start of the file
 

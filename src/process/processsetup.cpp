@@ -1,5 +1,6 @@
 #include "process/processsetup.h"
 
+#include "host/environment.h"
 #include "host/log.h"
 #include "process/sentences.h"
 
@@ -8,7 +9,9 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
+#include <string>
 
 #include <fcntl.h>
 #include <malloc.h>
@@ -48,6 +51,16 @@ void SurviveBrokenPipes()
 void LearnHowChildrenEnd()
 {
     std::signal(SIGCHLD, SIG_DFL);
+}
+
+void SetMissingPath()
+{
+    if (EnvironmentValue("PATH").empty())
+    {
+        std::string path(confstr(_CS_PATH, nullptr, 0), '\0');
+        confstr(_CS_PATH, path.data(), path.size());
+        setenv("PATH", path.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    }
 }
 
 void PointStandardInputAtNull()

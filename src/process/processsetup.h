@@ -19,6 +19,9 @@ void SurviveBrokenPipes();
 /// ffmpeg ended then, and every export would count as failed.
 void LearnHowChildrenEnd();
 
+/// Sets PATH to the system's default when it is unset or empty, which would stand for the current folder.
+void SetMissingPath();
+
 /// Turns standard input to /dev/null: ffmpeg would read the terminal and take what is typed for
 /// commands.
 void PointStandardInputAtNull();

@@ -16,12 +16,24 @@
 
 constexpr int FilmFrames = 100;
 
-/// Rates as ffmpeg writes them; "variable" has gaps from 11 to 71 ms.
+/// Rates as ffmpeg writes them, and two variable ones: "jitter" has 30 frames a second as a phone takes them, up
+/// to 5 ms early or late, and "gaps" 50 of which some are left out, as a recorded screen has.
 inline const std::vector<std::string>& FilmRates()
 {
     static const std::vector<std::string> rates = {
-        "24000/1001", "24",         "25", "30000/1001",  "30",
-        "50",         "60000/1001", "60", "120000/1001", "variable"};
+        "24000/1001", "24", "25",          "30000/1001", "30",  "50",
+        "60000/1001", "60", "120000/1001", "jitter",     "gaps"};
+    return rates;
+}
+
+/// A rate that follows no beat: gaps from 22 to 54 ms. ffmpeg, which exports in beats, may leave out frames of
+/// such a film.
+constexpr const char* IrregularRate = "irregular";
+
+inline std::vector<std::string> FilmRatesAndIrregular()
+{
+    std::vector<std::string> rates = FilmRates();
+    rates.emplace_back(IrregularRate);
     return rates;
 }
 
@@ -49,11 +61,15 @@ inline std::string NumberedFilm(const std::string& Rate, const std::string& Cont
     const std::string master = path("mp4");
     if (!std::filesystem::exists(master))
     {
-        const bool bVariable = Rate == "variable";
+        const std::string times = Rate == "jitter"        ? "(N+0.15*sin(N*N))/30"
+                                  : Rate == "gaps"        ? "(N+floor(N/3)+floor(N/7)*2)/50"
+                                  : Rate == IrregularRate ? "N*0.04+0.002*mod(N*7\\,16)"
+                                                          : "";
+        const bool bVariable = !times.empty();
         MakeMedia(
             "-f lavfi -i \"color=c=black:size=32x18:rate=" + (bVariable ? "25" : Rate) +
                 ",format=yuv420p,geq=lum='30+2*N':cb=128:cr=128,scale=64:36:flags=neighbor" +
-                (bVariable ? ",settb=1/90000,setpts='(N*0.04+0.002*mod(N*7\\,16))/TB'" : "") +
+                (bVariable ? ",settb=1/90000,setpts='(" + times + ")/TB'" : "") +
                 "\" -f lavfi -i sine=frequency=440:sample_rate=48000 -frames:v " +
                 std::to_string(FilmFrames) +
                 " -shortest -c:v libx264 -preset medium -bf 3 -g 30 -qp 2 -pix_fmt yuv420p -c:a "
@@ -71,7 +87,7 @@ inline std::string NumberedFilm(const std::string& Rate, const std::string& Cont
                            ? " -c:v libvpx -auto-alt-ref 1 -lag-in-frames 10 -g 30 -b:v 2M -qmin 0 "
                              "-qmax 4 "
                              "-fps_mode passthrough -enc_time_base 1/1000 -c:a libopus"
-                           : " -c copy"),
+                           : std::string(Rate == "gaps" ? " -r 50" : "") + " -c copy"),
                   made);
     }
     return made;
@@ -98,16 +114,16 @@ inline std::string OutputOf(const std::string& Command)
 /// The numbers of the frames of such a film, or of what was cut from it, in order of showing.
 inline std::vector<int> NumbersIn(const std::string& Path)
 {
-    // One byte a frame.
-    const std::string shades =
-        OutputOf("ffmpeg -nostdin -v error -i '" + Path +
-                 "' -map 0:v -vf crop=16:16:24:10,scale=1:1:flags=area:out_range=tv,extractplanes=y"
-                 " -fps_mode passthrough -f rawvideo -");
+    // Four pixels a frame: four bytes of brightness and two of colour.
+    constexpr std::size_t FrameBytes = 6;
+    const std::string bytes = OutputOf(
+        "ffmpeg -nostdin -v error -i '" + Path +
+        "' -map 0:v -vf crop=2:2:32:18 -fps_mode passthrough -pix_fmt yuv420p -f rawvideo -");
     std::vector<int> numbers;
-    for (const char shade : shades)
+    for (std::size_t i = 0; i < bytes.size(); i += FrameBytes)
     {
-        numbers.push_back(static_cast<int>(
-            std::lround((static_cast<double>(static_cast<unsigned char>(shade)) - 30.0) / 2.0)));
+        const double brightness = static_cast<unsigned char>(bytes[i]);
+        numbers.push_back(static_cast<int>(std::lround((brightness - 30.0) / 2.0)));
     }
     return numbers;
 }
