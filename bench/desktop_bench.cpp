@@ -95,8 +95,7 @@ public:
     MvVideoWindow* pWindow = nullptr;
     QWidget Window;
     ActionSet Actions{Window, Target};
-    ClipPanelWidget* pWidget =
-        new ClipPanelWidget(Running.Panel(), Running.Records(), Actions, &Window);
+    ClipPanelWidget* pWidget = new ClipPanelWidget(Running, Actions, &Window);
     TimelineWidget* pTimeline = new TimelineWidget(&Window);
     TimelineClips Bars;
     double PlayheadSec = 0.0;

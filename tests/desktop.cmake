@@ -67,6 +67,12 @@ add_test(NAME xserver_smoke
         $<TARGET_FILE:movane> $<TARGET_FILE:xdndsource> $<TARGET_FILE:awaitpixel>)
 set_tests_properties(xserver_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" RESOURCE_LOCK xvfb TIMEOUT 120 SKIP_RETURN_CODE 77)
 
+# In a Wayland compositor without a screen: its picture of the window is looked at.
+add_test(NAME wayland_smoke
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/wayland_smoke_test.sh
+        $<TARGET_FILE:movane> ${CMAKE_CURRENT_BINARY_DIR}/plugins)
+set_tests_properties(wayland_smoke PROPERTIES ENVIRONMENT "${NO_LEAK_CHECK}" TIMEOUT 240 SKIP_RETURN_CODE 77)
+
 # The program itself, with a person at its keys: a plugin that it loads.
 add_library(typist MODULE typist.cpp)
 movane_settings(typist)
@@ -86,6 +92,10 @@ target_compile_definitions(desktop_program_test PRIVATE
     MOVANE_TEST_TRESPASSER="$<TARGET_FILE:trespasser>")
 add_dependencies(desktop_program_test movane typist trespasser)
 
-# Each container is a test of its own: two hundred exports.
-movane_test(frameexport_test SOURCES frameexport_test.cpp LIBRARIES movane_desktop)
-movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp)
+# Each container is a test of its own, with some forty exports.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(AVCODEC REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil)
+movane_test(frameexport_test TIMEOUT 300
+    SOURCES frameexport_test.cpp
+    LIBRARIES movane_desktop PkgConfig::AVCODEC)
+movane_desktop_test(desktop_frames_test SOURCES desktop_frames_test.cpp LIBRARIES PkgConfig::AVCODEC)

@@ -95,7 +95,8 @@ private Q_SLOTS:
         Session session([](std::string&) { return std::unique_ptr<MpvVideo>(); });
         Commands commands(session);
         FieldWindow window(commands);
-        QCOMPARE(window.Actions.Get(ActionId::SetIn)->toolTip(), "Sets In at the playhead. (I)");
+        QCOMPARE(window.Actions.Get(ActionId::SetIn)->toolTip(),
+                 "Makes the frame that is shown the first one of the range. (I)");
         QVERIFY(window.Actions.Get(ActionId::ExportClip)->toolTip().contains("E, Ctrl+E"));
     }
 

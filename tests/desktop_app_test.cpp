@@ -903,7 +903,7 @@ private Q_SLOTS:
                 stage.Status(),
                 QString("%1 can't be found: Too many levels of symbolic links.").arg(copy.c_str()));
         }
-        QVERIFY(!stage.Running.Exports().IsRunning());
+        QVERIFY(!stage.Exports().IsRunning());
         QCOMPARE(stage.Document().pVideo->FilePath, Environment().One());
         stage.Save(1.0, 2.0, "Next");
         QCOMPARE(stage.Status(), "Saved Next from one.mp4");

@@ -25,13 +25,16 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
 using SavedClip = MvClipControlPanel::SavedClip;
+using Rows = std::vector<int>;
 
 const std::string Source = "/videos/holiday.mp4";
 
@@ -108,10 +111,22 @@ struct Stage
     {
         return View().visualRect(View().model()->index(Row, 0)).center();
     }
-    void ClickRow(int Row)
+    void ClickRow(int Row, Qt::KeyboardModifiers Modifiers = {})
     {
-        QTest::mouseClick(View().viewport(), Qt::LeftButton, {}, MiddleOfRow(Row));
+        QTest::mouseClick(View().viewport(), Qt::LeftButton, Modifiers, MiddleOfRow(Row));
     }
+    std::vector<int> SelectedRows()
+    {
+        std::vector<int> rows;
+        for (const QModelIndex& index : View().selectionModel()->selectedRows())
+        {
+            rows.push_back(index.row());
+        }
+        std::sort(rows.begin(), rows.end());
+        return rows;
+    }
+    /// The rows that Export takes, as the records tell them.
+    const std::vector<int>& RowsOfHost() { return Running.Records().SelectedRows; }
     void SetViewportWidth(int WidthPx)
     {
         Window.resize(Window.width() + WidthPx - View().viewport()->width(), Window.height());
@@ -127,8 +142,7 @@ struct Stage
     MvVideoWindow* pVideoWindow = nullptr;
     QWidget Window;
     ActionSet Actions{Window, Target};
-    ClipPanelWidget* pWidget =
-        new ClipPanelWidget(Running.Panel(), Running.Records(), Actions, &Window);
+    ClipPanelWidget* pWidget = new ClipPanelWidget(Running, Actions, &Window);
 };
 
 /// The table's width in pixels as the records say it to the panel's column layout.
@@ -496,6 +510,118 @@ private Q_SLOTS:
         QCOMPARE(stage.ShownRow(), ShownRow);
         QCOMPARE(stage.Table().SelectedRow, SelectedRow);
         QCOMPARE(stage.Table().CurrentRow, CurrentRow);
+    }
+
+    // -- Several rows
+
+    void RowsAreAddedAndTakenOutWithControl()
+    {
+        Stage stage;
+        stage.Fill(5);
+        stage.ClickRow(3);
+        QCOMPARE(stage.RowsOfHost(), Rows());
+        stage.ClickRow(1, Qt::ControlModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({1, 3}));
+        QCOMPARE(stage.Table().SelectedRow, 1);
+        QCOMPARE(stage.NameEdit().text(), "Clip 1");
+        stage.ClickRow(4, Qt::ControlModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({1, 3, 4}));
+        stage.ClickRow(4, Qt::ControlModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({1, 3}));
+        QCOMPARE(stage.Table().SelectedRow, 3); // the nearest
+        stage.ClickRow(3, Qt::ControlModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows());
+        QCOMPARE(stage.Table().SelectedRow, 1);
+        stage.ClickRow(1, Qt::ControlModifier);
+        QCOMPARE(stage.Table().SelectedRow, -1);
+        QCOMPARE(stage.SelectedRows(), Rows());
+    }
+
+    void RowsAreAddedWithShiftByMouseAndByKey()
+    {
+        Stage stage;
+        stage.Fill(6);
+        stage.ClickRow(1);
+        stage.ClickRow(3, Qt::ShiftModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({1, 2, 3}));
+        QCOMPARE(stage.Table().SelectedRow, 3);
+        stage.View().setFocus();
+        QTest::keyClick(&stage.View(), Qt::Key_Down, Qt::ShiftModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({1, 2, 3, 4}));
+        QCOMPARE(stage.Table().SelectedRow, 4);
+        QTest::keyClick(&stage.View(), Qt::Key_Up);
+        QCOMPARE(stage.RowsOfHost(), Rows());
+        QCOMPARE(stage.Table().SelectedRow, 3);
+    }
+
+    void AllRowsCanBeSelectedAtOnce()
+    {
+        Stage stage;
+        stage.Fill(4);
+        stage.ClickRow(2);
+        stage.pWidget->SelectAll();
+        QVERIFY(stage.View().hasFocus());
+        QCOMPARE(stage.RowsOfHost(), Rows({0, 1, 2, 3}));
+        QCOMPARE(stage.Table().SelectedRow, 2);
+        stage.Running.Frame();
+        QCOMPARE(stage.SelectedRows(), Rows({0, 1, 2, 3}));
+    }
+
+    void ARowThatTheHostSelectsIsSelectedAlone()
+    {
+        Stage stage;
+        stage.Fill(4);
+        stage.ClickRow(0);
+        stage.ClickRow(2, Qt::ShiftModifier);
+        stage.Table().SelectRow(1); // one of them
+        stage.Running.Frame();
+        QCOMPARE(stage.SelectedRows(), Rows({1}));
+        QCOMPARE(stage.RowsOfHost(), Rows());
+    }
+
+    void ASavedAndADeletedClipLeaveOneRowSelected()
+    {
+        Stage stage;
+        stage.Fill(4);
+        stage.ClickRow(0);
+        stage.ClickRow(2, Qt::ShiftModifier);
+        stage.Panel().DeleteSelectedClip();
+        stage.Running.Frame();
+        QCOMPARE(stage.SelectedRows(), Rows({2}));
+        QCOMPARE(stage.RowsOfHost(), Rows());
+        stage.ClickRow(0, Qt::ControlModifier);
+        QCOMPARE(stage.RowsOfHost(), Rows({0, 2}));
+        stage.Save(1.0, 2.0);
+        QCOMPARE(stage.SelectedRows(), Rows({3}));
+        QCOMPARE(stage.RowsOfHost(), Rows());
+    }
+
+    void ARenamedClipLeavesTheOthersSelected()
+    {
+        Stage stage;
+        stage.Fill(4);
+        stage.ClickRow(0);
+        stage.ClickRow(2, Qt::ShiftModifier);
+        stage.NameOfHost() = "New";
+        stage.Panel().RenameSelectedClip();
+        stage.Running.Frame();
+        QCOMPARE(stage.RowsOfHost(), Rows({0, 1, 2}));
+        QCOMPARE(stage.ShownCell(2, ClipTableModel::NameColumn), "New");
+        QCOMPARE(stage.SelectedRows(), Rows({0, 1, 2}));
+    }
+
+    void ARightClickOnOneOfSeveralRowsMakesItTheCurrentOne()
+    {
+        Stage stage;
+        stage.Fill(4);
+        stage.ClickRow(0);
+        stage.ClickRow(2, Qt::ShiftModifier);
+        QTest::mousePress(stage.View().viewport(), Qt::RightButton, {}, stage.MiddleOfRow(1));
+        QCOMPARE(stage.Table().SelectedRow, 1);
+        QCOMPARE(stage.RowsOfHost(), Rows({0, 1, 2}));
+        QTest::mousePress(stage.View().viewport(), Qt::RightButton, {}, stage.MiddleOfRow(3));
+        QCOMPARE(stage.Table().SelectedRow, 3);
+        QCOMPARE(stage.RowsOfHost(), Rows());
     }
 
     // -- Name

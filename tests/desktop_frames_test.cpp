@@ -2,6 +2,7 @@
 // ends with.
 
 #include "desktopstage.h"
+#include "fakes/filmnumbers.h"
 #include "fakes/numberedfilms.h"
 
 #include "desktop/timelinelayout.h"
@@ -117,6 +118,26 @@ private Q_SLOTS:
         QCOMPARE(frames.NumberAt(frames.UsOf(place->Ticks)), std::optional<std::int64_t>(seen));
         stage.Press(Qt::Key_Period);
         QTRY_COMPARE(ShownNumber(stage), seen + 1);
+    }
+
+    void WhilePlayingTheFrameThatIsSeenIsMarked()
+    {
+        DesktopStage stage;
+        QVERIFY(stage.OpenFile(NumberedFilm("24", "mp4")));
+        FrameTimes& frames = *stage.Document().Player().Frames();
+        QTRY_VERIFY(frames.Count());
+        stage.Acts.SetSpeed(0.5);
+        stage.Document().Play();
+        for (int i = 1; i <= 10; ++i)
+        {
+            QTRY_VERIFY(ShownNumber(stage) >= 4 * i);
+            // No event is taken between the look and the key.
+            const int seen = ShownNumber(stage);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_I);
+            const auto place = frames.FirstOfClip(*stage.Document().PendingInSec());
+            QCOMPARE(frames.NumberAt(frames.UsOf(place->Ticks)), std::optional<std::int64_t>(seen));
+        }
+        stage.Press(Qt::Key_K);
     }
 
     void ADraggedHandleStandsOnAFrameAndShowsIt()

@@ -23,6 +23,7 @@
 #include <QTimer>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fstream>
@@ -30,6 +31,7 @@
 #include <iostream>
 #include <mutex>
 #include <random>
+#include <utility>
 
 #include <malloc.h>
 #include <sys/wait.h>
@@ -210,11 +212,21 @@ public:
                 return QString("row %1 is not its clip").arg(i);
             }
         }
-        const QModelIndexList selected = pStage->Table().selectionModel()->selectedRows();
-        if ((selected.isEmpty() ? -1 : selected.first().row()) !=
-            pStage->Panel().SelectedClipIndex())
+        std::vector<int> selected;
+        for (const QModelIndex& index : pStage->Table().selectionModel()->selectedRows())
         {
-            return "another row is selected than the panel's";
+            selected.push_back(index.row());
+        }
+        std::ranges::sort(selected);
+        const int row = pStage->Panel().SelectedClipIndex();
+        if (row < 0 ? !selected.empty() : std::ranges::count(selected, row) != 1)
+        {
+            return "the panel's row is not selected";
+        }
+        if (pStage->Running.Records().SelectedRows !=
+            (selected.size() > 1 ? selected : std::vector<int>()))
+        {
+            return "other rows are selected than Export takes";
         }
         const std::string& status = pStage->Panel().StatusText;
         if (pStage->Running.Records().StatusLabel.Text != status ||
@@ -715,7 +727,7 @@ private Q_SLOTS:
         alarm(0);
         qInstallMessageHandler(earlierHandler);
         std::cout << person.Count << " acts, " << person.Starts << " starts, " << Clips
-                  << " clips, " << Exports << " exports begun; the longest act took " << LongestMs
+                  << " clips, " << Exports << " exports seen; the longest act took " << LongestMs
                   << " ms; resident memory at most " << PeakOfFirstTenthKib
                   << " KiB in the first tenth, " << PeakOfLastTenthKib << " KiB in the last; "
                   << HeapAfterFirstKib << " KiB of the heap in use after the first end, "
@@ -728,7 +740,7 @@ private:
     void Use(Person& Person, const QElapsedTimer& Clock, qint64 WholeMs)
     {
         Person.Start();
-        std::uint64_t generation = Person.pStage->Panel().ExportGeneration;
+        ExportId lastExport = 0;
         while (!Person.HasClosed() && !Clock.hasExpired(WholeMs) &&
                !Person.Choose(ActsOfAnApplication))
         {
@@ -738,8 +750,11 @@ private:
             Person.Act();
             LongestMs = std::max(LongestMs, answer.elapsed());
             QVERIFY2(answer.elapsed() < AnswersWithinMs, "the application does not answer");
-            Exports += static_cast<long long>(Person.pStage->Panel().ExportGeneration - generation);
-            generation = Person.pStage->Panel().ExportGeneration;
+            const RunningExport* const running = Person.pStage->Exports().Running();
+            if (running != nullptr && std::exchange(lastExport, running->Id) != running->Id)
+            {
+                ++Exports;
+            }
             if (Person.Count % ActsBetweenChecks == 0 && !Person.HasClosed())
             {
                 Check(Person);

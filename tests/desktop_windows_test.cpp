@@ -610,7 +610,7 @@ private Q_SLOTS:
             QCOMPARE(TimersIn(*window), QStringList());
         }
         QCOMPARE(TimersIn(stage.Program), QStringList());
-        QCOMPARE(TimersIn(stage.Export), QStringList());
+        QCOMPARE(TimersIn(stage.Running), QStringList());
     }
 
     void AnEmptyApplicationRestsToo()

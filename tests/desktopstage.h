@@ -134,6 +134,7 @@ public:
 
     MainWindow& Main() { return Program.Main(); }
     MvClipControlPanel& Panel() { return Running.Panel(); }
+    ClipExports& Exports() { return Running.Exports(); }
     const std::vector<MvClipControlPanel::SavedClip>& Clips() { return Panel().Clips; }
     static VideoDocument& DocumentOf(VideoWindow& Window) { return Window.Pane().Shown(); }
     VideoDocument& Document() { return DocumentOf(Main()); }

@@ -87,6 +87,7 @@ struct Kind
     const char* Arguments;
     const char* Picture = Test;
     bool bDeep = true;
+    const char* Into = ""; // what stands before the file's name
 };
 
 void PrintTo(const Kind& What, std::ostream* pOut)
@@ -122,6 +123,12 @@ const std::vector<Kind> Kinds = {
      " -c:v libx265 -preset ultrafast -x265-params "
      "log-level=none:open-gop=1:keyint=40:bframes=4" AAC},
     {"MatroskaThatStartsLate", "mkv", 12, X264B " -output_ts_offset 3.217" AAC},
+    {"MatroskaWithoutAnIndex", "mkv", 12, X264B " -g 75 -f matroska" AAC " -flush_packets 1", Test,
+     true, "pipe:1 >"},
+    {"WebMWithoutAnIndex", "webm", 12,
+     " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus -f webm", Test, true,
+     "pipe:1 >"},
+    {"DashMp4", "mp4", 12, X264B " -g 75 -movflags +dash" AAC},
     {"WebM", "webm", 12, " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus"},
     {"Flv", "flv", 12, X264B " -g 75 -ar 44100" AAC},
     {"Wmv", "wmv", 12, " -c:v wmv2 -c:a wmav2"},
@@ -142,7 +149,7 @@ void MakeSource(const Kind& What, const std::string& Path)
     const std::string length = std::to_string(What.LengthSec);
     MakeMedia("-f lavfi -i \"" + std::string(What.Picture) +
                   "\" -f lavfi -i \"aevalsrc=sin(2*PI*t*(300+20*t)):d=" + length + "\"" +
-                  What.Arguments + " -t " + length,
+                  What.Arguments + " -t " + length + ' ' + What.Into,
               Path);
 }
 

@@ -370,6 +370,31 @@ TEST_F(EncoderFailure, WithoutAWordIsToldInASentence)
     EXPECT_THAT(ClipNames(), IsEmpty());
 }
 
+// Of an ffmpeg that ends well and leaves something out.
+TEST_F(EncoderFailure, OfAClipThatLacksWhatTheSourceHasIsToldInASentence)
+{
+    const std::string insert = "for word do shift; [ \"$word\" = -f ] && set -- \"$@\" $more; "
+                               "set -- \"$@\" \"$word\"; done; exec $real \"$@\"";
+    FfmpegIs("more=-an; " + insert);
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "2.000").Err,
+              "The sound of sample.mp4 did not come into the clip: export again.\n");
+    FfmpegIs("more=-vn; " + insert);
+    EXPECT_EQ(
+        Export(SampleVideo(), "1.000", "2.000").Err,
+        "sample.mp4 has no picture from In on that can be decoded: set In elsewhere and export "
+        "again.\n");
+    FfmpegIs("more='-frames:v 10'; " + insert);
+    EXPECT_EQ(
+        Export(SampleVideo(), "1.000", "2.000").Err,
+        "sample.mp4 has pictures that can't be decoded from 1.4 s on: set Out earlier and export "
+        "again.\n");
+    FfmpegIs("more='-t 1.8'; " + insert);
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "2.000").ExitCode, 1);
+    EXPECT_THAT(ClipNames(), IsEmpty());
+    FfmpegIs("more='-t 2'; " + insert);
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "2.000").ExitCode, 0);
+}
+
 TEST_F(EncoderFailure, OfAFullDiskIsToldInASentenceHoweverMuchThereWas)
 {
     const std::string words =

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <set>
@@ -128,6 +129,29 @@ protected:
                " | grep -c started) -ge 2 ]; do /bin/sleep 0.01; done; ";
     }
 };
+
+// The process of that name that Pid has started, at whatever remove; 0 when there is none.
+pid_t DescendantCalled(const std::string& Name, pid_t Pid)
+{
+    std::error_code ec;
+    for (const fs::directory_entry& thread :
+         fs::directory_iterator("/proc/" + std::to_string(Pid) + "/task", ec))
+    {
+        std::ifstream children(thread.path() / "children");
+        for (pid_t child = 0; children >> child;)
+        {
+            std::ifstream comm("/proc/" + std::to_string(child) + "/comm");
+            std::string name;
+            std::getline(comm, name);
+            const pid_t found = name == Name ? child : DescendantCalled(Name, child);
+            if (found != 0)
+            {
+                return found;
+            }
+        }
+    }
+    return 0;
+}
 } // namespace
 
 // -- Full disks and the real ffmpeg
@@ -351,4 +375,25 @@ TEST_F(ProgramFault, KilledWithItsFfmpegLeavesNothingInTheNextOnesWay)
     EXPECT_EQ(Export({"--clip", "a=0-1"}).ExitCode, 0); // nothing is left in the runtime folder
     EXPECT_EQ(ReadFile(Clips / "clip_00000_a.mkv"), "part"); // the first file is nobody's to remove
     EXPECT_TRUE(fs::exists(Clips / "clip_00001_a.mkv"));
+}
+
+TEST_F(ProgramFault, KilledFrontFailsThatClipAndLeavesNoFile)
+{
+    const fs::path source = Folder.Path() / "long.mp4";
+    MakeMedia("-f lavfi -i testsrc2=size=1280x720:rate=25:duration=40 -c:v libx264 "
+              "-preset ultrafast -pix_fmt yuv420p",
+              source);
+    Setup.Arguments = {"export", source, "--clip", "a=0-", "--clip", "b=0-0.2"};
+    ProgramRun run(Setup);
+    const fs::path part = Clips / "clip_00000_a.mkv.part";
+    std::error_code ec;
+    ASSERT_TRUE(WaitFor([&] { return fs::exists(part) && fs::file_size(part, ec) > 0; }));
+    const pid_t front = DescendantCalled("movane-encoder", run.Pid());
+    ASSERT_GT(front, 0);
+    kill(front, SIGKILL);
+    const ProgramRun::End end = run.Finish();
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_THAT(end.Err, HasSubstr("Clip export failed"));
+    EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_b.mkv"));
+    ExpectNothingLeft();
 }

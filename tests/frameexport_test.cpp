@@ -7,6 +7,7 @@
 #include "app/clippanelrecords.h"
 #include "desktop/videodocument.h"
 #include "fakes/environmentguard.h"
+#include "fakes/filmnumbers.h"
 #include "fakes/numberedfilms.h"
 #include "host/apppaths.h"
 #include "host/core.h"

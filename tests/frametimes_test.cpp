@@ -5,14 +5,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <fcntl.h>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -117,3 +123,143 @@ INSTANTIATE_TEST_SUITE_P(Containers,
                          FrameTimesOf,
                          ::testing::ValuesIn(FilmContainers()),
                          PlainName);
+
+// -- Ranges and counts.
+
+namespace
+{
+bool IsCounted(FrameTimes& Frames)
+{
+    return WaitFor([&] { return Frames.Count().has_value(); });
+}
+
+double SecOfMs(std::int64_t Ms)
+{
+    return static_cast<double>(Ms) / 1000.0;
+}
+} // namespace
+
+TEST_P(FrameTimesOf, AreTheEndsOfTheRangeThatIsMadeOfThem)
+{
+    const unsigned seed = std::random_device{}();
+    std::mt19937 random(seed);
+    for (const std::string& rate : FilmRatesAndIrregular())
+    {
+        SCOPED_TRACE(rate + ", seed " + std::to_string(seed));
+        FrameTimes frames(NumberedFilm(rate, GetParam()));
+        ASSERT_TRUE(IsCounted(frames));
+        std::vector<FramePlace> places = {*frames.ShownAt(0)};
+        while (!places.back().bLast)
+        {
+            places.push_back(*frames.After(frames.UsOf(places.back().Ticks)));
+        }
+        ASSERT_EQ(places.size(), FilmFrames);
+        for (int i = 0; i < 200; ++i)
+        {
+            const std::size_t a = random() % places.size();
+            const std::size_t b = random() % places.size();
+            const FramePlace& first = places[std::min(a, b)];
+            const FramePlace& last = places[std::max(a, b)];
+            const FrameTimes::Range range = frames.RangeOf(first, last);
+            const double inSec = SecOfMs(range.InMs);
+            const double outSec = SecOfMs(range.OutMs);
+            EXPECT_EQ(range.InMs, frames.MsOf(first.Ticks));
+            EXPECT_EQ(frames.FirstOfClip(inSec)->Ticks, first.Ticks);
+            EXPECT_EQ(frames.LastOfClip(inSec, outSec)->Ticks, last.Ticks);
+            const auto count = static_cast<std::int64_t>(std::max(a, b) - std::min(a, b) + 1);
+            EXPECT_EQ(frames.CountOfClip(inSec, outSec), count);
+            // A millisecond more would let the frame in that follows.
+            if (!last.bLast)
+            {
+                EXPECT_EQ(frames.CountOfClip(inSec, outSec + 0.001), count + 1);
+            }
+        }
+    }
+}
+
+TEST(FrameTimes, TellWhichFrameIsOnAtATime)
+{
+    FrameTimes frames(NumberedFilm("30000/1001", "mp4"));
+    ASSERT_TRUE(IsCounted(frames));
+    const auto numberAt = [&](std::int64_t Us) { return *frames.NumberAt(Us); };
+    const auto usOf = [&](std::int64_t Us) { return frames.UsOf(frames.ShownAt(Us)->Ticks); };
+    EXPECT_EQ(numberAt(0), 0);
+    EXPECT_EQ(numberAt(-1'000'000), 0);
+    // Frame 5 begins at 0.1668333: from 0.166 on it is meant.
+    EXPECT_EQ(numberAt(165'999), 4);
+    EXPECT_EQ(numberAt(166'000), 5);
+    EXPECT_EQ(numberAt(166'833), 5);
+    EXPECT_EQ(numberAt(199'999), 5);
+    EXPECT_EQ(usOf(166'000), 166'833);
+    EXPECT_EQ(usOf(165'999), 133'466);
+    EXPECT_EQ(numberAt(1'000'000'000), FilmFrames - 1);
+    EXPECT_EQ(usOf(1'000'000'000), frames.UsOf(frames.Last()->Ticks));
+    EXPECT_EQ(frames.Before(0)->Ticks, frames.ShownAt(0)->Ticks);
+    EXPECT_EQ(frames.After(1'000'000'000)->Ticks, frames.Last()->Ticks);
+    EXPECT_EQ(frames.Count(), FilmFrames);
+}
+
+TEST(FrameTimes, AnswerWhileTheFileIsStillRead)
+{
+    const std::string path = NumberedFilm("25", "mkv");
+    for (int i = 0; i < 20; ++i)
+    {
+        FrameTimes frames(path);
+        const std::optional<FramePlace> place = frames.ShownAt(2'000'000);
+        ASSERT_TRUE(place);
+        EXPECT_EQ(frames.UsOf(place->AfterTicks) - frames.UsOf(place->Ticks), 40'000);
+    }
+}
+
+TEST(FrameTimes, SayWhenTheyAreCounted)
+{
+    std::atomic<bool> bCounted = false;
+    FrameTimes frames(NumberedFilm("25", "mkv"), [&] { bCounted = true; });
+    EXPECT_TRUE(WaitFor([&] { return bCounted.load(); }));
+    EXPECT_EQ(frames.Count(), FilmFrames);
+}
+
+TEST(FrameTimes, AreNoneWhereThereIsNoVideo)
+{
+    const TempFolder folder;
+    const std::string text = (folder.Path() / "text.mp4").string();
+    std::ofstream(text) << "not a video\n";
+    const std::string list = (folder.Path() / "list.mp4").string();
+    std::ofstream(list) << "ffconcat version 1.0\nfile " << NumberedFilm("25", "mp4") << '\n';
+    const std::string sound = (folder.Path() / "sound.mp4").string();
+    MakeMedia(
+        "-f lavfi -i sine=duration=1 -f lavfi -i color=size=16x16:duration=0.04 -map 0 -map 1 "
+        "-c:v png -disposition:v attached_pic",
+        sound);
+    for (const std::string& path : {text, list, sound, text + ".gone"})
+    {
+        FrameTimes frames(path);
+        EXPECT_FALSE(frames.IsOpen()) << path;
+        EXPECT_FALSE(frames.ShownAt(0)) << path;
+        EXPECT_FALSE(frames.Last()) << path;
+        EXPECT_FALSE(frames.Count()) << path;
+        EXPECT_FALSE(frames.CountOfClip(0.0, 1.0)) << path;
+    }
+}
+
+// A pipe that nobody writes to is opened for ever, as a file is on a network disk that is gone.
+TEST(FrameTimes, OfADiskThatDoesNotAnswerHoldNobodyUp)
+{
+    const TempFolder folder;
+    const std::string pipe = (folder.Path() / "pipe.mp4").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        FrameTimes frames(pipe, {}, std::chrono::milliseconds(100));
+        EXPECT_FALSE(frames.IsOpen());
+        for (int i = 0; i < 1000; ++i)
+        {
+            EXPECT_FALSE(frames.ShownAt(i));
+        }
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    // Lets the thread go, which ends with the pipe.
+    const int writer = open(pipe.c_str(), O_WRONLY);
+    EXPECT_GE(writer, 0);
+    close(writer);
+}

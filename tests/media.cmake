@@ -12,5 +12,5 @@ movane_test(threadroom_test
     SOURCES threadroom_test.cpp fakes/failingnew.cpp
     LIBRARIES movane_process)
 
-movane_test(frametimes_test SOURCES frametimes_test.cpp LIBRARIES movane_media)
-movane_test(frameseek_test SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)
+movane_test(frametimes_test TIMEOUT 120 SOURCES frametimes_test.cpp LIBRARIES movane_media)
+movane_test(frameseek_test TIMEOUT 120 SOURCES frameseek_test.cpp LIBRARIES movane_player PkgConfig::MPV)

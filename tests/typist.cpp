@@ -1,7 +1,7 @@
 // A person at the program under test: a plugin that the program loads when QT_QPA_GENERIC_PLUGINS names it.
 //
 // It presses the keys that are written, one a line ("Ctrl+E"), into the pipe MOVANE_TEST_KEYS, in the widget
-// that has the focus, and keeps the texts that are to be seen in the file MOVANE_TEST_TEXTS.
+// that has the focus (a compositor without a seat makes no window active; the first one is, then), and keeps the texts that are to be seen in the file MOVANE_TEST_TEXTS.
 
 #include <QApplication>
 #include <QGenericPlugin>
@@ -57,8 +57,27 @@ public:
     ~Typist() override { close(Keys); }
 
 private:
+    static void ActivateAWindow()
+    {
+        for (QWidget* const window : QApplication::topLevelWidgets())
+        {
+            if (window->isVisible() && window->focusWidget() != nullptr)
+            {
+                QT_WARNING_PUSH
+                QT_WARNING_DISABLE_DEPRECATED // nothing takes its place where no seat is
+                    QApplication::setActiveWindow(window);
+                QT_WARNING_POP
+                return;
+            }
+        }
+    }
+
     void PressKeys()
     {
+        if (QApplication::activeWindow() == nullptr && QApplication::platformName() == "wayland")
+        {
+            ActivateAWindow();
+        }
         std::array<char, 256> piece = {};
         const ssize_t count = read(Keys, piece.data(), piece.size());
         const QByteArray lines(piece.data(), count > 0 ? count : 0);

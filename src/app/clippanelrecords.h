@@ -8,11 +8,16 @@
 #include "host/mvtable.h"
 #include "host/mvtextinput.h"
 
+#include <vector>
+
 class MvClipControlPanel;
 
 struct ClipPanelRecords
 {
     MvTable Table;
+    /// The rows that Export takes, in their order, where several are selected; the table's one is among
+    /// them. Otherwise empty.
+    std::vector<int> SelectedRows;
     MvTextInput NameInput;
     MvLabel StatusLabel;
     MvLabel SourceLabel;

@@ -273,6 +273,7 @@ bool ExportQueue::AskPanel(const QueuedExport& Entry)
     pEncoder->Clear();
     bAskedToEnd = false;
     bNameTaken = false;
+    bFrontAtWork = false;
     ++TryCount;
     try
     {
@@ -330,6 +331,9 @@ void ExportQueue::TakeMessages()
             Current->Fraction = std::max(Current->Fraction, message.Fraction);
         }
         bNameTaken = bNameTaken || message.Type == ExportMessageType::Taken;
+        // A front that ends without its last word was killed.
+        bFrontAtWork = message.Type == ExportMessageType::Output ||
+                       message.Type == ExportMessageType::Progress;
     }
     if (bProgress)
     {
@@ -390,7 +394,9 @@ bool ExportQueue::IsEncoderLeft()
         pSocket->SendStop(Current->OutputPath.native());
         return true;
     }
-    return Current->bStopping && pEncoder->IsRunning();
+    // The ffmpeg of a front that was killed ends a moment later, and its files can be removed only then.
+    return (Current->bStopping && pEncoder->IsRunning()) ||
+           (bFrontAtWork && IsBeingWritten(Current->OutputPath));
 }
 
 void ExportQueue::End(ExportOutcome Outcome, const std::string& Message)

@@ -44,7 +44,10 @@ bool Watch(const UniqueFd& Poll, const UniqueFd& Watched)
 std::unique_ptr<ExportSocket> ExportSocket::OpenForFront()
 {
     const std::string front = EncoderFrontPath();
-    if (!IsBlank(EnvironmentValue(FfmpegVariable)) || front.empty() || FindFfmpeg().empty())
+    const std::string named = EnvironmentValue(FfmpegVariable);
+    // The front's own path is what another Movane has set, from which this one was started.
+    const bool bNamed = !IsBlank(named) && named != front;
+    if (bNamed || front.empty() || FindFfmpeg().empty())
     {
         return nullptr;
     }

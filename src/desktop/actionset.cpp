@@ -1,5 +1,6 @@
 #include "desktop/actionset.h"
 
+#include "app/exportstates.h"
 #include "desktop/commands.h"
 
 #include <QApplication>
@@ -57,6 +58,19 @@ ActionSet::ActionSet(QWidget& Window, Commands& Target)
 QAction* ActionSet::Get(ActionId Id) const
 {
     return Actions.at(static_cast<std::size_t>(Id));
+}
+
+void ActionSet::EnableFor(const ClipExport& Export) const
+{
+    using enum ActionId;
+    for (const ActionId id : {OpenClipFile, OpenClipFolder, CopyClipPath})
+    {
+        Get(id)->setEnabled(!Export.Path.empty());
+    }
+    Get(ExportAgain)
+        ->setEnabled(Export.State == ExportState::Done || Export.State == ExportState::Failed ||
+                     Export.State == ExportState::Outdated);
+    Get(RemoveFromQueue)->setEnabled(Export.State == ExportState::Queued);
 }
 
 void ActionSet::SwitchPlainKeys(QWidget* pFocused)

@@ -13,6 +13,8 @@
 
 #include <vector>
 
+struct ClipExport;
+
 class ActionSet : public QObject
 {
     Q_OBJECT
@@ -24,6 +26,10 @@ public:
 
     /// The action; its tooltip names the keys. Owned by the set.
     QAction* Get(ActionId Id) const;
+
+    /// Enables of the actions on one clip's file and export those that make sense now, for a menu that is
+    /// about to be shown. None of them has a key.
+    void EnableFor(const ClipExport& Export) const;
 
 private:
     void SwitchPlainKeys(QWidget* pFocused);

@@ -1,14 +1,13 @@
 #include "desktop/clippanelwidget.h"
 
-#include "app/clippanelrecords.h"
 #include "desktop/actionset.h"
 #include "desktop/cliptablemodel.h"
 #include "desktop/cliptableview.h"
 #include "desktop/gridflow.h"
 #include "desktop/plainlabel.h"
+#include "desktop/session.h"
 #include "desktop/theme.h"
 #include "host/core.h"
-#include "panel/mvclipcontrolpanel.h"
 
 #include <QApplication>
 #include <QInputMethod>
@@ -23,6 +22,7 @@
 #include <QVBoxLayout>
 
 #include <array>
+#include <utility>
 
 namespace
 {
@@ -62,17 +62,24 @@ QToolButton* NewButton(const QAction& Action)
     return button;
 }
 
-// Scrolls up and down only, so it must never be narrower than what it holds.
+// Scrolls up and down only, so it must never be narrower than what it holds. Its scroll bar comes and goes in
+// a strip that is always left free, so that nothing moves sideways.
 class BodyScroll : public QScrollArea
 {
 public:
+    BodyScroll()
+    {
+        verticalScrollBar()->setObjectName("bodyScrollBar");
+        connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this] { KeepStrip(); });
+        KeepStrip();
+    }
+
     QSize minimumSizeHint() const override
     {
         QSize hint = QScrollArea::minimumSizeHint();
         if (widget() != nullptr)
         {
-            hint.setWidth(widget()->minimumSizeHint().width() +
-                          verticalScrollBar()->sizeHint().width());
+            hint.setWidth(widget()->minimumSizeHint().width() + StripPx());
         }
         return hint;
     }
@@ -85,16 +92,31 @@ public:
         }
         return QScrollArea::eventFilter(pWatched, pEvent);
     }
+
+protected:
+    void changeEvent(QEvent* pEvent) override
+    {
+        QScrollArea::changeEvent(pEvent);
+        if (pEvent->type() == QEvent::StyleChange)
+        {
+            KeepStrip();
+        }
+    }
+
+private:
+    int StripPx() const { return verticalScrollBar()->sizeHint().width(); }
+    void KeepStrip()
+    {
+        setViewportMargins(0, 0, verticalScrollBar()->maximum() > 0 ? 0 : StripPx(), 0);
+    }
 };
 } // namespace
 
-ClipPanelWidget::ClipPanelWidget(MvClipControlPanel& ShownPanel,
-                                 ClipPanelRecords& HostRecords,
-                                 const ActionSet& WindowActions,
-                                 QWidget* pParent)
+ClipPanelWidget::ClipPanelWidget(Session& Running, const ActionSet& WindowActions, QWidget* pParent)
     : QWidget(pParent)
-    , Panel(ShownPanel)
-    , Records(HostRecords)
+    , Panel(Running.Panel())
+    , Records(Running.Records())
+    , States(Running.Exports().States())
     , Actions(WindowActions)
 {
     BuildBody();
@@ -111,9 +133,11 @@ void ClipPanelWidget::BuildBody()
     pSourceLabel = NewLabel("clipSource", PlainLabel::Overflow::ElideMiddle);
     pRangeLabel = NewLabel("clipRange", PlainLabel::Overflow::Wrap);
     pMarkersLabel = NewLabel("clipMarkers", PlainLabel::Overflow::Wrap);
+    pRangeLabel->KeepRoomFor("Current Range: 0:00:00 -> 0:00:00   LEN 0:00:00");
+    pMarkersLabel->KeepRoomFor("Markers: 000   Current: 0:00:00");
     pStatusLabel = NewLabel("clipStatus", PlainLabel::Overflow::Wrap);
 
-    pModel = new ClipTableModel(Panel, this);
+    pModel = new ClipTableModel(Panel, States, this);
     pTable = new ClipTableView;
     pTable->setObjectName("clipTable");
     pTable->setModel(pModel);
@@ -129,14 +153,15 @@ void ClipPanelWidget::BuildBody()
 
     auto* const body = new QWidget;
     auto* const lines = new QVBoxLayout(body);
-    lines->setContentsMargins(MarginPx, MarginPx, MarginPx, MarginPx);
+    lines->setContentsMargins(MarginPx, MarginPx, 0, MarginPx);
     lines->setSpacing(SpacingPx);
     lines->addWidget(pSourceLabel);
     lines->addWidget(pRangeLabel);
     lines->addWidget(pMarkersLabel);
-    lines->addWidget(pTable, 1);
+    // Whatever the status says and whatever runs, the table gives and takes the room, and no button moves.
     lines->addWidget(pNameEdit);
     lines->addLayout(pButtons);
+    lines->addWidget(pTable, 1);
 
     pScroll = new BodyScroll;
     pScroll->setFrameShape(QFrame::NoFrame);
@@ -163,6 +188,13 @@ void ClipPanelWidget::AddButtons()
         QToolButton* const button = NewButton(*Actions.Get(id));
         button->setObjectName(QString("clipButton%1").arg(static_cast<int>(id)));
         connect(button, &QToolButton::clicked, this, [this, id] { Trigger(id); });
+        if (id == ActionId::ExportClip)
+        {
+            auto* const more = new QMenu(button);
+            more->addAction(Actions.Get(ActionId::ExportAll));
+            button->setMenu(more);
+            button->setPopupMode(QToolButton::MenuButtonPopup);
+        }
         pButtons->addWidget(button);
     }
 }
@@ -170,15 +202,21 @@ void ClipPanelWidget::AddButtons()
 void ClipPanelWidget::ConnectTable()
 {
     connect(pTable->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this]
+            &ClipPanelWidget::TakeSelection);
+    // A right click on one of several selected rows changes the current row alone. A row that is to be
+    // selected, too, becomes the current one first.
+    connect(pTable->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& Current)
             {
-                const QModelIndexList rows = pTable->selectionModel()->selectedRows();
-                SelectInHost(rows.isEmpty() ? -1 : rows.first().row());
+                if (pTable->selectionModel()->isSelected(Current))
+                {
+                    TakeSelection();
+                }
             });
     connect(pTable, &QTableView::doubleClicked, this,
             [this](const QModelIndex& Index)
             {
-                SelectInHost(Index.row());
+                pTable->SelectOnly(Index.row());
                 Trigger(ActionId::LoadClip);
             });
     connect(pTable, &ClipTableView::TextResized, this, &ClipPanelWidget::UpdateGeometryRecords);
@@ -243,20 +281,21 @@ void ClipPanelWidget::SyncTable()
     }
 }
 
-void ClipPanelWidget::SyncSelection(bool bScroll)
+// The rows that the user has selected stay selected while the host's row is the current one of them. A row
+// that the host chose itself is selected alone, also after clips came or went: the others are other clips.
+void ClipPanelWidget::SyncSelection(bool bCountChanged)
 {
     const int row = Panel.SelectedClipIndex();
-    const QModelIndex index = pModel->index(row, 0);
-    QItemSelectionModel& selection = *pTable->selectionModel();
-    const bool bShown = index.isValid() ? selection.isRowSelected(row) : !selection.hasSelection();
-    if (!bShown)
+    const bool bShown =
+        row == pTable->CurrentSelectedRow() && (row < 0 || row == pTable->currentIndex().row());
+    if (!bShown || bCountChanged)
     {
-        selection.setCurrentIndex(index,
-                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        pTable->SelectOnly(row);
+        Records.SelectedRows.clear();
     }
-    if (index.isValid() && (!bShown || bScroll))
+    if (row >= 0 && (!bShown || bCountChanged))
     {
-        pTable->scrollTo(index);
+        pTable->scrollTo(pModel->index(row, 0));
     }
 }
 
@@ -281,14 +320,27 @@ void ClipPanelWidget::SyncLabels()
 
 // -- The user to the host
 
-void ClipPanelWidget::SelectInHost(int Row)
+void ClipPanelWidget::TakeSelection()
 {
-    if (bSyncing || Row == Panel.SelectedClipIndex())
+    if (bSyncing)
     {
         return;
     }
-    Records.Table.SelectRow(Row);
-    SyncFromHost();
+    std::vector<int> rows = pTable->SelectedRows();
+    const int row = pTable->CurrentSelectedRow();
+    if (row != pTable->currentIndex().row())
+    {
+        // A click with Ctrl has just taken the current row out.
+        const QScopedValueRollback syncing(bSyncing, true);
+        pTable->selectionModel()->setCurrentIndex(pModel->index(row, 0),
+                                                  QItemSelectionModel::NoUpdate);
+    }
+    Records.SelectedRows = rows.size() > 1 ? std::move(rows) : std::vector<int>();
+    if (row != Panel.SelectedClipIndex())
+    {
+        Records.Table.SelectRow(row);
+        SyncFromHost();
+    }
 }
 
 // By its signal rather than by trigger(): a button works also while the action's key is switched off.
@@ -308,6 +360,12 @@ void ClipPanelWidget::FocusName()
     pScroll->ensureWidgetVisible(pNameEdit);
     pNameEdit->setFocus(Qt::ShortcutFocusReason);
     pNameEdit->selectAll();
+}
+
+void ClipPanelWidget::SelectAll()
+{
+    pTable->setFocus(Qt::ShortcutFocusReason);
+    pTable->selectAll();
 }
 
 void ClipPanelWidget::LeaveName()
@@ -342,14 +400,18 @@ void ClipPanelWidget::ShowRowMenu(const QPoint& GlobalPos)
 {
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (const ActionId id : {ActionId::LoadClip, ActionId::JumpToIn, ActionId::JumpToOut})
+    Actions.EnableFor(States.Of(Panel.SelectedClipIndex()));
+    using enum ActionId;
+    for (const auto& group : {std::vector{LoadClip, JumpToIn, JumpToOut},
+                              {OpenClipFile, OpenClipFolder, CopyClipPath},
+                              {ExportClip, ExportAgain, RemoveFromQueue},
+                              {EditName, DeleteClip}})
     {
-        menu->addAction(Actions.Get(id));
-    }
-    menu->addSeparator();
-    for (const ActionId id : {ActionId::EditName, ActionId::DeleteClip, ActionId::ExportClip})
-    {
-        menu->addAction(Actions.Get(id));
+        for (const ActionId id : group)
+        {
+            menu->addAction(Actions.Get(id));
+        }
+        menu->addSeparator();
     }
     menu->popup(GlobalPos);
 }

@@ -20,10 +20,12 @@
 class ActionSet;
 class ClipTableModel;
 class ClipTableView;
+class ExportStates;
 class GridFlow;
 class MvClipControlPanel;
 class MvLabel;
 class PlainLabel;
+class Session;
 class QLineEdit;
 class QScrollArea;
 struct ClipPanelRecords;
@@ -33,11 +35,8 @@ class ClipPanelWidget : public QWidget
     Q_OBJECT
 
 public:
-    /// Shows a panel that is connected to the records already. All three must outlive the widget.
-    ClipPanelWidget(MvClipControlPanel& ShownPanel,
-                    ClipPanelRecords& HostRecords,
-                    const ActionSet& WindowActions,
-                    QWidget* pParent = nullptr);
+    /// Shows the session's panel with its exports. Both must outlive the widget.
+    ClipPanelWidget(Session& Running, const ActionSet& WindowActions, QWidget* pParent = nullptr);
 
     /// Copies from the host what the widgets show differently. For the end of every frame: without a
     /// change it costs some comparisons, whatever the number of clips.
@@ -49,6 +48,8 @@ public:
 
     /// Goes to the name field and selects its text.
     void FocusName();
+    /// Goes to the table and selects all its rows.
+    void SelectAll();
 
 protected:
     bool eventFilter(QObject* pWatched, QEvent* pEvent) override;
@@ -62,11 +63,11 @@ private:
     void ConnectNameField();
 
     void SyncTable();
-    void SyncSelection(bool bScroll);
+    void SyncSelection(bool bCountChanged);
     void SyncName();
     void SyncLabels();
 
-    void SelectInHost(int Row);
+    void TakeSelection();
     void Trigger(ActionId Id);
     void LeaveName();
     void ShowRowMenu(const QPoint& GlobalPos);
@@ -75,6 +76,7 @@ private:
 
     MvClipControlPanel& Panel;
     ClipPanelRecords& Records;
+    const ExportStates& States;
     const ActionSet& Actions;
 
     QScrollArea* pScroll = nullptr;

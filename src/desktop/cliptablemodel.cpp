@@ -1,5 +1,6 @@
 #include "desktop/cliptablemodel.h"
 
+#include "desktop/exportmarks.h"
 #include "desktop/plainlabel.h"
 #include "panel/mvclipcontrolpanel.h"
 
@@ -16,9 +17,12 @@ QRgb ColorOf(const MvClipControlPanel::SavedClip& Clip)
 }
 } // namespace
 
-ClipTableModel::ClipTableModel(const MvClipControlPanel& ShownPanel, QObject* pParent)
+ClipTableModel::ClipTableModel(const MvClipControlPanel& ShownPanel,
+                               const ExportStates& ShownStates,
+                               QObject* pParent)
     : QAbstractTableModel(pParent)
     , Panel(ShownPanel)
+    , States(ShownStates)
 {
     TakeRowCount();
 }
@@ -75,6 +79,7 @@ ClipTableModel::ShownRow ClipTableModel::RowNow(int Row) const
     {
         shown.Color = ColorOf(Panel.Clips[static_cast<std::size_t>(Row)]);
     }
+    shown.Export = States.Of(Row);
     return shown;
 }
 
@@ -110,7 +115,12 @@ QVariant ClipTableModel::data(const QModelIndex& Index, int Role) const
     case Qt::DisplayRole:
         return CellText(Index.row(), Index.column()).replace('\n', ' ');
     case Qt::ToolTipRole:
-        return PlainToolTip(CellText(Index.row(), Index.column()));
+        return PlainToolTip(TextWithState(Index.row(), Index.column(), "\n")).replace('\n', "<br>");
+    case Qt::AccessibleTextRole:
+        return TextWithState(Index.row(), Index.column(), ", ");
+    case ExportRole:
+        return Index.column() == NameColumn ? QVariant::fromValue(States.Of(Index.row()))
+                                            : QVariant();
     case ColorRole:
         return Index.column() == ColorColumn ? QColor(RowNow(Index.row()).Color) : QVariant();
     default:
@@ -137,4 +147,11 @@ QString ClipTableModel::CellText(int Row, int Column) const
 {
     const std::string* const cell = Panel.TableModel->CellAt(Row, Column);
     return cell != nullptr ? QString::fromStdString(*cell) : QString();
+}
+
+QString ClipTableModel::TextWithState(int Row, int Column, const QString& Separator) const
+{
+    const QString text = CellText(Row, Column);
+    const QString state = Column == NameColumn ? ExportStateText(States.Of(Row)) : QString();
+    return state.isEmpty() ? text : text + Separator + state;
 }

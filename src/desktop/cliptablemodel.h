@@ -1,17 +1,19 @@
-// The panel's clips as a Qt model: the texts of the panel's MvTableModel and the colours of its Clips.
+// The panel's clips as a Qt model: the texts of the panel's MvTableModel, the colours of its Clips, and the
+// state of each clip's export.
 //
-// It reads the panel whenever a view asks and keeps no copy but of the rows in view, by which it finds
-// out what to have painted anew. UI thread only; the panel must outlive it.
+// It reads the panel and the states whenever a view asks and keeps no copy but of the rows in view, by which it finds
+// out what to have painted anew. UI thread only; both must outlive it.
 
 #pragma once
 
+#include "app/exportstates.h"
+
 #include <QAbstractTableModel>
 #include <QColor>
+#include <QMetaType>
 
 #include <string>
 #include <vector>
-
-class MvClipControlPanel;
 
 class ClipTableModel : public QAbstractTableModel
 {
@@ -31,8 +33,12 @@ public:
 
     /// The clip's colour as a QColor, in the colour column only.
     static constexpr int ColorRole = Qt::UserRole;
+    /// The clip's export as a ClipExport, in the name column only.
+    static constexpr int ExportRole = Qt::UserRole + 1;
 
-    explicit ClipTableModel(const MvClipControlPanel& ShownPanel, QObject* pParent = nullptr);
+    ClipTableModel(const MvClipControlPanel& ShownPanel,
+                   const ExportStates& ShownStates,
+                   QObject* pParent = nullptr);
 
     /// Tells the views of rows that came or went. Costs nothing when the count is the same.
     bool TakeRowCount();
@@ -53,14 +59,19 @@ private:
     {
         std::vector<std::string> Cells;
         QRgb Color = 0;
+        ClipExport Export;
 
         bool operator==(const ShownRow&) const = default;
     };
 
     ShownRow RowNow(int Row) const;
     QString CellText(int Row, int Column) const;
+    QString TextWithState(int Row, int Column, const QString& Separator) const;
 
     const MvClipControlPanel& Panel;
+    const ExportStates& States;
     int ToldRowCount = 0;
     std::vector<ShownRow> ToldRows; ///< the rows of the last TakeRows
 };
+
+Q_DECLARE_METATYPE(ClipExport)

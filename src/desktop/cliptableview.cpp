@@ -1,6 +1,7 @@
 #include "desktop/cliptableview.h"
 
 #include "desktop/cliptablemodel.h"
+#include "desktop/exportmarks.h"
 #include "desktop/theme.h"
 #include "host/mvtheme.h"
 
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace
 {
@@ -22,18 +24,27 @@ constexpr int MinRows = 3;
 constexpr int MinutesLength = 5; // of "00:00"
 constexpr const char* EmptyHint = "Press I and O on the timeline, then + to save a clip.";
 
-// Rows are selected whole, so no cell shows a focus of its own. A colour is a chip with its name on it,
-// in small letters: its column is the narrowest.
+// Rows are selected whole, so no cell shows a focus of its own; where several are, the current one has a bar
+// at its edge. A colour is a chip with its name on it, in small letters: its column is the narrowest. Behind
+// a name stands the state of the clip's export.
 class CellDelegate : public QStyledItemDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    explicit CellDelegate(ClipTableView* pView)
+        : QStyledItemDelegate(pView)
+        , View(*pView)
+    {
+    }
 
     void paint(QPainter* pPainter,
                const QStyleOptionViewItem& Option,
                const QModelIndex& Index) const override
     {
         QStyledItemDelegate::paint(pPainter, Option, Index);
+        if (Index.column() == ClipTableModel::NameColumn)
+        {
+            PaintName(*pPainter, Option, Index);
+        }
         const QVariant color = Index.data(ClipTableModel::ColorRole);
         if (color.isValid())
         {
@@ -46,10 +57,68 @@ protected:
     {
         QStyledItemDelegate::initStyleOption(pOption, Index);
         pOption->state &= ~QStyle::State_HasFocus;
-        if (Index.data(ClipTableModel::ColorRole).isValid())
+        if (Index.column() == ClipTableModel::NameColumn ||
+            Index.column() == ClipTableModel::ColorColumn)
         {
             pOption->text.clear();
         }
+    }
+
+private:
+    // The text stands where the style puts those of the other columns.
+    void
+    PaintName(QPainter& Painter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const
+    {
+        const auto shown = Index.data(ClipTableModel::ExportRole).value<ClipExport>();
+        Painter.save();
+        if (shown.State == ExportState::Running)
+        {
+            QRect done = Option.rect;
+            done.setWidth(static_cast<int>(shown.Fraction * done.width()));
+            const bool bSelected = (Option.state & QStyle::State_Selected) != 0;
+            Painter.fillRect(done, Theme::Accent.darker(bSelected ? 130 : 200));
+        }
+        if (Index.row() == View.currentIndex().row() && View.HasSeveralSelected())
+        {
+            Painter.fillRect(
+                QRect(Option.rect.topLeft(), QSize(CurrentBarPx, Option.rect.height())),
+                Theme::Accent);
+        }
+        QRect room = Option.rect.adjusted(NameMarginPx, 0, -NameMarginPx, 0);
+        room.setRight(PaintState(Painter, room, Option.fontMetrics, shown));
+        Painter.setFont(Option.font);
+        Painter.setPen(Theme::Text);
+        Painter.drawText(
+            room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+            Option.fontMetrics.elidedText(Index.data().toString(), Qt::ElideRight, room.width()));
+        Painter.restore();
+    }
+
+    // At the right end of the room; returns where it begins.
+    static int PaintState(QPainter& Painter,
+                          const QRect& Room,
+                          const QFontMetrics& Metrics,
+                          const ClipExport& Shown)
+    {
+        const int gapPx = Theme::ScaledPx(4);
+        if (Shown.State == ExportState::None)
+        {
+            return Room.right();
+        }
+        if (Shown.State == ExportState::Running)
+        {
+            const QString percent = QString("%1 %").arg(static_cast<int>(Shown.Fraction * 100.0));
+            Painter.setFont(Theme::SmallFont());
+            Painter.setPen(Theme::Text);
+            Painter.drawText(Room, Qt::AlignRight | Qt::AlignVCenter, percent);
+            return Room.right() - Painter.fontMetrics().horizontalAdvance(percent) - gapPx;
+        }
+        const int sidePx = Metrics.ascent();
+        QRect mark(0, 0, sidePx, sidePx);
+        mark.moveCenter(Room.center());
+        mark.moveRight(Room.right());
+        PaintExportMark(Painter, mark, Shown.State);
+        return mark.left() - gapPx;
     }
 
 private:
@@ -72,6 +141,11 @@ private:
                          Painter.fontMetrics().elidedText(Name, Qt::ElideRight, inner.width()));
         Painter.restore();
     }
+
+    static constexpr int NameMarginPx = 3; // the style's own
+    static constexpr int CurrentBarPx = 3;
+
+    const ClipTableView& View;
 };
 
 // A style sheet's header cuts a title that is too long, so it is shortened before.
@@ -101,7 +175,7 @@ ClipTableView::ClipTableView(QWidget* pParent)
 {
     setHorizontalHeader(new TitleHeader(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
-    setSelectionMode(QAbstractItemView::SingleSelection);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setTabKeyNavigation(false);
     setShowGrid(false);
@@ -178,6 +252,47 @@ void ClipTableView::ApplyFractions(const std::vector<double>& Fractions)
 int ClipTableView::CellPaddingPx()
 {
     return Theme::ScaledPx(4);
+}
+
+std::vector<int> ClipTableView::SelectedRows() const
+{
+    std::vector<int> rows;
+    for (const QItemSelectionRange& range : selectionModel()->selection())
+    {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+        {
+            rows.push_back(row);
+        }
+    }
+    std::ranges::sort(rows);
+    return rows;
+}
+
+bool ClipTableView::HasSeveralSelected() const
+{
+    const QItemSelection selection = selectionModel()->selection();
+    return selection.size() > 1 || (!selection.isEmpty() && selection.first().height() > 1);
+}
+
+int ClipTableView::CurrentSelectedRow() const
+{
+    const int current = currentIndex().row();
+    int nearest = -1;
+    for (const QItemSelectionRange& range : selectionModel()->selection())
+    {
+        const int row = std::clamp(current, range.top(), range.bottom());
+        if (nearest < 0 || std::abs(row - current) < std::abs(nearest - current))
+        {
+            nearest = row;
+        }
+    }
+    return nearest;
+}
+
+void ClipTableView::SelectOnly(int Row)
+{
+    selectionModel()->setCurrentIndex(model()->index(Row, 0), QItemSelectionModel::ClearAndSelect |
+                                                                  QItemSelectionModel::Rows);
 }
 
 std::pair<int, int> ClipTableView::RowsInView() const

@@ -1,5 +1,6 @@
-// The table of saved clips as the user sees it: one row selected at a time, nothing edited in place,
-// rows of one height, column widths given as fractions. An empty table says how to make a clip.
+// The table of saved clips as the user sees it: whole rows selected, one of them the current one, nothing
+// edited in place, rows of one height, column widths given as fractions. An empty table says how to make a
+// clip.
 //
 // UI thread only.
 
@@ -27,11 +28,18 @@ public:
     void ApplyFractions(const std::vector<double>& Fractions);
     /// The room on each side of a cell's text at the current text scale.
     static int CellPaddingPx();
+    /// The selected rows in their order. O(selected rows).
+    std::vector<int> SelectedRows() const;
+    bool HasSeveralSelected() const;
+    /// The current row where it is selected, else the selected one that is nearest to it; -1 without any.
+    int CurrentSelectedRow() const;
+    /// Selects one row alone, which becomes the current one; -1 for none.
+    void SelectOnly(int Row);
     /// The rows in view, first and last; last is before first when there are none.
     std::pair<int, int> RowsInView() const;
 
 Q_SIGNALS:
-    /// The user asked for the menu of the selected row.
+    /// The user asked for the menu of the current row.
     void MenuRequested(const QPoint& GlobalPos);
     /// The width or height that the rows have on the screen is another.
     void ViewportResized();

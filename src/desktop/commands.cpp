@@ -1,5 +1,6 @@
 #include "desktop/commands.h"
 
+#include "desktop/desktopopen.h"
 #include "desktop/session.h"
 #include "desktop/videodocument.h"
 #include "host/mvtheme.h"
@@ -7,10 +8,17 @@
 #include "player/mpvvideo.h"
 #include "process/sentences.h"
 
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
+
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <filesystem>
+#include <functional>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 namespace
@@ -314,16 +322,24 @@ void Commands::AddMarker()
 // -- Clips
 
 // The panel lets file-system errors other than a missing file through: they end here, as its status.
-void Commands::RunPanelAction(void (MvClipControlPanel::*Action)())
+template <typename Action> void Commands::RunPanelAction(Action Act)
 {
+    MvClipControlPanel& panel = Running.Panel();
+    const int row = panel.SelectedClipIndex();
+    const std::size_t count = panel.Clips.size();
     try
     {
-        (Running.Panel().*Action)();
+        std::invoke(Act, panel);
     }
     catch (const std::exception& error)
     {
-        Running.Panel().SetStatusTextInternal(SentenceOf(error), true);
+        panel.SetStatusTextInternal(SentenceOf(error), true);
     }
+    if (panel.Clips.size() != count)
+    {
+        Running.Records().SelectedRows.clear(); // they are other clips now
+    }
+    Running.Exports().Follow(row);
     Running.RequestFrame();
 }
 
@@ -375,8 +391,33 @@ void Commands::JumpToOut()
 
 void Commands::ExportClip()
 {
-    Running.ExportSelectedClip();
-    Running.RequestFrame();
+    std::vector<int> rows = Running.Records().SelectedRows;
+    const int row = Running.Panel().SelectedClipIndex();
+    if (rows.empty() && row >= 0)
+    {
+        rows.push_back(row);
+    }
+    RunPanelAction([&](MvClipControlPanel&) { Running.Exports().Export(rows); });
+}
+
+void Commands::ExportAll()
+{
+    RunPanelAction([this](MvClipControlPanel&) { Running.Exports().ExportAll(); });
+}
+
+void Commands::ExportAgain()
+{
+    RunPanelAction(
+        [this](MvClipControlPanel& Panel)
+        {
+            const int row = Panel.SelectedClipIndex();
+            Running.Exports().Export(row < 0 ? std::vector<int>() : std::vector<int>{row});
+        });
+}
+
+void Commands::RemoveFromQueue()
+{
+    Running.Exports().RemoveFromQueue(Running.Panel().SelectedClipIndex());
 }
 
 void Commands::StopExport()
@@ -384,8 +425,51 @@ void Commands::StopExport()
     Running.Exports().Stop();
 }
 
+void Commands::StopAllExports()
+{
+    Running.Exports().StopAll();
+}
+
+// Empty where there is none, after having said so.
+std::string Commands::FileOfSelectedClip()
+{
+    const ClipExport shown = Running.Exports().States().Of(Running.Panel().SelectedClipIndex());
+    std::error_code ec;
+    if (shown.Path.empty() || !std::filesystem::exists(shown.Path, ec))
+    {
+        Refuse("The clip has no file: export it.");
+        return {};
+    }
+    return shown.Path;
+}
+
+void Commands::OpenClipFile()
+{
+    if (const std::string file = FileOfSelectedClip(); !file.empty())
+    {
+        OpenWithDesktop(file);
+    }
+}
+
+void Commands::OpenClipFolder()
+{
+    if (const std::string file = FileOfSelectedClip(); !file.empty())
+    {
+        OpenWithDesktop(std::filesystem::path(file).parent_path().native());
+    }
+}
+
+void Commands::CopyClipPath()
+{
+    if (const std::string file = FileOfSelectedClip(); !file.empty())
+    {
+        QGuiApplication::clipboard()->setText(QFile::decodeName(file.c_str()));
+    }
+}
+
 void Commands::SelectClip(int Row)
 {
+    Running.Records().SelectedRows.clear();
     Running.Records().Table.SelectRow(Row);
 }
 
@@ -407,6 +491,11 @@ void Commands::SelectPreviousClip()
 void Commands::SelectNextClip()
 {
     SelectClipBeside(1);
+}
+
+void Commands::SelectAllClips()
+{
+    Q_EMIT AllClipsRequested();
 }
 
 void Commands::EditName()

@@ -7,7 +7,8 @@
 
 #include <QObject>
 
-class MvClipControlPanel;
+#include <string>
+
 class Session;
 
 class Commands : public QObject
@@ -60,9 +61,17 @@ public:
     void JumpToIn();
     void JumpToOut();
     void ExportClip();
+    void ExportAll();
+    void ExportAgain();
+    void RemoveFromQueue();
     void StopExport();
+    void StopAllExports();
+    void OpenClipFile();
+    void OpenClipFolder();
+    void CopyClipPath();
     void SelectPreviousClip();
     void SelectNextClip();
+    void SelectAllClips();
     void EditName();
 
     // -- View
@@ -99,6 +108,7 @@ Q_SIGNALS:
     void FullScreenRequested();
     void KeysRequested();
     void AboutRequested();
+    void AllClipsRequested(); ///< their rows are to be selected
 
 private:
     template <typename Action> bool WithDocument(Action Act);
@@ -109,7 +119,8 @@ private:
     void Refuse(const char* Text);
     void SetTextScale(double Scale);
     void SelectClipBeside(int Step);
-    void RunPanelAction(void (MvClipControlPanel::*Action)());
+    template <typename Action> void RunPanelAction(Action Act);
+    std::string FileOfSelectedClip();
     void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
 
     Session& Running;

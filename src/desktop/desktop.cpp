@@ -4,12 +4,12 @@
 #include "desktop/clippanelwidget.h"
 #include "desktop/commands.h"
 #include "desktop/desktopnotifier.h"
+#include "desktop/desktopopen.h"
 #include "desktop/encodercheck.h"
 #include "desktop/keyspage.h"
 #include "desktop/launcherprogress.h"
 #include "desktop/mainwindow.h"
 #include "desktop/notificationoverlay.h"
-#include "desktop/openfolder.h"
 #include "desktop/pathtext.h"
 #include "desktop/session.h"
 #include "desktop/theme.h"
@@ -104,10 +104,7 @@ bool Desktop::Start(std::string& OutError)
     ConnectWindow(*pMain);
     pOverlay = new NotificationOverlay(*pMain->Pane().Picture());
     pNotifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
-    auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
-    connect(&Running, &Session::ExportProgressed, launcher,
-            [launcher](const RunningExport& Export) { launcher->Show(Export.Fraction); });
-    connect(&Running, &Session::ExportsIdle, launcher, &LauncherProgress::Clear);
+    ShowProgressInTaskBar();
     pMain->Restore(Remembered);
     pMain->show();
     pMain->FocusVideo();
@@ -118,6 +115,15 @@ bool Desktop::Start(std::string& OutError)
         ShowError(problem);
     }
     return true;
+}
+
+void Desktop::ShowProgressInTaskBar()
+{
+    auto* const launcher = new LauncherProgress(QDBusConnection::sessionBus(), this);
+    const ClipExports& exports = Running.Exports();
+    connect(&exports, &ClipExports::Changed, launcher,
+            [launcher, &exports]
+            { exports.IsRunning() ? launcher->Show(exports.FractionOfAll()) : launcher->Clear(); });
 }
 
 void Desktop::ConnectCommands()
@@ -407,10 +413,11 @@ void Desktop::ShowError(const std::string& Sentence)
 void Desktop::ShowNotification(const Movane::Notification& Shown)
 {
     std::function<void()> openFolder;
-    const bool bExported = Shown.Title == "Clip Export" && Shown.Message.starts_with("Exported ");
+    const std::string folder = Running.Exports().FinishedFolder();
+    const bool bExported = Shown.Title == "Clip Export" && !folder.empty();
     if (bExported)
     {
-        openFolder = [folder = AppPaths::RecordingsDir() + "/clips"] { OpenFolder(folder); };
+        openFolder = [folder] { OpenWithDesktop(folder); };
     }
     const QString actionText = bExported ? QString("Open folder") : QString();
     pOverlay->Add(Shown, actionText, openFolder);

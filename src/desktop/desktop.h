@@ -58,6 +58,7 @@ protected:
 private:
     void ConnectCommands();
     void ConnectWindow(VideoWindow& Window);
+    void ShowProgressInTaskBar();
     VideoWindow* AddWindow(std::string& OutError);
     void CloseWindow(unsigned long WindowID);
     void TakeOpened(const QString& Path, bool bLoaded, const std::string& LoadError);

@@ -1,25 +1,46 @@
-// The progress of the running export: a bar with percent and time in it, and a Stop button.
-// It is there only while an export runs. UI thread only.
+// The running export at the foot of the clip panel: the clip, how far it is, how long it will still take, how
+// many wait, and the buttons that stop it.
+//
+// It keeps its place and its height while nothing runs, and is empty then: no button moves when an export
+// starts or ends. With large text it leaves out words; its tooltip has them all. UI thread only.
 
 #pragma once
 
-#include "app/runningexport.h"
-
+#include <QString>
 #include <QWidget>
 
+#include <cstddef>
+
 class QAction;
-class QProgressBar;
+struct RunningExport;
 
 class ExportBar : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The Stop button triggers pStop, which must outlive the bar.
-    explicit ExportBar(QAction* pStop, QWidget* pParent = nullptr);
+    /// The buttons trigger the actions, which must outlive the bar.
+    ExportBar(QAction* pStop, QAction* pStopAll, QWidget* pParent = nullptr);
 
-    void ShowProgress(const RunningExport& Export);
+    /// Shows a running export; without one (null) the bar is empty.
+    void Show(const RunningExport* pRunning, std::size_t WaitingCount);
+
+protected:
+    void resizeEvent(QResizeEvent* pEvent) override;
+    void changeEvent(QEvent* pEvent) override;
 
 private:
-    QProgressBar* pBar;
+    void FitText();
+
+    class ToldBar;
+
+    QWidget* pContent;
+    ToldBar* pBar;
+
+    // -- What is shown, as text.
+    QString Name;
+    QString Percent; ///< or the running time
+    QString Left;    ///< "0:12"; empty while it is unknown
+    std::size_t MoreCount = 0;
+    bool bStopping = false;
 };

@@ -16,7 +16,6 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <utility>
 
 namespace
 {
@@ -24,6 +23,20 @@ constexpr int StartWidthPx = 1280;
 constexpr int StartHeightPx = 760;
 constexpr int NoteMarginPx = 8;  // that of the clip panel
 constexpr int SideWidthPx = 400; // room for the six columns at 100 % text
+
+QString RunningText(bool bRuns, std::size_t WaitingCount)
+{
+    if (!bRuns)
+    {
+        return QString("%1 export%2.")
+            .arg(WaitingCount)
+            .arg(WaitingCount == 1 ? " waits" : "s wait");
+    }
+    return WaitingCount == 0 ? QString("An export is running.")
+                             : QString("An export is running and %1 more %2.")
+                                   .arg(WaitingCount)
+                                   .arg(WaitingCount == 1 ? "waits" : "wait");
+}
 
 QString LossText(int Count, const QString& Kind)
 {
@@ -39,10 +52,10 @@ MainWindow::MainWindow(Session& NewRunning,
                        SurfaceKind Kind)
     : VideoWindow(NewRunning, Target, Shown, Kind)
     , pSplitter(new QSplitter(Qt::Horizontal))
-    , pClipPanel(new ClipPanelWidget(NewRunning.Panel(), NewRunning.Records(), Actions))
-    , pExportBar(new ExportBar(Actions.Get(ActionId::StopExport)))
+    , pClipPanel(new ClipPanelWidget(NewRunning, Actions))
+    , pExportBar(
+          new ExportBar(Actions.Get(ActionId::StopExport), Actions.Get(ActionId::StopAllExports)))
     , pClosingNote(new PlainLabel(PlainLabel::Overflow::Wrap))
-    , Exported(NewRunning.Panel(), NewRunning.Exports())
 {
     auto* const side = new QWidget;
     side->setMinimumWidth(SideWidthPx);
@@ -50,7 +63,7 @@ MainWindow::MainWindow(Session& NewRunning,
     sideLayout->setContentsMargins(0, 0, 0, 0);
     sideLayout->addWidget(pClipPanel, 1);
     pClosingNote->setObjectName("closesAfterExport");
-    pClosingNote->Show("Closes when the export is finished.");
+    pClosingNote->Show("Closes when the exports are finished.");
     pClosingNote->hide();
     auto* const noteRow = new QHBoxLayout;
     noteRow->setContentsMargins(NoteMarginPx, 0, NoteMarginPx, NoteMarginPx);
@@ -69,24 +82,25 @@ MainWindow::MainWindow(Session& NewRunning,
     pSplitter->setSizes({width() - sidePx, sidePx});
 
     connect(&Running, &Session::FrameDone, pClipPanel, &ClipPanelWidget::SyncFromHost);
-    const auto showProgress = [this](const RunningExport& Export)
-    {
-        pExportBar->ShowProgress(Export);
-        pExportBar->show();
-    };
-    connect(&Running, &Session::ExportBegan, this, showProgress);
-    connect(&Running, &Session::ExportProgressed, this, showProgress);
-    connect(&Running, &Session::ExportEnded, this,
-            [this](const EndedExport& Export)
+    connect(&Target, &Commands::AllClipsRequested, this, &MainWindow::SelectAllClips);
+    const ClipExports& exports = Running.Exports();
+    connect(&exports, &ClipExports::Changed, this,
+            [this, &exports]
             {
-                const bool bExported = Export.Outcome == ExportOutcome::Exported;
-                bAllExported = bAllExported && bExported;
-                if (bExported)
+                // Between two of a queue it stays, with the focus that its button may have.
+                if (exports.Running() != nullptr || !exports.IsRunning())
                 {
-                    Exported.Add(Export.Clip);
+                    pExportBar->Show(exports.Running(), exports.WaitingCount());
                 }
             });
-    connect(&Running, &Session::ExportsIdle, this, &MainWindow::TakeExportsEnd);
+    connect(&exports, &ClipExports::Idle, this, &MainWindow::TakeIdle);
+}
+
+void MainWindow::SelectAllClips()
+{
+    pClipPanel->SelectAll();
+    activateWindow();
+    raise();
 }
 
 void MainWindow::FocusName()
@@ -114,28 +128,26 @@ void MainWindow::Store(Settings& OutSaved) const
     OutSaved.SplitterState = pSplitter->saveState();
 }
 
-void MainWindow::TakeExportsEnd()
+void MainWindow::TakeIdle(bool bAllExported)
 {
-    const bool bSuccess = std::exchange(bAllExported, true);
-    pExportBar->hide();
     if (pQuestion != nullptr)
     {
         pQuestion->reject();
     }
     const bool bCloses =
-        Then == AfterExport::Close || (Then == AfterExport::CloseWithFile && bSuccess);
+        Then == AfterExports::Close || (Then == AfterExports::CloseWithFiles && bAllExported);
     if (bCloses && close())
     {
         return; // what was accepted stays so: the end of the program asks its windows once more
     }
-    SetAfterExport(AfterExport::Stay, 0);
+    SetAfterExports(AfterExports::Stay, 0);
 }
 
-void MainWindow::SetAfterExport(AfterExport Wanted, int LossCount)
+void MainWindow::SetAfterExports(AfterExports Wanted, int LossCount)
 {
     Then = Wanted;
     AcceptedLossCount = LossCount;
-    pClosingNote->setVisible(Wanted == AfterExport::CloseWithFile);
+    pClosingNote->setVisible(Wanted == AfterExports::CloseWithFiles);
 }
 
 // -- Closing
@@ -145,10 +157,10 @@ void MainWindow::closeEvent(QCloseEvent* pEvent)
     if (Running.Exports().IsRunning())
     {
         pEvent->ignore();
-        AskAboutExport();
+        AskAboutExports();
         return;
     }
-    if (Exported.CountMissing() > AcceptedLossCount)
+    if (Running.Exports().States().CountMissing() > AcceptedLossCount)
     {
         pEvent->ignore();
         AskAboutClips();
@@ -157,32 +169,34 @@ void MainWindow::closeEvent(QCloseEvent* pEvent)
     VideoWindow::closeEvent(pEvent);
 }
 
-void MainWindow::AskAboutExport()
+void MainWindow::AskAboutExports()
 {
     if (pQuestion != nullptr)
     {
         return;
     }
-    pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane", "An export is running.",
+    ClipExports& exports = Running.Exports();
+    pQuestion = new QMessageBox(QMessageBox::NoIcon, "Movane",
+                                RunningText(exports.Running() != nullptr, exports.WaitingCount()),
                                 QMessageBox::NoButton, this);
     // Told here, for whoever answers is not asked again.
-    const int otherCount = Exported.CountMissingAfterExports();
+    const int otherCount = exports.States().CountMissingAfterExports();
     const QString loss =
         otherCount == 0 ? QString() : ' ' + LossText(otherCount, "other clip") + '.';
-    pQuestion->setInformativeText("Its file is finished only when the export ends." + loss);
+    pQuestion->setInformativeText("A file is finished only when its export ends." + loss);
     QPushButton* const wait = pQuestion->addButton("Wait, then close", QMessageBox::AcceptRole);
     QPushButton* const stop = pQuestion->addButton("Stop and close", QMessageBox::DestructiveRole);
     QPushButton* const stay = pQuestion->addButton("Stay", QMessageBox::RejectRole);
     pQuestion->setDefaultButton(wait);
     connect(wait, &QPushButton::clicked, this,
-            [this, otherCount] { SetAfterExport(AfterExport::CloseWithFile, otherCount); });
+            [this, otherCount] { SetAfterExports(AfterExports::CloseWithFiles, otherCount); });
     connect(stop, &QPushButton::clicked, this,
             [this]
             {
-                SetAfterExport(AfterExport::Close, Exported.CountMissing());
+                SetAfterExports(AfterExports::Close, Running.Exports().States().CountMissing());
                 Running.Exports().StopAll();
             });
-    connect(stay, &QPushButton::clicked, this, [this] { SetAfterExport(AfterExport::Stay, 0); });
+    connect(stay, &QPushButton::clicked, this, [this] { SetAfterExports(AfterExports::Stay, 0); });
     OpenQuestion(stay);
 }
 
@@ -192,7 +206,7 @@ void MainWindow::AskAboutClips()
     {
         return;
     }
-    const int count = Exported.CountMissing();
+    const int count = Running.Exports().States().CountMissing();
     pQuestion =
         new QMessageBox(QMessageBox::NoIcon, "Movane", LossText(count, "clip") + ": close anyway?",
                         QMessageBox::NoButton, this);

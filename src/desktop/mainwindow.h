@@ -1,12 +1,11 @@
 // The first window: the video of the document that the panel falls back to, and beside it the clip
-// panel of the whole application with the progress of the running export.
+// panel of the whole application with the progress of its exports.
 //
-// Closing it ends the application. It asks first while an export runs or when clips would be lost, never
+// Closing it ends the application. It asks first while an export runs or waits or when clips would be lost, never
 // twice for the same. UI thread only.
 
 #pragma once
 
-#include "desktop/exportedclips.h"
 #include "desktop/settings.h"
 #include "desktop/videowindow.h"
 
@@ -26,6 +25,7 @@ public:
 
     ClipPanelWidget& ClipPanel() { return *pClipPanel; }
     void FocusName();
+    void SelectAllClips();
 
     /// Takes the window's place and division from the settings, and writes them back.
     void Restore(const Settings& Saved);
@@ -35,17 +35,17 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
-    /// What happens when nothing is exported any more.
-    enum class AfterExport
+    /// What happens when no export runs or waits any more.
+    enum class AfterExports
     {
         Stay,
-        CloseWithFile, ///< a failure is to be seen
+        CloseWithFiles, ///< a failure is to be seen
         Close,
     };
 
-    void TakeExportsEnd();
-    void SetAfterExport(AfterExport Wanted, int LossCount);
-    void AskAboutExport();
+    void TakeIdle(bool bAllExported);
+    void SetAfterExports(AfterExports Wanted, int LossCount);
+    void AskAboutExports();
     void AskAboutClips();
     void OpenQuestion(QAbstractButton* pStay);
 
@@ -53,9 +53,7 @@ private:
     ClipPanelWidget* pClipPanel;
     ExportBar* pExportBar;
     PlainLabel* pClosingNote;
-    ExportedClips Exported;
     QMessageBox* pQuestion = nullptr; ///< while it is open
-    AfterExport Then = AfterExport::Stay;
-    bool bAllExported = true;  ///< since exports began last
+    AfterExports Then = AfterExports::Stay;
     int AcceptedLossCount = 0; ///< clips without a file that the user has agreed to lose
 };

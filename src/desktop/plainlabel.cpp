@@ -81,6 +81,12 @@ void PlainLabel::Show(const QString& NewText)
     }
 }
 
+void PlainLabel::KeepRoomFor(const QString& Text)
+{
+    LongestExpected = Text;
+    updateGeometry();
+}
+
 QSize PlainLabel::sizeHint() const
 {
     const QFontMetrics metrics = fontMetrics();
@@ -105,8 +111,13 @@ int PlainLabel::heightForWidth(int Width) const
     {
         return -1;
     }
-    QTextLayout layout(WithLineBreaks(text()), font());
-    const int heightPx = static_cast<int>(std::ceil(LayOutLines(layout, Width)));
+    return std::max(HeightPx(text(), Width), HeightPx(LongestExpected, Width));
+}
+
+int PlainLabel::HeightPx(const QString& Text, int WidthPx) const
+{
+    QTextLayout layout(WithLineBreaks(Text), font());
+    const int heightPx = static_cast<int>(std::ceil(LayOutLines(layout, WidthPx)));
     return std::max(heightPx, fontMetrics().height());
 }
 
@@ -149,7 +160,7 @@ QString PlainLabel::ElidedText() const
 bool PlainLabel::IsTextLeftOut() const
 {
     return WhenTooLong == Overflow::ElideMiddle ? ElidedText() != OnOneLine(text())
-                                                : heightForWidth(width()) > height();
+                                                : HeightPx(text(), width()) > height();
 }
 
 void PlainLabel::UpdateToolTip()

@@ -24,6 +24,9 @@ public:
 
     /// Shows another text; the same one again costs a comparison.
     void Show(const QString& NewText);
+    /// Never asks for fewer lines than Text takes, so that what stands below does not move while the text
+    /// is no longer than that. For Overflow::Wrap.
+    void KeepRoomFor(const QString& Text);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -36,11 +39,13 @@ protected:
     void changeEvent(QEvent* pEvent) override;
 
 private:
+    int HeightPx(const QString& Text, int WidthPx) const;
     QString ElidedText() const;
     bool IsTextLeftOut() const;
     void UpdateToolTip();
 
     Overflow WhenTooLong;
+    QString LongestExpected;
 };
 
 /// Text as a tooltip that shows it literally: a tooltip takes what looks like markup for markup.

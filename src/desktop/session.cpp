@@ -18,27 +18,16 @@ Session::Session(PlayerFactory MakePlayer,
     , Program({.pFont = std::make_unique<QtFont>(),
                .pSocket = std::move(pSocket),
                .RequestFrame = [this] { RequestFrame(); }})
+    , PanelExports(Program.Panel(), Program.Exports())
     , ExportNews(Program.Exports().Descriptor(), QSocketNotifier::Read)
 {
     Program.Parts().pMovane->NotificationQueued.connect([this](const Movane::Notification& Shown)
                                                         { Q_EMIT NotificationQueued(Shown); });
     Records().Table.SelectionChanged.connect([this] { RequestFrame(); });
-    ConnectExports();
+    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::Frame);
 }
 
 Session::~Session() = default;
-
-void Session::ConnectExports()
-{
-    ExportQueue& queue = Exports();
-    queue.Began.connect([this](const RunningExport& Export) { Q_EMIT ExportBegan(Export); });
-    queue.Progressed.connect([this](const RunningExport& Export)
-                             { Q_EMIT ExportProgressed(Export); });
-    queue.Ended.connect([this](const EndedExport& Export) { Q_EMIT ExportEnded(Export); });
-    queue.Removed.connect([this](const QueuedExport& Entry) { Q_EMIT ExportRemoved(Entry); });
-    queue.Idle.connect([this] { Q_EMIT ExportsIdle(); });
-    connect(&ExportNews, &QSocketNotifier::activated, this, &Session::Frame);
-}
 
 VideoDocument* Session::AddDocument(std::string& OutError)
 {
@@ -144,7 +133,7 @@ void Session::Frame()
     PumpPlayers();
     if (IsStopReceived())
     {
-        Exports().StopAll();
+        PanelExports.StopAll();
     }
     Program.Frame();
     Q_EMIT FrameDone();

@@ -1,5 +1,5 @@
-// The application for windows: documents with players, frames in the toolkit's event loop, and the
-// application's signals as the toolkit's.
+// The application for windows: documents with players, exports by rows, frames in the toolkit's event loop,
+// and the application's signals as the toolkit's.
 //
 // The host's records are the truth. A frame brings them up to date (the players' news, then all that the
 // application has) and then lets the widgets copy what differs. Frames run when something asks for one
@@ -8,6 +8,7 @@
 #pragma once
 
 #include "app/application.h"
+#include "desktop/clipexports.h"
 
 #include <QObject>
 #include <QSocketNotifier>
@@ -40,9 +41,7 @@ public:
 
     MvClipControlPanel& Panel() { return Program.Panel(); }
     ClipPanelRecords& Records() { return Program.Records(); }
-    ExportQueue& Exports() { return Program.Exports(); }
-    /// As Application::ExportSelectedClip.
-    void ExportSelectedClip() { Program.ExportSelectedClip(); }
+    ClipExports& Exports() { return PanelExports; }
 
     /// Adds a document with a player, the first one under the ID that the panel falls back to. Null sets
     /// OutError.
@@ -72,15 +71,7 @@ Q_SIGNALS:
     void NotificationQueued(const Movane::Notification& Shown);
     void DocumentRemoved(unsigned long WindowID);
 
-    // -- Those of the export queue, in a frame before FrameDone.
-    void ExportBegan(const RunningExport& Export);
-    void ExportProgressed(const RunningExport& Export);
-    void ExportEnded(const EndedExport& Export);
-    void ExportRemoved(const QueuedExport& Entry);
-    void ExportsIdle();
-
 private:
-    void ConnectExports();
     void PumpPlayers();
 
     PlayerFactory NewPlayer;
@@ -91,5 +82,6 @@ private:
     bool bPumpingPlayers = false;
     std::atomic<bool> bFrameRequested{false}; ///< a frame is on its way; any thread
     Application Program;                      // behind all that its slots use
+    ClipExports PanelExports;
     QSocketNotifier ExportNews;
 };

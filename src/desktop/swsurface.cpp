@@ -11,8 +11,10 @@
 
 namespace
 {
-// The player wants lines to start at such addresses, or it copies the whole picture.
+constexpr std::size_t PixelBytes = 3;
+// The player wants lines to start at such addresses, or it copies the whole picture, and to be whole pixels long.
 constexpr std::size_t AlignmentBytes = 64;
+constexpr std::size_t LineStepBytes = AlignmentBytes * PixelBytes;
 
 bool StandsOnItsSide(int Degrees)
 {
@@ -83,12 +85,12 @@ void SwSurface::FitImage(int Degrees)
         return;
     }
     const std::size_t lineBytes =
-        (static_cast<std::size_t>(wanted.width()) * 4 + AlignmentBytes - 1) / AlignmentBytes *
-        AlignmentBytes;
+        (static_cast<std::size_t>(wanted.width()) * PixelBytes + LineStepBytes - 1) /
+        LineStepBytes * LineStepBytes;
     const std::size_t sizeBytes = lineBytes * static_cast<std::size_t>(wanted.height());
     Pixels.reset(static_cast<uchar*>(std::aligned_alloc(AlignmentBytes, sizeBytes)));
     Image = QImage(Pixels.get(), wanted.width(), wanted.height(), static_cast<qsizetype>(lineBytes),
-                   QImage::Format_RGB32);
+                   QImage::Format_RGB888);
     bImageIsOld = true;
 }
 
@@ -97,10 +99,11 @@ void SwSurface::DrawPicture()
     std::array<int, 2> sizePx = {Image.width(), Image.height()};
     auto lineBytes = static_cast<std::size_t>(Image.bytesPerLine());
     int zero = 0;
-    // "bgr0" is Format_RGB32 as it lies in memory.
+    // Format_RGB888 as it lies in memory. Not "bgr0", whose fourth byte the player leaves 0: the picture would
+    // be transparent in a window with an alpha channel, as Wayland's have it.
     std::array<mpv_render_param, 6> params = {
         {{MPV_RENDER_PARAM_SW_SIZE, sizePx.data()},
-         {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+         {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("rgb24")},
          {MPV_RENDER_PARAM_SW_STRIDE, &lineBytes},
          {MPV_RENDER_PARAM_SW_POINTER, Pixels.get()},
          {MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &zero},

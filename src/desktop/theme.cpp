@@ -53,6 +53,8 @@ QString StyleSheet()
         QPushButton, QToolButton { background: %1; border: 1px solid %2; border-radius: %5px;
                                    padding: %5px %6px; }
         QPushButton:hover, QToolButton:hover { border-color: %3; }
+        QToolButton[popupMode="1"] { padding-right: %10px; }
+        QToolButton::menu-button { border: none; border-left: 1px solid %2; width: %10px; }
         QPushButton:pressed, QToolButton:pressed, QToolButton:checked { background: %2; }
         QPushButton:focus, QToolButton:focus, QLineEdit:focus, QTableView:focus { border: 1px solid %3; }
         QLineEdit, QTableView { background: %4; border: 1px solid %2; border-radius: %5px; }
@@ -66,6 +68,7 @@ QString StyleSheet()
         QProgressBar::chunk { background: %7; border-radius: %5px; }
         QScrollBar { background: transparent; margin: 0; }
         QScrollBar:vertical { width: %8px; }
+        QScrollBar#bodyScrollBar:vertical { width: %6px; }
         QScrollBar:horizontal { height: %8px; }
         QScrollBar::handle { background: %2; border: 2px solid %4; border-radius: %5px; }
         QScrollBar::handle:hover { background: %3; }
@@ -80,7 +83,8 @@ QString StyleSheet()
         .arg(std::min(Theme::ScaledPx(8), 14))
         .arg(Theme::Accent.darker(170).name())
         .arg(std::min(Theme::ScaledPx(12), 20))
-        .arg(Theme::ScaledPx(24));
+        .arg(Theme::ScaledPx(24))
+        .arg(Theme::ScaledPx(20));
 }
 } // namespace
 

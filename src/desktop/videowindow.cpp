@@ -131,6 +131,15 @@ void VideoWindow::MakeMenus()
         {
             menu = menuBar()->addMenu(GroupName(info.Group));
         }
+        if (info.Id == ActionId::ExportClip)
+        {
+            connect(menu, &QMenu::aboutToShow, this,
+                    [this]
+                    {
+                        const int row = Running.Panel().SelectedClipIndex();
+                        Actions.EnableFor(Running.Exports().States().Of(row));
+                    });
+        }
         menu->addAction(Actions.Get(info.Id));
         if (info.Id == ActionId::OpenFile)
         {

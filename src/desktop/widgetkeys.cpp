@@ -47,12 +47,14 @@ bool BelongsToWidget(const QObject& Focused, const QKeyEvent& Event)
            IsMoveKey(Event.key());
 }
 
-// The toolkit's text fields take Ctrl+E, for example, for the end of the line.
+// The toolkit's text fields take Ctrl+E, for example, for the end of the line. All of the text is selected in
+// a field, not all clips.
 bool BelongsToAction(const QObject& Focused, const QKeyEvent& Event)
 {
     return qobject_cast<const QLineEdit*>(&Focused) != nullptr &&
            (Event.modifiers() & (Qt::ControlModifier | Qt::AltModifier)) != 0 &&
-           !IsMoveKey(Event.key()) && IsKeyOfAction(Event);
+           !IsMoveKey(Event.key()) && !Event.matches(QKeySequence::SelectAll) &&
+           IsKeyOfAction(Event);
 }
 } // namespace
 

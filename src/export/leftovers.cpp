@@ -3,6 +3,7 @@
 #include "host/uniquefd.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <system_error>
 #include <vector>
 
@@ -85,4 +86,11 @@ void RemoveAbandonedExports(const std::filesystem::path& Folder)
             RemoveIfAbandoned(folder.Get(), name);
         }
     }
+}
+
+bool IsBeingWritten(const std::filesystem::path& OutputPath)
+{
+    const std::string part = OutputPath.native() + std::string(PartEnding);
+    const UniqueFd file(open(part.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }

@@ -19,3 +19,6 @@ inline constexpr std::string_view PartEnding = ".part";
 /// Only names that exports give are looked at ("clip_", five digits, "_"), only plain files that belong
 /// to this user, and no link is followed. A folder that can't be read is left alone.
 void RemoveAbandonedExports(const std::filesystem::path& Folder);
+
+/// Whether somebody keeps the part of the export to OutputPath locked: its front or its ffmpeg lives.
+bool IsBeingWritten(const std::filesystem::path& OutputPath);

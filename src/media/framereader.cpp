@@ -276,7 +276,7 @@ bool FrameReader::GoBack(std::int64_t Limit, int& Seeks)
     {
         const std::int64_t backUs = ((std::int64_t{1} << Seeks) - 1) * FirstStepBackUs;
         ++Seeks;
-        if (SeekTo(Limit - 1 - Ticking.TicksOf(backUs)))
+        if (SeekTo(Limit - 1 - Ticking.TicksOf(backUs), Limit - 1))
         {
             return true;
         }
@@ -307,8 +307,8 @@ bool FrameReader::Rewind()
     return true;
 }
 
-// To a key frame at Target or before; false when there is none near.
-bool FrameReader::SeekTo(std::int64_t Target)
+// To the next key frame from Target on, or from before it; false when that is later than Latest.
+bool FrameReader::SeekTo(std::int64_t Target, std::int64_t Latest)
 {
     if (av_seek_frame(File->pFormat, File->pStream->index, Target - Ticking.OffsetTicks,
                       AVSEEK_FLAG_BACKWARD) < 0)
@@ -331,9 +331,9 @@ bool FrameReader::SeekTo(std::int64_t Target)
             // What is shown before a key frame may have been stored before it, too.
             LowestTicks = ticks;
             TakePacket();
-            return ticks <= Target;
+            return ticks <= Latest;
         }
-        later += ticks > Target ? 1 : 0;
+        later += ticks > Latest ? 1 : 0;
         if (later > MostReordered)
         {
             return false;

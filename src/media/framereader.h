@@ -116,7 +116,7 @@ private:
     bool GoBack(std::int64_t Limit, int& Seeks);
     std::int64_t LastTicks() const;
     bool Rewind();
-    bool SeekTo(std::int64_t Target);
+    bool SeekTo(std::int64_t Target, std::int64_t Latest);
     bool ReadPacket();
     void TakePacket();
     void TakeKeyFrame(std::int64_t Ticks);

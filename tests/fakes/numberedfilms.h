@@ -82,13 +82,21 @@ inline std::string NumberedFilm(const std::string& Rate, const std::string& Cont
     const std::string made = path(Container);
     if (!std::filesystem::exists(made))
     {
-        MakeMedia("-i " + master +
-                      (Container == "webm"
-                           ? " -c:v libvpx -auto-alt-ref 1 -lag-in-frames 10 -g 30 -b:v 2M -qmin 0 "
-                             "-qmax 4 "
-                             "-fps_mode passthrough -enc_time_base 1/1000 -c:a libopus"
-                           : std::string(Rate == "gaps" ? " -r 50" : "") + " -c copy"),
-                  made);
+        std::string codecs = "-c copy";
+        if (Container == "webm")
+        {
+            codecs = "-c:v libvpx -auto-alt-ref 1 -lag-in-frames 10 -g 30 -b:v 2M -qmin 0 -qmax 4 "
+                     "-fps_mode passthrough -enc_time_base 1/1000 -c:a libopus";
+        }
+        else if (Container == "mkv" && Rate == "gaps")
+        {
+            // A copy would say the average rate in its header, which ffmpeg takes for the beat of an export.
+            codecs = "-c:v libx264 -bf 3 -g 30 -qp 2 -fps_mode passthrough -r 50 -c:a copy";
+        }
+        std::string arguments = "-i ";
+        arguments += master;
+        arguments += ' ';
+        MakeMedia(arguments + codecs, made);
     }
     return made;
 }
@@ -109,21 +117,4 @@ inline std::string OutputOf(const std::string& Command)
         throw std::runtime_error("failed: " + Command);
     }
     return output;
-}
-
-/// The numbers of the frames of such a film, or of what was cut from it, in order of showing.
-inline std::vector<int> NumbersIn(const std::string& Path)
-{
-    // Four pixels a frame: four bytes of brightness and two of colour.
-    constexpr std::size_t FrameBytes = 6;
-    const std::string bytes = OutputOf(
-        "ffmpeg -nostdin -v error -i '" + Path +
-        "' -map 0:v -vf crop=2:2:32:18 -fps_mode passthrough -pix_fmt yuv420p -f rawvideo -");
-    std::vector<int> numbers;
-    for (std::size_t i = 0; i < bytes.size(); i += FrameBytes)
-    {
-        const double brightness = static_cast<unsigned char>(bytes[i]);
-        numbers.push_back(static_cast<int>(std::lround((brightness - 30.0) / 2.0)));
-    }
-    return numbers;
 }

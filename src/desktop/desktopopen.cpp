@@ -1,4 +1,4 @@
-#include "desktop/openfolder.h"
+#include "desktop/desktopopen.h"
 
 #include "export/exportmessages.h"
 
@@ -7,7 +7,7 @@
 #include <QProcessEnvironment>
 #include <QUrl>
 
-void OpenFolder(const std::string& Path)
+void OpenWithDesktop(const std::string& Path)
 {
     // An address, since the toolkit takes no bytes as arguments.
     const QByteArray address = "file://" + QByteArray::fromStdString(Path).toPercentEncoding("/");

@@ -1,0 +1,219 @@
+#include "app/exportstates.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace
+{
+using SavedClip = MvClipControlPanel::SavedClip;
+
+// In all that a file depends on: its name is made of the clip's.
+bool AreSame(const SavedClip& A, const SavedClip& B)
+{
+    return A.SourcePath == B.SourcePath && A.StartSec == B.StartSec && A.EndSec == B.EndSec &&
+           A.Name == B.Name;
+}
+} // namespace
+
+ExportStates::ExportStates(const std::vector<SavedClip>& ClipsOfPanel)
+    : Clips(ClipsOfPanel)
+{
+    Follow(-1);
+}
+
+void ExportStates::Follow(int ActedOnRow)
+{
+    if (Entries.size() == Clips.size() + 1 && EntryAt(ActedOnRow) != nullptr)
+    {
+        Entries.erase(Entries.begin() + ActedOnRow);
+    }
+    while (Entries.size() > Clips.size())
+    {
+        Entries.pop_back();
+    }
+    while (Entries.size() < Clips.size())
+    {
+        Entries.push_back({.ID = NextID++});
+    }
+}
+
+const ExportStates::Entry* ExportStates::EntryAt(int Index) const
+{
+    const bool bInRange = Index >= 0 && static_cast<std::size_t>(Index) < Entries.size();
+    return bInRange ? &Entries[static_cast<std::size_t>(Index)] : nullptr;
+}
+
+ExportStates::Entry* ExportStates::Find(ClipID ID)
+{
+    const auto at = std::ranges::lower_bound(Entries, ID, {}, &Entry::ID);
+    return at != Entries.end() && at->ID == ID ? &*at : nullptr;
+}
+
+ExportStates::ClipID ExportStates::IdOf(int Row) const
+{
+    const Entry* const entry = EntryAt(Row);
+    return entry != nullptr ? entry->ID : 0;
+}
+
+// A clip that came and was not followed yet has no row, one that went no clip.
+bool ExportStates::HasFile(std::size_t Index) const
+{
+    const Outcome* const outcome = Entries[Index].pOutcome.get();
+    return outcome != nullptr && !outcome->Path.empty() && Index < Clips.size() &&
+           AreSame(outcome->Exported, Clips[Index]);
+}
+
+ClipExport ExportStates::Of(int Row) const
+{
+    ClipExport shown;
+    const Entry* const entry = EntryAt(Row);
+    if (entry == nullptr)
+    {
+        return shown;
+    }
+    if (entry->pOutcome != nullptr)
+    {
+        shown.Path = entry->pOutcome->Path;
+        shown.Reason = entry->pOutcome->Reason;
+    }
+    if (entry->ID == RunningID)
+    {
+        shown.State = ExportState::Running;
+        shown.Fraction = RunningFraction;
+    }
+    else if (!entry->Waiting.empty())
+    {
+        shown.State = ExportState::Queued;
+    }
+    else if (!shown.Reason.empty())
+    {
+        shown.State = ExportState::Failed;
+    }
+    else if (!shown.Path.empty())
+    {
+        shown.State =
+            HasFile(static_cast<std::size_t>(Row)) ? ExportState::Done : ExportState::Outdated;
+    }
+    return shown;
+}
+
+// -- What happens to exports
+
+void ExportStates::Queue(int Row)
+{
+    if (EntryAt(Row) != nullptr && static_cast<std::size_t>(Row) < Clips.size())
+    {
+        const auto index = static_cast<std::size_t>(Row);
+        Entries[index].Waiting.push_back(Clips[index]);
+    }
+}
+
+void ExportStates::Withdraw(ClipID ID)
+{
+    if (Entry* const entry = Find(ID))
+    {
+        entry->Waiting.clear();
+    }
+}
+
+void ExportStates::Begin(ClipID ID)
+{
+    RunningID = ID;
+    RunningFraction = 0.0;
+    Entry* const entry = Find(ID);
+    if (entry != nullptr && !entry->Waiting.empty())
+    {
+        RunningClip = std::move(entry->Waiting.front());
+        entry->Waiting.erase(entry->Waiting.begin());
+    }
+}
+
+void ExportStates::Progress(double Fraction)
+{
+    RunningFraction = Fraction;
+}
+
+// The outcome to write down, null where the clip has left the list.
+ExportStates::Outcome* ExportStates::End()
+{
+    Entry* const entry = Find(std::exchange(RunningID, 0));
+    if (entry != nullptr && entry->pOutcome == nullptr)
+    {
+        entry->pOutcome = std::make_unique<Outcome>();
+    }
+    return entry != nullptr ? entry->pOutcome.get() : nullptr;
+}
+
+void ExportStates::EndDone(const std::string& Path)
+{
+    if (Outcome* const outcome = End())
+    {
+        *outcome = {.Path = Path, .Exported = std::move(RunningClip), .Reason = {}};
+    }
+}
+
+void ExportStates::EndFailed(const std::string& Reason)
+{
+    if (Outcome* const outcome = End())
+    {
+        outcome->Reason = Reason;
+    }
+}
+
+void ExportStates::EndStopped()
+{
+    End();
+}
+
+// -- Counts
+
+bool ExportStates::IsUnderWay(int Row) const
+{
+    const Entry* const entry = EntryAt(Row);
+    if (entry == nullptr || static_cast<std::size_t>(Row) >= Clips.size())
+    {
+        return false;
+    }
+    const SavedClip& clip = Clips[static_cast<std::size_t>(Row)];
+    return (entry->ID == RunningID && AreSame(RunningClip, clip)) ||
+           std::ranges::any_of(entry->Waiting,
+                               [&](const SavedClip& Waiting) { return AreSame(Waiting, clip); });
+}
+
+std::vector<int> ExportStates::RowsToExport() const
+{
+    std::vector<int> rows;
+    for (std::size_t i = 0; i < Entries.size(); ++i)
+    {
+        const int row = static_cast<int>(i);
+        std::error_code ec;
+        const bool bWhole = HasFile(i) && std::filesystem::exists(Entries[i].pOutcome->Path, ec);
+        if (!bWhole && !IsUnderWay(row))
+        {
+            rows.push_back(row);
+        }
+    }
+    return rows;
+}
+
+int ExportStates::CountMissing() const
+{
+    int count = 0;
+    for (std::size_t i = 0; i < Entries.size(); ++i)
+    {
+        count += HasFile(i) ? 0 : 1;
+    }
+    return count;
+}
+
+int ExportStates::CountMissingAfterExports() const
+{
+    int count = 0;
+    for (std::size_t i = 0; i < Entries.size(); ++i)
+    {
+        count += HasFile(i) || IsUnderWay(static_cast<int>(i)) ? 0 : 1;
+    }
+    return count;
+}

@@ -1,0 +1,115 @@
+// What has become of the export of each clip in the panel's list.
+//
+// The panel's clips have no identity: a row is a place, and clips move up when one is deleted. So each clip
+// gets a number here when it appears in the list. Exports are reported under that number, and whoever shows
+// a row asks by the row. UI thread only.
+
+#pragma once
+
+#include "panel/mvclipcontrolpanel.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+enum class ExportState
+{
+    None,
+    Queued,
+    Running,
+    Done,
+    Failed,
+    Outdated, ///< the file holds another range, name or source than the clip has now
+};
+
+/// One clip's export as its row shows it.
+struct ClipExport
+{
+    ExportState State = ExportState::None;
+    double Fraction = 0.0;   ///< from 0 to 1 while it runs
+    std::string Path = {};   ///< the last whole file, any bytes; empty without one
+    std::string Reason = {}; ///< the panel's message where the last export failed, else empty
+
+    bool operator==(const ClipExport&) const = default;
+};
+
+class ExportStates
+{
+public:
+    using SavedClip = MvClipControlPanel::SavedClip;
+    /// A clip's number: greater further down the list, never 0, never given twice.
+    using ClipID = std::uint64_t;
+
+    /// ClipsOfPanel is read whenever a row is asked for; it must outlive the object.
+    explicit ExportStates(const std::vector<SavedClip>& ClipsOfPanel);
+
+    /// Takes over that clips came or went, to be called after each action of the panel.
+    ///
+    /// ActedOnRow  the row that was selected before the action: where one clip is gone, it was that one.
+    ///
+    /// New clips stand at the end of the list. Without a change it costs a comparison, whatever the number
+    /// of clips.
+    void Follow(int ActedOnRow);
+
+    /// The number of the clip in a row; 0 where there is none.
+    ClipID IdOf(int Row) const;
+    /// The state of a row; that of a new clip where there is none.
+    ClipExport Of(int Row) const;
+
+    // -- What happens to exports. A clip that has left the list meanwhile is passed over.
+
+    /// The clip in a row waits for its export. The export keeps what the clip is now.
+    void Queue(int Row);
+    /// None of the clip's exports waits any more.
+    void Withdraw(ClipID ID);
+    /// The first of the clip's waiting exports begins.
+    void Begin(ClipID ID);
+    /// The running export has come so far.
+    void Progress(double Fraction);
+    /// The running export has ended with a whole file,
+    void EndDone(const std::string& Path);
+    /// without one,
+    void EndFailed(const std::string& Reason);
+    /// or by the user's wish: the clip is again what it was before.
+    void EndStopped();
+
+    /// Whether an export of what the clip is now waits or runs.
+    bool IsUnderWay(int Row) const;
+    /// The rows, in order, whose clips have no file of what they are now and no export of it under way. A
+    /// file that has left the disk counts as none.
+    std::vector<int> RowsToExport() const;
+    /// How many clips have no file of what they are now; the disk is not asked.
+    int CountMissing() const;
+    /// The same without those whose export is under way.
+    int CountMissingAfterExports() const;
+
+private:
+    struct Outcome
+    {
+        std::string Path;   ///< empty without a file
+        SavedClip Exported; ///< what the file holds
+        std::string Reason; ///< empty after a success
+    };
+    struct Entry
+    {
+        ClipID ID = 0;
+        std::vector<SavedClip> Waiting = {}; ///< as they were when queued, in their order
+        std::unique_ptr<Outcome> pOutcome = {};
+    };
+
+    Entry* Find(ClipID ID);
+    const Entry* EntryAt(int Index) const;
+    bool HasFile(std::size_t Index) const;
+    Outcome* End();
+
+    const std::vector<SavedClip>& Clips;
+    std::vector<Entry> Entries;
+    ClipID NextID = 1;
+
+    // -- The running export.
+    ClipID RunningID = 0; ///< 0 while none runs
+    SavedClip RunningClip;
+    double RunningFraction = 0.0;
+};
