@@ -125,11 +125,11 @@ const std::vector<Kind> Kinds = {
     {"MatroskaThatStartsLate", "mkv", 12, X264B " -output_ts_offset 3.217" AAC},
     {"MatroskaWithoutAnIndex", "mkv", 12, X264B " -g 75 -f matroska" AAC " -flush_packets 1", Test,
      true, "pipe:1 >"},
-    {"WebMWithoutAnIndex", "webm", 12,
+    {"WebMWithoutAnIndex", "webm", 6,
      " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus -f webm", Test, true,
      "pipe:1 >"},
     {"DashMp4", "mp4", 12, X264B " -g 75 -movflags +dash" AAC},
-    {"WebM", "webm", 12, " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus"},
+    {"WebM", "webm", 6, " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus"},
     {"Flv", "flv", 12, X264B " -g 75 -ar 44100" AAC},
     {"Wmv", "wmv", 12, " -c:v wmv2 -c:a wmav2"},
     {"Ts", "ts", 50, X264B " -g 100" AAC},
@@ -152,6 +152,9 @@ void MakeSource(const Kind& What, const std::string& Path)
                   What.Arguments + " -t " + length + ' ' + What.Into,
               Path);
 }
+
+constexpr const char* PlainOptions =
+    " -map 0:v:0? -map 0:a? -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p -c:a copy";
 
 // How many clips are cut of each kind; script/soak wants more.
 int ClipsOfEachKind()
@@ -181,21 +184,25 @@ TEST_P(DeepCut, GivesTheStreamsOfThePlainCommand)
         const std::string in = SecondsText(inMs);
         const std::string length = SecondsText(forMs);
         SCOPED_TRACE("seed " + std::to_string(seed) + ": " + in + " for " + length);
-        const std::string plain = (Work / "plain.mkv").native();
-        MakeMedia(
-            "-i " + source + " -ss " + in + " -t " + length +
-                " -map 0:v:0? -map 0:a? -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p "
-                "-c:a copy",
-            plain);
         const std::string name = "clip_" + std::to_string(10'000 + clip) + "_A.mkv";
-        const ProgramRun::End end = Export(source, in, length, name);
-        EXPECT_EQ(end.ExitCode, 0) << end.Err;
-        EXPECT_EQ(PacketsOf(Output(name)), PacketsOf(plain));
-        if (std::getenv("MOVANE_DEEP_CUTS"))
-            fprintf(stderr, "%s\n",
-                    ReadFile(ArgumentsFile()).find("-ss\n") < ReadFile(ArgumentsFile()).find("-i\n")
-                        ? "deep"
-                        : "plain");
+        // ffmpeg 7.1 gives other bytes for some pictures in one run of thirty of the same command on a
+        // busy machine, so that only a difference that stays is one of the cut.
+        std::vector<std::string> cut;
+        std::vector<std::string> plain;
+        for (int attempt = 0; attempt < 3 && (attempt == 0 || cut != plain); ++attempt)
+        {
+            MakeMedia("-i " + source + " -ss " + in + " -t " + length + PlainOptions,
+                      (Work / "plain.mkv").native());
+            fs::remove(Output(name));
+            const ProgramRun::End end = Export(source, in, length, name);
+            EXPECT_EQ(end.ExitCode, 0) << end.Err << " signal " << end.Signal;
+            cut = PacketsOf(Output(name));
+            plain = PacketsOf((Work / "plain.mkv").native());
+        }
+        EXPECT_FALSE(plain.empty());
+        EXPECT_EQ(cut, plain);
+        const std::string arguments = ReadFile(ArgumentsFile());
+        EXPECT_EQ(arguments.find("-ss\n") < arguments.find("-i\n"), GetParam().bDeep);
     }
 }
 

@@ -178,7 +178,6 @@ int EncoderRun::Run()
     {
         return Fail("stopped.");
     }
-    TakeErrors();
     if (const std::string failure = FailureSentence(Child->Wait()); !failure.empty())
     {
         return Fail(failure);
@@ -246,9 +245,10 @@ bool EncoderRun::Follow()
         {
             return false;
         }
+        const bool bEnded = Child->HasEnded(); // asked first, so that its last words are read
         TakeErrors();
         progress.Take(ReadAll(Child->ProgressFd()));
-        if ((watched[4].revents & POLLIN) != 0)
+        if (bEnded)
         {
             Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
             return true;

@@ -122,6 +122,13 @@ FfmpegChild::~FfmpegChild()
     }
 }
 
+bool FfmpegChild::HasEnded() const
+{
+    siginfo_t info = {};
+    return waitid(P_PID, static_cast<id_t>(Child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid == Child;
+}
+
 int FfmpegChild::Wait()
 {
     while (Child > 0 && waitpid(Child, &Status, 0) < 0 && errno == EINTR)

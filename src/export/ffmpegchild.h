@@ -32,8 +32,9 @@ public:
 
     pid_t Pid() const { return Child; }
 
-    /// Readable once it has ended.
+    /// Readable once it has ended; -1 where the system has no such descriptors.
     int EndFd() const { return End.Get(); }
+    bool HasEnded() const;
 
     /// Its progress and its standard error; neither blocks.
     int ProgressFd() const { return Progress.Get(); }

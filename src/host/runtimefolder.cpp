@@ -34,7 +34,7 @@ constexpr char FolderMadeHere = 'F';
 
 // All files that the program puts into its folder and into "temp". Whatever else lies there is the user's.
 constexpr std::array FilesInFolder = {"export.socket"};
-constexpr std::array FilesInTemp = {"clip-export.log", "export-report.log"};
+constexpr std::array FilesInTemp = {"clip-export.log"};
 
 std::string BeginOf(const UniqueFd& File)
 {
