@@ -9,6 +9,7 @@
 
 #include <string>
 
+class MvClipControlPanel;
 class Session;
 
 class Commands : public QObject
