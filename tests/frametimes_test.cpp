@@ -33,7 +33,8 @@ std::vector<double> ProbedSec(const std::string& Path)
     std::vector<double> times;
     for (std::string line; std::getline(lines, line);)
     {
-        times.push_back(std::stod(line));
+        // An MPEG program does not tell the time of each frame.
+        times.push_back(line == "N/A" ? std::nan("") : std::stod(line));
     }
     const double startSec = times.back(); // the container's entry comes last
     times.pop_back();
@@ -82,6 +83,52 @@ TEST_P(FrameTimesOf, AreThoseOfTheDecodedFrames)
             EXPECT_NEAR(SecOf(reader->Clock(), ticks[i]), expected[i], 2e-5) << i;
         }
     }
+}
+
+// Frames that are never shown, fields, an edit list, late beginnings, times that are not told.
+TEST(FrameTimes, OfOddFilmsAreThoseOfTheDecodedFrames)
+{
+    const TempFolder folder;
+    const auto path = [&](const char* pName) { return (folder.Path() / pName).string(); };
+    const std::string picture = "-f lavfi -i testsrc2=size=96x64:rate=25:duration=3 ";
+    const std::string sound = "-f lavfi -i sine=duration=3 ";
+    const std::string log = " -passlogfile " + path("log") + " ";
+    const std::string altRef =
+        picture + "-c:v libvpx -auto-alt-ref 1 -lag-in-frames 16 -b:v 200k -cpu-used 4" + log;
+    MakeMedia(picture + sound + "-c:v libx264 -bf 3 -g 25 -c:a aac", path("base.mp4"));
+    MakeMedia("-ss 1.3 -i " + path("base.mp4") + " -c copy", path("edit.mp4"));
+    MakeMedia("-i " + path("base.mp4") + " -c copy -movflags frag_keyframe+empty_moov",
+              path("fragments.mp4"));
+    MakeMedia("-i " + path("base.mp4") + " -c copy -output_ts_offset 10", path("late.mkv"));
+    MakeMedia("-i " + path("base.mp4") + " -c copy -output_ts_offset 1000", path("late.ts"));
+    MakeMedia("-i " + path("base.mp4") + " -c copy", path("flash.flv"));
+    MakeMedia(picture + sound + "-c:v mpeg2video -flags +ildct+ilme -bf 2 -g 12 -c:a mp2",
+              path("fields.ts"));
+    MakeMedia(picture + sound + "-c:v mpeg2video -bf 2 -c:a mp2", path("program.mpg"));
+    MakeMedia(altRef + "-pass 1 -f null", "/dev/null");
+    MakeMedia(altRef + "-pass 2", path("hidden.webm"));
+    for (const char* const name : {"base.mp4", "edit.mp4", "fragments.mp4", "late.mkv", "late.ts",
+                                   "flash.flv", "fields.ts", "program.mpg", "hidden.webm"})
+    {
+        SCOPED_TRACE(name);
+        const std::vector<double> expected = ProbedSec(path(name));
+        const std::unique_ptr<FrameReader> reader = FrameReader::Open(path(name), bNeverStop);
+        ASSERT_NE(reader, nullptr);
+        while (reader->ReadOn(1000))
+        {
+        }
+        const std::vector<std::int64_t>& ticks = reader->Window().Ticks;
+        ASSERT_EQ(ticks.size(), expected.size());
+        for (std::size_t i = 0; i < ticks.size(); ++i)
+        {
+            const double sec = SecOf(reader->Clock(), ticks[i]);
+            EXPECT_TRUE(std::isnan(expected[i]) || std::abs(sec - expected[i]) < 2e-5)
+                << i << ": " << sec << ", not " << expected[i];
+        }
+    }
+    const std::string packets =
+        OutputOf("ffprobe -v error -show_entries packet=pts -of csv=p=0 " + path("hidden.webm"));
+    EXPECT_GT(std::count(packets.begin(), packets.end(), '\n'), 75) << "no frame is hidden";
 }
 
 TEST_P(FrameTimesOf, AreTheSameAfterASeek)

@@ -236,7 +236,8 @@ FrameReader::FrameReader(std::unique_ptr<Input> NewInput,
     Known.bFromStart = true;
     const std::string_view container = File->pFormat->iformat->name;
     Ticking.bSeeksAnywhere = container == "mpegts" || container == "mpeg";
-    bPtsKnown = container != "avi"; // which tells no times of showing
+    // AVI tells no times of showing, and MPEG programs not those of all frames.
+    bPtsKnown = container != "avi" && container != "mpeg";
 }
 
 FrameReader::~FrameReader() = default;
@@ -320,12 +321,11 @@ bool FrameReader::SeekTo(std::int64_t Target, std::int64_t Latest)
     while (ReadPacket())
     {
         const AVPacket& packet = *File->pPacket;
-        const std::int64_t time = bPtsKnown ? packet.pts : packet.dts;
-        if (time == AV_NOPTS_VALUE)
+        const std::int64_t ticks = TimeOfPacket();
+        if (ticks == AV_NOPTS_VALUE)
         {
             continue;
         }
-        const std::int64_t ticks = time + Ticking.OffsetTicks;
         if ((packet.flags & AV_PKT_FLAG_KEY) != 0)
         {
             // What is shown before a key frame may have been stored before it, too.
@@ -377,30 +377,51 @@ bool FrameReader::ReadPacket()
     return true;
 }
 
+// Where a frame stands in the order of showing. Without times of showing the times of decoding are as good: the
+// frames are shown in the same beat, as much later as the first one is.
+std::int64_t FrameReader::TimeOfPacket()
+{
+    const AVPacket& packet = *File->pPacket;
+    if (bPtsKnown)
+    {
+        return packet.pts == AV_NOPTS_VALUE ? AV_NOPTS_VALUE : packet.pts + Ticking.OffsetTicks;
+    }
+    if (packet.dts == AV_NOPTS_VALUE)
+    {
+        return AV_NOPTS_VALUE;
+    }
+    if (!DecodeLead)
+    {
+        DecodeLead = packet.pts == AV_NOPTS_VALUE ? 0 : packet.pts - packet.dts;
+    }
+    return packet.dts + *DecodeLead + Ticking.OffsetTicks;
+}
+
 void FrameReader::TakeKeyFrame(std::int64_t Ticks)
 {
-    const std::int64_t dts = File->pPacket->dts;
-    if (Known.KeyFrames.empty() || Ticks > Known.KeyFrames.back().Ticks)
+    const AVPacket& packet = *File->pPacket;
+    const std::int64_t shown =
+        packet.pts == AV_NOPTS_VALUE ? Ticks : packet.pts + Ticking.OffsetTicks;
+    if (Known.KeyFrames.empty() || shown > Known.KeyFrames.back().Ticks)
     {
         Known.KeyFrames.push_back(
-            {Ticks, dts == AV_NOPTS_VALUE ? Ticks : dts + Ticking.OffsetTicks});
+            {shown, packet.dts == AV_NOPTS_VALUE ? Ticks : packet.dts + Ticking.OffsetTicks});
     }
 }
 
 void FrameReader::TakePacket()
 {
     const AVPacket& packet = *File->pPacket;
-    const std::int64_t time = bPtsKnown ? packet.pts : packet.dts;
-    if (time != AV_NOPTS_VALUE && (packet.flags & AV_PKT_FLAG_KEY) != 0)
+    const std::int64_t ticks = TimeOfPacket();
+    if (ticks != AV_NOPTS_VALUE && (packet.flags & AV_PKT_FLAG_KEY) != 0)
     {
-        TakeKeyFrame(time + Ticking.OffsetTicks);
+        TakeKeyFrame(ticks);
     }
-    if (time == AV_NOPTS_VALUE || (packet.flags & AV_PKT_FLAG_DISCARD) != 0 ||
+    if (ticks == AV_NOPTS_VALUE || (packet.flags & AV_PKT_FLAG_DISCARD) != 0 ||
         !IsShown(File->pStream->codecpar->codec_id, packet))
     {
         return;
     }
-    const std::int64_t ticks = time + Ticking.OffsetTicks;
     std::vector<std::int64_t>& all = Known.Ticks;
     const auto place = std::lower_bound(all.begin(), all.end(), ticks);
     if (ticks < LowestTicks || (place != all.end() && *place == ticks))

@@ -118,6 +118,7 @@ private:
     bool Rewind();
     bool SeekTo(std::int64_t Target, std::int64_t Latest);
     bool ReadPacket();
+    std::int64_t TimeOfPacket();
     void TakePacket();
     void TakeKeyFrame(std::int64_t Ticks);
 
@@ -128,5 +129,7 @@ private:
     FrameWindow Known;
     /// Frames before it are not all read: it is the key frame at which the reading began.
     std::int64_t LowestTicks = 0;
-    bool bPtsKnown = true; ///< false: the container has none, and the order of decoding counts
+    bool bPtsKnown = true; ///< false: not for all frames
+    /// How much later than decoded the first frame of the file is shown; once it was read.
+    std::optional<std::int64_t> DecodeLead;
 };
