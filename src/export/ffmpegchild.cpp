@@ -51,7 +51,7 @@ Become(char* const* pWords, pid_t Parent, int ErrorFd, int ProgressFd, int KeptF
     setpgid(0, 0);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGCHLD})
     {
-        std::signal(number, SIG_DFL);
+        std::signal(number, SIG_DFL); // NOLINT(concurrency-mt-unsafe): there is one thread
     }
     sigset_t none;
     sigemptyset(&none);

@@ -11,6 +11,7 @@ extern "C"
 }
 
 #include <stdexcept>
+#include <string>
 
 #include <dlfcn.h>
 
@@ -33,43 +34,43 @@ void* FindFunction(const char* Name)
 }
 } // namespace
 
-// The header's own declaration checks the result and the parameters.
+// The header's own declaration checks the result and the parameters, which have its names.
+// NOLINTBEGIN(bugprone-macro-parentheses): a list of arguments has its own
 #define PASS_ON(Result, Name, Parameters, Arguments)                                               \
     extern "C" Result Name Parameters                                                              \
     {                                                                                              \
         static const auto pName = reinterpret_cast<decltype(&Name)>(FindFunction(#Name));          \
         return pName Arguments;                                                                    \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
-PASS_ON(int,
-        avformat_open_input,
-        (AVFormatContext * *A, const char* B, const AVInputFormat* C, AVDictionary** D),
-        (A, B, C, D))
-PASS_ON(void, avformat_close_input, (AVFormatContext * *A), (A))
-PASS_ON(int, avformat_find_stream_info, (AVFormatContext * A, AVDictionary** B), (A, B))
-PASS_ON(int,
-        avformat_seek_file,
-        (AVFormatContext * A, int B, int64_t C, int64_t D, int64_t E, int F),
-        (A, B, C, D, E, F))
-PASS_ON(int, av_read_frame, (AVFormatContext * A, AVPacket* B), (A, B))
-PASS_ON(const AVInputFormat*, av_find_input_format, (const char* A), (A))
-PASS_ON(int,
-        av_probe_input_buffer2,
-        (AVIOContext * A, const AVInputFormat** B, const char* C, void* D, unsigned E, unsigned F),
-        (A, B, C, D, E, F))
-PASS_ON(int,
-        avio_open2,
-        (AVIOContext * *A, const char* B, int C, const AVIOInterruptCB* D, AVDictionary** E),
-        (A, B, C, D, E))
-PASS_ON(int, avio_closep, (AVIOContext * *A), (A))
+// clang-format off
+PASS_ON(int, avformat_open_input,
+        (AVFormatContext** ps, const char* url, const AVInputFormat* fmt, AVDictionary** options),
+        (ps, url, fmt, options))
+PASS_ON(void, avformat_close_input, (AVFormatContext** s), (s))
+PASS_ON(int, avformat_find_stream_info, (AVFormatContext* ic, AVDictionary** options), (ic, options))
+PASS_ON(int, avformat_seek_file,
+        (AVFormatContext* s, int stream_index, int64_t min_ts, int64_t ts, int64_t max_ts, int flags),
+        (s, stream_index, min_ts, ts, max_ts, flags))
+PASS_ON(int, av_read_frame, (AVFormatContext* s, AVPacket* pkt), (s, pkt))
+PASS_ON(const AVInputFormat*, av_find_input_format, (const char* short_name), (short_name))
+PASS_ON(int, av_probe_input_buffer2,
+        (AVIOContext* pb, const AVInputFormat** fmt, const char* url, void* logctx, unsigned offset,
+         unsigned max_probe_size),
+        (pb, fmt, url, logctx, offset, max_probe_size))
+PASS_ON(int, avio_open2,
+        (AVIOContext** s, const char* url, int flags, const AVIOInterruptCB* int_cb, AVDictionary** options),
+        (s, url, flags, int_cb, options))
+PASS_ON(int, avio_closep, (AVIOContext** s), (s))
 PASS_ON(AVPacket*, av_packet_alloc, (), ())
-PASS_ON(void, av_packet_free, (AVPacket * *A), (A))
-PASS_ON(int, av_dict_set, (AVDictionary * *A, const char* B, const char* C, int D), (A, B, C, D))
-PASS_ON(AVDictionaryEntry*,
-        av_dict_get,
-        (const AVDictionary* A, const char* B, const AVDictionaryEntry* C, int D),
-        (A, B, C, D))
-PASS_ON(void, av_dict_free, (AVDictionary * *A), (A))
-PASS_ON(void, av_log_set_level, (int A), (A))
-PASS_ON(int, av_match_list, (const char* A, const char* B, char C), (A, B, C))
-PASS_ON(int, av_strerror, (int A, char* B, size_t C), (A, B, C))
+PASS_ON(void, av_packet_free, (AVPacket** pkt), (pkt))
+PASS_ON(int, av_dict_set, (AVDictionary** pm, const char* key, const char* value, int flags), (pm, key, value, flags))
+PASS_ON(AVDictionaryEntry*, av_dict_get,
+        (const AVDictionary* m, const char* key, const AVDictionaryEntry* prev, int flags),
+        (m, key, prev, flags))
+PASS_ON(void, av_dict_free, (AVDictionary** m), (m))
+PASS_ON(void, av_log_set_level, (int level), (level))
+PASS_ON(int, av_match_list, (const char* name, const char* list, char separator), (name, list, separator))
+PASS_ON(int, av_strerror, (int errnum, char* errbuf, size_t errbuf_size), (errnum, errbuf, errbuf_size))
+// clang-format on
