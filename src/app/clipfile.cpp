@@ -36,7 +36,7 @@ std::filesystem::path AddMissingExtension(const std::filesystem::path& File)
     const std::string rest = name.substr(NumberAt + DigitCount, dotAt - NumberAt - DigitCount);
     for (; number <= LastNumber; ++number)
     {
-        std::array<char, 16> begin{};
+        std::array<char, 24> begin{};
         std::snprintf(begin.data(), begin.size(), "clip_%05d", number);
         const std::filesystem::path whole =
             File.parent_path() / (begin.data() + rest + std::string(Extension));
