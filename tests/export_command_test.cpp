@@ -156,3 +156,16 @@ TEST(EncoderProgress, IsTheClipsOwnAfterASeekToIn)
     progress.Take("out_time_us=1000000\n");
     EXPECT_EQ(progress.Message().Fraction, 0.5);
 }
+
+TEST_F(EncoderCommand, ReadsItsSourceFromFrontToEnd)
+{
+    const std::string path = (Work / "source").native();
+    WriteFile(path, std::string(1000, 'x'));
+    EXPECT_EQ(ReadPartOf(path, getpid()), std::nullopt);
+    std::ifstream file(path, std::ios::binary);
+    file.rdbuf()->pubsetbuf(nullptr, 0);
+    EXPECT_EQ(ReadPartOf(path, getpid()), 0.0);
+    file.seekg(250);
+    EXPECT_EQ(ReadPartOf(path, getpid()), 0.25);
+    EXPECT_EQ(ReadPartOf("/nowhere", getpid()), std::nullopt);
+}
