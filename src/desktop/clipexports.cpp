@@ -26,12 +26,9 @@ void ClipExports::ConnectQueue()
             Q_EMIT Changed();
         });
     Queue.Ended.connect([this](const EndedExport& Ended) { TakeEnd(Ended); });
-    Queue.Removed.connect(
-        [this](const QueuedExport& Entry)
-        {
-            ClipStates.Withdraw(TakeClipOf(Entry.Id));
-            Q_EMIT Changed();
-        });
+    // Told once by whoever takes them out: there may be very many.
+    Queue.Removed.connect([this](const QueuedExport& Entry)
+                          { ClipStates.Withdraw(TakeClipOf(Entry.Id)); });
     Queue.Idle.connect(
         [this]
         {
@@ -125,6 +122,13 @@ void ClipExports::RemoveFromQueue(int Row)
     {
         Queue.Remove(entry);
     }
+    Q_EMIT Changed();
+}
+
+void ClipExports::StopAll()
+{
+    Queue.StopAll();
+    Q_EMIT Changed();
 }
 
 double ClipExports::FractionOfAll() const

@@ -33,8 +33,8 @@ public:
     void ExportAll();
     /// Takes the waiting exports of the clip in a row out of the queue.
     void RemoveFromQueue(int Row);
-    void Stop() { Queue.Stop(); }       ///< the running export; the next one follows
-    void StopAll() { Queue.StopAll(); } ///< and all that wait
+    void Stop() { Queue.Stop(); } ///< the running export; the next one follows
+    void StopAll();               ///< and all that wait
     /// As ExportStates::Follow.
     void Follow(int ActedOnRow) { ClipStates.Follow(ActedOnRow); }
 
