@@ -88,6 +88,7 @@ struct Kind
     const char* Picture = Test;
     bool bDeep = true;
     const char* Into = ""; // what stands before the file's name
+    int DeepFromMs = 0;    // an In before that has no key frame within reach
 };
 
 void PrintTo(const Kind& What, std::ostream* pOut)
@@ -133,7 +134,8 @@ const std::vector<Kind> Kinds = {
     {"Flv", "flv", 12, X264B " -g 75 -ar 44100" AAC},
     {"Wmv", "wmv", 12, " -c:v wmv2 -c:a wmav2"},
     {"Ts", "ts", 50, X264B " -g 100" AAC},
-    {"TsWithLongGroups", "ts", 80, X264 " -g 1000 -keyint_min 1000 -sc_threshold 0 -bf 2" AAC},
+    {"TsWithLongGroups", "ts", 80, X264 " -g 1000 -keyint_min 1000 -sc_threshold 0 -bf 2" AAC, Test,
+     true, "", 40'000},
     {"TsOfInterlacedMpeg2", "ts", 50,
      " -c:v mpeg2video -flags +ildct+ilme -g 12 -bf 2 -b:v 1M -c:a mp2"},
     {"TsThatStartsLate", "ts", 50, X264B " -g 50 -output_ts_offset 5003.7" AAC},
@@ -202,7 +204,8 @@ TEST_P(DeepCut, GivesTheStreamsOfThePlainCommand)
         EXPECT_FALSE(plain.empty());
         EXPECT_EQ(cut, plain);
         const std::string arguments = ReadFile(ArgumentsFile());
-        EXPECT_EQ(arguments.find("-ss\n") < arguments.find("-i\n"), GetParam().bDeep);
+        EXPECT_EQ(arguments.find("-ss\n") < arguments.find("-i\n"),
+                  GetParam().bDeep && inMs >= GetParam().DeepFromMs);
     }
 }
 
