@@ -694,9 +694,10 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
         if (bFollowing && bPlaying && IsTrue(Value))
         {
             SetPlaying(false);
+            // On a slow machine the player leaves frames out, perhaps the last one, too.
+            SeekToUs(FrameUs(pFrames->Last(),
+                             MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs));
             bEndReached = true;
-            SetPlayheadUs(FrameUs(pFrames->Last(),
-                                  MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs));
         }
         break;
     case Topic::Nothing:
