@@ -18,7 +18,7 @@ double LengthSec(const SavedClip& Clip)
     return std::max(Clip.EndSec - Clip.StartSec, 0.0);
 }
 
-std::string SecondsText(double Sec)
+std::string ThreeDecimals(double Sec)
 {
     std::array<char, 64> text = {};
     std::snprintf(text.data(), text.size(), "%.3f", Sec);
@@ -76,7 +76,7 @@ PlannedCommand(const SavedClip& Clip, const std::filesystem::path& File, const s
 {
     return MvClipControlPanel::ShellQuote(Ffmpeg) + " -y -hide_banner -loglevel error -i " +
            MvClipControlPanel::ShellQuote(Clip.SourcePath) + " -ss " +
-           SecondsText(std::max(Clip.StartSec, 0.0)) + " -t " + SecondsText(LengthSec(Clip)) +
+           ThreeDecimals(std::max(Clip.StartSec, 0.0)) + " -t " + ThreeDecimals(LengthSec(Clip)) +
            " -map '0:v:0?' -map '0:a?' -c:v libx264 -preset veryfast -crf 18 -pix_fmt yuv420p "
            "-c:a copy " +
            MvClipControlPanel::ShellQuote(File.native());
