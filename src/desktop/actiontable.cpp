@@ -120,7 +120,7 @@ constexpr auto Table = std::to_array<ActionInfo>({
     {TextSmaller, Group::View, "Smaller text", "Ctrl+[", "Makes all text smaller.",
      &Commands::TextSmaller},
     {TextNormal, Group::View, "Normal text", "Ctrl+0", "Text at 100 %.", &Commands::TextNormal},
-    {FullScreen, Group::View, "Full screen", "F11", "Fills the screen, or not; Escape leaves it.",
+    {FullScreen, Group::View, "Full screen", "F11", "Toggles full screen; Escape leaves it.",
      &Commands::FullScreen},
 
     {ShowKeys, Group::Help, "All keys", "F1 ?", "Shows all keys.", &Commands::ShowKeys},

@@ -148,8 +148,7 @@ void Commands::StepForward()
 
 void Commands::SeekBy(double Sec)
 {
-    WithDocument([Sec](VideoDocument& Document)
-                 { Document.SeekTo(Document.pVideo->CurrentTimeSec() + Sec); });
+    WithDocument([Sec](VideoDocument& Document) { Document.SeekBy(Sec); });
 }
 
 void Commands::BackOneSecond()

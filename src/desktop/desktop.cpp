@@ -180,7 +180,7 @@ void Desktop::ConnectWindow(VideoWindow& Window)
     connect(&Window.Pane(), &VideoPane::FileOpened, this,
             [this, &Window](const QString& Path, bool bLoaded)
             { TakeOpened(Path, bLoaded, Window.Pane().Shown().LoadError()); });
-    // By its number, which a window that is closed twice keeps when it is gone.
+    // Capture the ID: the slot is queued, and the window may be gone when it runs.
     connect(
         &Window, &VideoWindow::Closed, this,
         [this, windowID = Window.DocumentID()] { CloseWindow(windowID); }, Qt::QueuedConnection);
@@ -358,7 +358,7 @@ void Desktop::AskForTime()
                 }
             });
     dialog->open();
-    // What is no time keeps the dialog and what was typed: there is nothing to press then.
+    // OK is disabled while the text is not a time.
     QPushButton* const ok = dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
     connect(dialog, &QInputDialog::textValueChanged, ok,
             [ok](const QString& Text)

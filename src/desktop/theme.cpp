@@ -43,6 +43,8 @@ QPalette DarkPalette()
     {
         palette.setColor(QPalette::Disabled, role, Theme::TextDim.darker(140));
     }
+    // The style draws a light copy of a disabled text below it, which would look like an enabled one.
+    palette.setColor(QPalette::Disabled, QPalette::Light, Theme::Window);
     return palette;
 }
 

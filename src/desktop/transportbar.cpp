@@ -56,7 +56,7 @@ QString FrameText(const TransportState& State)
     }
     const qsizetype digits =
         QString::number(std::max<std::int64_t>(*State.FrameCount - 1, 0)).size();
-    const QString frame = "Frame " + QString::number(*State.Frame).leftJustified(digits, ' ');
+    const QString frame = "Frame " + QString::number(*State.Frame).rightJustified(digits, ' ');
     return State.RangeFrames ? frame + ", range " + QString::number(*State.RangeFrames) : frame;
 }
 

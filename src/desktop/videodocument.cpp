@@ -179,6 +179,20 @@ void VideoDocument::SeekTo(double Sec)
     pVideo->Seek(SeekToTarget);
 }
 
+void VideoDocument::SeekBy(double Sec)
+{
+    if (!HasFile())
+    {
+        return;
+    }
+    const std::int64_t targetUs =
+        std::max<std::int64_t>(UsOfSec(pVideo->CurrentTimeSec() + Sec), 0);
+    const std::optional<FramePlace> shown = ShownAt(targetUs);
+    const bool bNextIsNearer = shown && Frames()->UsOf(shown->AfterTicks) - targetUs <
+                                            targetUs - Frames()->UsOf(shown->Ticks);
+    SeekTo(static_cast<double>(bNextIsNearer ? Frames()->UsOf(shown->AfterTicks) : targetUs) / 1e6);
+}
+
 void VideoDocument::Play()
 {
     BackwardSince.reset();

@@ -42,6 +42,8 @@ public:
 
     /// Moves the playhead, kept within the video. Nothing happens while no file is open.
     void SeekTo(double Sec);
+    /// Moves the playhead by about Sec, to the nearest frame, so that forward and back lead home.
+    void SeekBy(double Sec);
 
     // -- Playing at a speed and in a direction, as J, K and L want it.
 
