@@ -34,6 +34,24 @@ protected:
         return path;
     }
 
+    // How many pictures a file has that holds nothing else.
+    static int PicturesIn(const std::string& Path)
+    {
+        AVFormatContext* file = nullptr;
+        AVPacket* packet = av_packet_alloc();
+        int count = 0;
+        if (avformat_open_input(&file, Path.c_str(), nullptr, nullptr) >= 0)
+        {
+            for (; av_read_frame(file, packet) >= 0; ++count)
+            {
+                av_packet_unref(packet);
+            }
+        }
+        av_packet_free(&packet);
+        avformat_close_input(&file);
+        return count;
+    }
+
     // Types and sizes of the streams, as one text.
     static std::string Streams(const std::string& Path)
     {
@@ -116,6 +134,19 @@ TEST_F(EncoderExport, PadsAnOddSizeByOneLine)
     const ProgramRun::End end = Export(odd, "1.000", "1.000");
     EXPECT_EQ(end.ExitCode, 0) << end.Err;
     EXPECT_EQ(Streams(Output()), "video 162x92 ");
+}
+
+// 24 pictures a second, then 60: ffmpeg guesses 24 and by itself leaves out half of what follows.
+TEST_F(EncoderExport, KeepsEachPictureOfARateThatRises)
+{
+    const std::string film =
+        Make("rising.mp4",
+             "-f lavfi -i \"testsrc2=size=160x90:rate=120:duration=6,"
+             "select='if(lt(t\\,3)\\,not(mod(n\\,5))\\,not(mod(n\\,2)))'\" "
+             "-vsync vfr -enc_time_base -1 -c:v libx264 -preset ultrafast -bf 2 -pix_fmt yuv420p");
+    const ProgramRun::End end = Export(film, "2.000", "2.000");
+    EXPECT_EQ(end.ExitCode, 0) << end.Err;
+    EXPECT_EQ(PicturesIn(Output()), 24 + 60);
 }
 
 TEST_F(EncoderExport, TakesNoCoverForTheVideo)

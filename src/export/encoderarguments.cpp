@@ -38,6 +38,10 @@ EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartF
     {
         Append(arguments, {"-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2"});
     }
+    if (Plan.bOwnTimes)
+    {
+        Append(arguments, {"-enc_time_base", "-1"});
+    }
     // Named, for the extension may have been cut off; opened by its number, whatever its name becomes.
     Append(arguments, {"-f", "matroska", "file:/proc/self/fd/" + std::to_string(PartFd)});
     return arguments;

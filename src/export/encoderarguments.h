@@ -12,7 +12,8 @@
 struct EncoderPlan
 {
     Cut Where;
-    bool bPad = false; ///< its width or height is odd, which the encoder does not take
+    bool bPad = false;      ///< its width or height is odd, which the encoder does not take
+    bool bOwnTimes = false; ///< each picture keeps its time, off the beat of a guessed rate
 
     bool operator==(const EncoderPlan&) const = default;
 };

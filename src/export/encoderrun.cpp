@@ -227,7 +227,10 @@ EncoderPlan EncoderRun::MakePlan()
         return keySec.has_value() && *keySec <= static_cast<double>(Command.InMs) / 1000.0;
     };
     const bool bOdd = (facts.WidthPx | facts.HeightPx) % 2 != 0;
-    return {ChooseCut(TrustInFormat(facts.Format), Command.InMs, hasKeyFrame), bOdd};
+    const bool bOwnTimes =
+        Source->HasCrowdedPictures(static_cast<double>(Command.InMs) / 1000.0,
+                                   static_cast<double>(Command.InMs + Command.LengthMs) / 1000.0);
+    return {ChooseCut(TrustInFormat(facts.Format), Command.InMs, hasKeyFrame), bOdd, bOwnTimes};
 }
 
 // Until ffmpeg has ended; false where a stop came first.

@@ -9,15 +9,19 @@ extern "C"
 #include <libavutil/avstring.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
 #include <limits>
+#include <set>
 
 namespace
 {
 // Pictures are stored up to this much away from the order of their times.
 constexpr double ReorderSec = 2.0;
+// As many pictures as H.264 and HEVC may hold back (16), and the one itself.
+constexpr std::size_t MaxReorderedPictures = 17;
 
 struct FreePacket
 {
@@ -120,6 +124,10 @@ void SourceFile::Learn()
             Known.HeightPx = stream.codecpar->height;
             const double rate = av_q2d(stream.avg_frame_rate);
             Known.FrameSec = rate > 1.0 && std::isfinite(rate) ? 1.0 / rate : Known.FrameSec;
+            const double guessedRate = av_q2d(stream.r_frame_rate);
+            const bool bVariable = std::isfinite(guessedRate) && guessedRate > 0.0 &&
+                                   av_cmp_q(stream.r_frame_rate, stream.avg_frame_rate) != 0;
+            Known.BeatSec = bVariable ? 1.0 / guessedRate : 0.0;
         }
     }
 }
@@ -195,6 +203,44 @@ std::optional<bool> SourceFile::HasAnything(int Stream, double FromSec, double T
         }
     }
     return bTimes ? std::optional(false) : std::nullopt;
+}
+
+bool SourceFile::HasCrowdedPictures(double FromSec, double ToSec)
+{
+    // ffmpeg leaves out a picture that comes 0.6 of a beat too early. Jitter of a camera stays below this.
+    constexpr double ClosestBeats = 0.75;
+    if (Known.BeatSec <= 0.0 || !Known.VideoStream.has_value() || !Seek(FromSec))
+    {
+        return false;
+    }
+    const auto isCrowded = [&](double EarlierSec, double LaterSec)
+    {
+        return EarlierSec >= FromSec && LaterSec < ToSec &&
+               LaterSec - EarlierSec < ClosestBeats * Known.BeatSec;
+    };
+    std::set<double> timesSec;
+    for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
+    {
+        if (piece->Stream != *Known.VideoStream || !piece->FromSec.has_value())
+        {
+            continue;
+        }
+        if (*piece->FromSec >= ToSec + ReorderSec)
+        {
+            break;
+        }
+        // Only what can no longer get a neighbour between is compared: pictures come out of their order.
+        timesSec.insert(*piece->FromSec);
+        while (timesSec.size() > MaxReorderedPictures)
+        {
+            const double earlierSec = timesSec.extract(timesSec.begin()).value();
+            if (isCrowded(earlierSec, *timesSec.begin()))
+            {
+                return true;
+            }
+        }
+    }
+    return std::adjacent_find(timesSec.begin(), timesSec.end(), isCrowded) != timesSec.end();
 }
 
 std::optional<bool> SourceFile::Reaches(double AtSec)

@@ -19,6 +19,7 @@ struct SourceFacts
     int WidthPx = 0;                ///< of that one
     int HeightPx = 0;
     double FrameSec = 0.04; ///< how long one of its frames is shown, as a rule
+    double BeatSec = 0.0;   ///< of the rate that ffmpeg guesses; 0 where its rate is constant
     std::vector<int> SoundStreams;
     std::optional<double> DeclaredSec; ///< how long the source says that it lasts
 };
@@ -42,6 +43,11 @@ public:
     /// Whether a stream has something that begins from FromSec on and before ToSec; nullopt where the
     /// container's seeking or times do not tell. Reads from a key frame before FromSec.
     std::optional<bool> HasAnything(int Stream, double FromSec, double ToSec);
+
+    /// Whether two pictures of a range follow each other much faster than the guessed rate. ffmpeg writes
+    /// on the beat of that rate and would leave one of them out. False at a constant rate; otherwise the
+    /// range is read until two are found.
+    bool HasCrowdedPictures(double FromSec, double ToSec);
 
     /// Whether picture or sound goes on until AtSec, the same way.
     std::optional<bool> Reaches(double AtSec);
