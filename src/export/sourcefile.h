@@ -11,6 +11,10 @@
 #include <vector>
 
 struct AVFormatContext;
+struct AVStream;
+
+/// "00:00:02.018000000": the time of a stream's end, which Matroska's muxers write into its tags.
+std::optional<double> ReadDurationTag(const AVStream& Stream);
 
 struct SourceFacts
 {
@@ -20,7 +24,7 @@ struct SourceFacts
     int HeightPx = 0;
     double FrameSec = 0.04; ///< how long one of its frames is shown, as a rule
     std::vector<int> SoundStreams;
-    std::optional<double> DeclaredSec; ///< how long the source says that it lasts
+    std::optional<double> DeclaredSec; ///< when picture and sound end, as the source says
 };
 
 class SourceFile
@@ -57,6 +61,7 @@ private:
 
     SourceFile() = default;
     void Learn();
+    std::optional<double> DeclaredSec() const;
     bool Seek(double Sec);
     std::optional<Piece> Read();
 
