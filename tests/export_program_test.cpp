@@ -366,6 +366,23 @@ TEST_F(EncoderSource, ThatBeginsLateIsExportedToItsEnd)
                 HasSubstr(", though it says that it lasts 3.0 s: "));
 }
 
+TEST_F(EncoderSource, WhoseSubtitleStaysBehindItsEndIsExportedToItsEnd)
+{
+    const std::string text = (Work / "text.srt").native();
+    WriteFile(text, "1\n00:00:00,500 --> 00:00:00,900\nHello\n\n"
+                    "2\n00:00:02,500 --> 00:00:20,000\nThere\n");
+    for (const auto& [name, codec] : std::vector<std::pair<std::string, std::string>>{
+             {"film.mkv", "-c:s srt"},
+             {"film.mp4", "-c:s mov_text"},
+             {"untold.mkv", "-c:s srt -f matroska pipe:1 >"}})
+    {
+        const std::string film = Make(name, Pictures + Tone + "-i " + text + Codecs + codec);
+        const ProgramRun::End end = Export(film, "0.000", "20.000");
+        EXPECT_EQ(end.ExitCode, 0) << name << ": " << end.Err;
+        fs::remove(Output());
+    }
+}
+
 // -- ffmpeg and the disk
 
 TEST_F(EncoderFailure, IsToldWithTheFirstLineOfFfmpeg)

@@ -280,6 +280,11 @@ std::optional<bool> SourceFile::Reaches(double AtSec)
     bool bTimes = true;
     for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
     {
+        const AVStream& stream = *pFile->streams[piece->Stream];
+        if (!IsPicture(stream) && !IsSound(stream))
+        {
+            continue;
+        }
         bTimes = piece->FromSec.has_value();
         if (bTimes && piece->ToSec >= AtSec)
         {
