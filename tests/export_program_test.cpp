@@ -376,6 +376,44 @@ TEST_F(EncoderSource, ThatEndsBeforeItSaysIsToldWithWhatThereIs)
     }
 }
 
+TEST_F(EncoderSource, ThatBeginsLateIsExportedToItsEnd)
+{
+    const std::string film = Make("film.mkv", Pictures + Tone + Codecs);
+    const std::string web = Make("film.webm", Pictures + Tone +
+                                                  "-c:v libvpx -deadline realtime -cpu-used 8 "
+                                                  "-c:a libopus");
+    for (const std::string ending : {"mp4", "mov", "nut", "mkv", "webm", "ts", "flv"})
+    {
+        const std::string late =
+            Make("late." + ending, "-itsoffset 2 -i " + (ending == "webm" ? web : film) +
+                                       " -c copy -avoid_negative_ts disabled");
+        const ProgramRun::End end = Export(late, "0.000", "9.000");
+        EXPECT_EQ(end.ExitCode, 0) << ending << ": " << end.Err;
+        fs::remove(Output());
+    }
+    const std::string cut = (Work / "late.mkv").native();
+    fs::resize_file(cut, fs::file_size(cut) / 2);
+    EXPECT_THAT(Export(cut, "0.000", "9.000").Err,
+                HasSubstr(", though it says that it lasts 3.0 s: "));
+}
+
+TEST_F(EncoderSource, WhoseSubtitleStaysBehindItsEndIsExportedToItsEnd)
+{
+    const std::string text = (Work / "text.srt").native();
+    WriteFile(text, "1\n00:00:00,500 --> 00:00:00,900\nHello\n\n"
+                    "2\n00:00:02,500 --> 00:00:20,000\nThere\n");
+    for (const auto& [name, codec] : std::vector<std::pair<std::string, std::string>>{
+             {"film.mkv", "-c:s srt"},
+             {"film.mp4", "-c:s mov_text"},
+             {"untold.mkv", "-c:s srt -f matroska pipe:1 >"}})
+    {
+        const std::string film = Make(name, Pictures + Tone + "-i " + text + Codecs + codec);
+        const ProgramRun::End end = Export(film, "0.000", "20.000");
+        EXPECT_EQ(end.ExitCode, 0) << name << ": " << end.Err;
+        fs::remove(Output());
+    }
+}
+
 // -- ffmpeg and the disk
 
 TEST_F(EncoderFailure, IsToldWithTheFirstLineOfFfmpeg)

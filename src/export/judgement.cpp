@@ -15,7 +15,6 @@ extern "C"
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,27 +68,6 @@ bool HasAllItsBytes(int Fd)
         header.has_value() ? ReadElement(Fd, header->ContentAt + header->Size) : std::nullopt;
     return segment.has_value() && fstat(Fd, &status) == 0 &&
            segment->Size <= static_cast<std::uint64_t>(status.st_size) - segment->ContentAt;
-}
-
-// "00:00:02.018000000", which the muxer writes for each stream at the end.
-std::optional<double> ReadDurationTag(const AVStream& Stream)
-{
-    const AVDictionaryEntry* const pTag = av_dict_get(Stream.metadata, "DURATION", nullptr, 0);
-    double seconds = 0.0;
-    std::string_view rest = pTag == nullptr ? std::string_view() : pTag->value;
-    for (int part = 0; part < 3; ++part)
-    {
-        double number = 0.0;
-        const auto [pRest, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-        if (error != std::errc())
-        {
-            return std::nullopt;
-        }
-        seconds = seconds * 60.0 + number;
-        rest.remove_prefix(
-            std::min(static_cast<std::size_t>(pRest - rest.data()) + 1, rest.size()));
-    }
-    return seconds;
 }
 
 std::string OneDecimal(double Sec)

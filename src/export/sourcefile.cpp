@@ -12,9 +12,11 @@ extern "C"
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <set>
+#include <string_view>
 
 namespace
 {
@@ -70,7 +72,52 @@ std::optional<double> InSec(std::int64_t Time, AVRational Base)
     return Time == AV_NOPTS_VALUE ? std::nullopt
                                   : std::optional(static_cast<double>(Time) * av_q2d(Base));
 }
+
+bool IsPicture(const AVStream& Stream)
+{
+    return Stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+           (Stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
+bool IsSound(const AVStream& Stream)
+{
+    return Stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+}
+
+// The time of a stream's end, on the file's own clock.
+std::optional<double> DeclaredStreamEndSec(const AVStream& Stream)
+{
+    if (const std::optional<double> tagSec = ReadDurationTag(Stream))
+    {
+        return tagSec;
+    }
+    const std::optional<double> fromSec = InSec(Stream.start_time, Stream.time_base);
+    const std::optional<double> lengthSec = InSec(Stream.duration, Stream.time_base);
+    return fromSec.has_value() && lengthSec.value_or(0.0) > 0.0
+               ? std::optional(*fromSec + *lengthSec)
+               : std::nullopt;
+}
 } // namespace
+
+std::optional<double> ReadDurationTag(const AVStream& Stream)
+{
+    const AVDictionaryEntry* const pTag = av_dict_get(Stream.metadata, "DURATION", nullptr, 0);
+    double seconds = 0.0;
+    std::string_view rest = pTag == nullptr ? std::string_view() : pTag->value;
+    for (int part = 0; part < 3; ++part)
+    {
+        double number = 0.0;
+        const auto [pRest, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        if (error != std::errc())
+        {
+            return std::nullopt;
+        }
+        seconds = seconds * 60.0 + number;
+        rest.remove_prefix(
+            std::min(static_cast<std::size_t>(pRest - rest.data()) + 1, rest.size()));
+    }
+    return seconds;
+}
 
 std::unique_ptr<SourceFile> SourceFile::Open(const std::string& Path, std::string& OutSentence)
 {
@@ -103,21 +150,14 @@ void SourceFile::Learn()
 {
     Known.Format = pFile->iformat->name;
     StartSec = InSec(pFile->start_time, AV_TIME_BASE_Q).value_or(0.0);
-    // A guess from the rate of bits says nothing.
-    if (pFile->duration > 0 && pFile->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE)
-    {
-        Known.DeclaredSec = InSec(pFile->duration, AV_TIME_BASE_Q);
-    }
     for (unsigned i = 0; i < pFile->nb_streams; ++i)
     {
         const AVStream& stream = *pFile->streams[i];
-        const AVMediaType type = stream.codecpar->codec_type;
-        if (type == AVMEDIA_TYPE_AUDIO)
+        if (IsSound(stream))
         {
             Known.SoundStreams.push_back(static_cast<int>(i));
         }
-        else if (type == AVMEDIA_TYPE_VIDEO && !Known.VideoStream.has_value() &&
-                 (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0)
+        else if (IsPicture(stream) && !Known.VideoStream.has_value())
         {
             Known.VideoStream = static_cast<int>(i);
             Known.WidthPx = stream.codecpar->width;
@@ -130,6 +170,39 @@ void SourceFile::Learn()
             Known.BeatSec = bVariable ? 1.0 / guessedRate : 0.0;
         }
     }
+    Known.DeclaredSec = DeclaredSec();
+}
+
+// A subtitle may stay behind them, and then the length of the file says nothing.
+std::optional<double> SourceFile::DeclaredSec() const
+{
+    // A guess from the rate of bits says nothing.
+    if (pFile->duration <= 0 || pFile->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE)
+    {
+        return std::nullopt;
+    }
+    // In these the length counts from time 0, not from where the file begins.
+    const bool bFromZero = av_match_list(pFile->iformat->name, "mov,matroska,webm,nut", ',') > 0;
+    const double fileEndSec =
+        static_cast<double>(pFile->duration) / AV_TIME_BASE - (bFromZero ? StartSec : 0.0);
+    std::optional<double> endSec;
+    bool bOther = false;
+    for (unsigned i = 0; i < pFile->nb_streams; ++i)
+    {
+        const AVStream& stream = *pFile->streams[i];
+        const AVMediaType type = stream.codecpar->codec_type;
+        bOther = bOther || type == AVMEDIA_TYPE_SUBTITLE || type == AVMEDIA_TYPE_DATA;
+        const std::optional<double> streamEndSec = DeclaredStreamEndSec(stream);
+        if ((IsPicture(stream) || IsSound(stream)) && streamEndSec.has_value())
+        {
+            endSec = std::max(endSec.value_or(0.0), *streamEndSec - StartSec);
+        }
+    }
+    if (!endSec.has_value())
+    {
+        return bOther ? std::nullopt : std::optional(fileEndSec);
+    }
+    return std::min(*endSec, fileEndSec);
 }
 
 // As ffmpeg seeks for "-ss" before its input.
@@ -252,6 +325,11 @@ std::optional<bool> SourceFile::Reaches(double AtSec)
     bool bTimes = true;
     for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
     {
+        const AVStream& stream = *pFile->streams[piece->Stream];
+        if (!IsPicture(stream) && !IsSound(stream))
+        {
+            continue;
+        }
         bTimes = piece->FromSec.has_value();
         if (bTimes && piece->ToSec >= AtSec)
         {

@@ -11,6 +11,10 @@
 #include <vector>
 
 struct AVFormatContext;
+struct AVStream;
+
+/// "00:00:02.018000000": the time of a stream's end, which Matroska's muxers write into its tags.
+std::optional<double> ReadDurationTag(const AVStream& Stream);
 
 struct SourceFacts
 {
@@ -21,7 +25,7 @@ struct SourceFacts
     double FrameSec = 0.04; ///< how long one of its frames is shown, as a rule
     double BeatSec = 0.0;   ///< of the rate that ffmpeg guesses; 0 where its rate is constant
     std::vector<int> SoundStreams;
-    std::optional<double> DeclaredSec; ///< how long the source says that it lasts
+    std::optional<double> DeclaredSec; ///< when picture and sound end, as the source says
 };
 
 class SourceFile
@@ -63,6 +67,7 @@ private:
 
     SourceFile() = default;
     void Learn();
+    std::optional<double> DeclaredSec() const;
     bool Seek(double Sec);
     std::optional<Piece> Read();
 
