@@ -374,6 +374,30 @@ TEST_F(CliExport, EndsAtTheFirstFailureWhenAskedTo)
     EXPECT_EQ(end.ExitCode, 1);
     EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
     EXPECT_THAT(end.Out, Not(HasSubstr("Saved b")));
+    EXPECT_EQ(LinesOf(end.Err).back(),
+              "movane: --clip \"b=2-3\": not exported: an earlier clip failed.");
+}
+
+TEST_F(CliExport, NamesAsJsonTheClipsThatAFailureKeptFromTheirTurn)
+{
+    UseFake("exit 1");
+    const ProgramRun::End end = Export(
+        {"--json", "--fail-fast", "--clip", "a=0-1", "--clip", "b=1-2", "--clip", "c=2-3"});
+    EXPECT_EQ(end.ExitCode, 1);
+    std::vector<std::string> results;
+    for (const std::string& line : LinesOf(end.Out))
+    {
+        const Json object = Json::parse(line);
+        if (object["type"] == "result")
+        {
+            EXPECT_EQ(object["ok"], false);
+            results.push_back(object["clip"].get<std::string>() + ": " +
+                              object["text"].get<std::string>());
+        }
+    }
+    EXPECT_THAT(results, ElementsAre("a: Clip export failed.",
+                                     "b: not exported: an earlier clip failed.",
+                                     "c: not exported: an earlier clip failed."));
 }
 
 TEST_F(CliExport, GivesALongNameItsExtension)

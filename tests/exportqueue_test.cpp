@@ -321,10 +321,19 @@ TEST_F(ExportQueueFront, GetsOneMessageAtAStopAndSaysThatItStopped)
 
 TEST_F(ExportQueueFront, ThatWasStoppedFromOutsideIsNoFailureEither)
 {
-    FrontDoes("say stopped.\nexit 1\n");
+    FrontDoes("say stopped.\nsend failed stopped.\nexit 1\n");
     Program.Exports().Add(Clip("a"));
     RunToTheEnd();
     EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+}
+
+// The panel shows the first line alone: here it ends within the name of a file.
+TEST_F(ExportQueueFront, ThatNamesAFileLikeAStopHasFailed)
+{
+    FrontDoes("say stopped.\nsend failed stopped.?x.mkv can't be read.\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Failed));
 }
 
 TEST_F(ExportQueueFront, WhoseNameIsTakenIsTriedWithTheNextNumber)

@@ -291,6 +291,17 @@ TEST_F(MpvVideoTest, OpensAnotherFileInPlaceOfTheFirst)
     EXPECT_NEAR(static_cast<double>(pVideo->pMediaInfo->DurationUs), 1e6, 5e4);
 }
 
+TEST_F(MpvVideoTest, TellsTheLengthFromTheStartOfTheFile)
+{
+    for (const char* pName : {"late.mp4", "late.mov", "late.mkv", "late.ts", "late.flv"})
+    {
+        const std::string path = Make(pName, "-itsoffset 2 -i " + SampleVideo() +
+                                                 " -c copy -avoid_negative_ts disabled");
+        ASSERT_TRUE(Open(path)) << Error;
+        EXPECT_NEAR(static_cast<double>(pVideo->pMediaInfo->DurationUs), 4e6, 1e5) << pName;
+    }
+}
+
 TEST_F(MpvVideoTest, OpensNamesThatMeanSomethingToAPlayerOrAShell)
 {
     for (const char* pName :

@@ -40,6 +40,8 @@ constexpr std::size_t MaxToldFailures = 3;
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
 constexpr const char* StoppedText = "Clip export failed: stopped.";
+// The front's own word for it. What a status says may begin with the name of a file.
+constexpr const char* FrontStoppedText = "stopped.";
 
 // The panel says where an export goes in its status alone. Its words and the clip's name are known, so
 // what is left between them is the file's name, whatever the name of the clip looks like.
@@ -274,6 +276,7 @@ bool ExportQueue::AskPanel(const QueuedExport& Entry)
     bAskedToEnd = false;
     bNameTaken = false;
     bFrontAtWork = false;
+    bFrontStopped = false;
     ++TryCount;
     try
     {
@@ -331,6 +334,8 @@ void ExportQueue::TakeMessages()
             Current->Fraction = std::max(Current->Fraction, message.Fraction);
         }
         bNameTaken = bNameTaken || message.Type == ExportMessageType::Taken;
+        bFrontStopped = bFrontStopped || (message.Type == ExportMessageType::Failed &&
+                                          message.Text == FrontStoppedText);
         // A front that ends without its last word was killed.
         bFrontAtWork = message.Type == ExportMessageType::Output ||
                        message.Type == ExportMessageType::Progress;
@@ -354,20 +359,28 @@ void ExportQueue::Tell()
 bool ExportQueue::TakeResult()
 {
     MvClipControlPanel& panel = pDesk->Panel;
+    {
+        const std::lock_guard lock(panel.ExportMutex);
+        if (!panel.bExportResultReady)
+        {
+            return false;
+        }
+    }
+    TakeMessages(); // the front's last word came before the result
+    // A shell may have ended before what it ran: nothing is told before both have.
+    if (!Current.has_value() || IsEncoderLeft())
+    {
+        return false;
+    }
     bool bSuccess = false;
     std::string message;
     {
         const std::lock_guard lock(panel.ExportMutex);
-        // A shell may have ended before what it ran: nothing is told before both have.
-        if (!panel.bExportResultReady || IsEncoderLeft())
-        {
-            return false;
-        }
         panel.bExportResultReady = false; // so that the panel queues no notification
         bSuccess = panel.bExportResultSuccess;
         message = panel.ExportResultMessage;
     }
-    if (!bSuccess && (Current->bStopping || message == StoppedText))
+    if (!bSuccess && (Current->bStopping || bFrontStopped))
     {
         End(ExportOutcome::Stopped, StoppedText);
     }

@@ -175,8 +175,9 @@ private:
     TimeLeft Left;
     const std::shared_ptr<WorkerChildren> pEncoder;
     bool bAskedToEnd = false;
-    bool bNameTaken = false;   ///< by another program, before the front could
-    bool bFrontAtWork = false; ///< connected, and its last word has not come
+    bool bNameTaken = false;    ///< by another program, before the front could
+    bool bFrontAtWork = false;  ///< connected, and its last word has not come
+    bool bFrontStopped = false; ///< by a signal from outside
     int TryCount = 0;
     std::chrono::steady_clock::time_point StopAt;
     std::optional<std::string> JobFailure;

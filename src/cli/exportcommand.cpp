@@ -211,6 +211,7 @@ public:
         queue.Began.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Progressed.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Ended.connect([this](const EndedExport& Export) { TakeEnd(Export); });
+        queue.Removed.connect([this](const QueuedExport& Entry) { TakeRemoval(Entry); });
     }
 
     bool LoadSource(const std::string& Path, std::string& OutError)
@@ -351,6 +352,18 @@ private:
         {
             PrintError(Saved.at(Export.Id).Origin + ": " + text);
         }
+    }
+
+    // A stop has a sentence of its own for all.
+    void TakeRemoval(const QueuedExport& Entry)
+    {
+        if (bStopped)
+        {
+            return;
+        }
+        const std::string text = "not exported: an earlier clip failed.";
+        Report.PrintResult({Entry.Clip.Name, false, {}, text});
+        PrintError(Saved.at(Entry.Id).Origin + ": " + text);
     }
 
     const WakeUp& Wake;

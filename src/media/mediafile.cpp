@@ -55,3 +55,10 @@ bool IsMatroskaWithoutDuration(const std::string& Path)
     return file != nullptr && std::string_view(file->iformat->name).starts_with("matroska") &&
            (file->duration == AV_NOPTS_VALUE || file->duration <= 0);
 }
+
+bool CountsLengthFromZero(const std::string& Path)
+{
+    const InputFile file = OpenInput(Path);
+    return file != nullptr && file->duration != AV_NOPTS_VALUE && file->duration > 0 &&
+           av_match_list(file->iformat->name, "matroska,mov,nut", ',') > 0;
+}

@@ -15,3 +15,8 @@ std::string NameOfRefusedFormat(const std::string& Path);
 /// never finished, or that was written into a pipe. The player's "duration" of such a file is only how
 /// far it has read by chance.
 bool IsMatroskaWithoutDuration(const std::string& Path);
+
+/// Whether the length that the file's header gives counts from time 0 and not from the file's start time:
+/// in Matroska, MP4, MOV and NUT. False where the header gives none: then the length is an estimate, from the
+/// start on.
+bool CountsLengthFromZero(const std::string& Path);

@@ -213,6 +213,7 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
         {
             StartSec = -pFrames->OffsetSec();
         }
+        TakeStartOffLength(AbsolutePath);
         SetPlayheadUs(FrameUs(pFrames->ShownAt(0), 0));
         pMediaInfo = &MediaInfo;
         return true;
@@ -221,6 +222,17 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
     std::array<const char*, 2> stop = {"stop", nullptr};
     mpv_command_async(pMpv, Tag(Topic::Nothing), stop.data());
     return false;
+}
+
+// The player gives the container's own length, which in some formats includes the time before the start.
+void MpvVideo::TakeStartOffLength(const std::string& AbsolutePath)
+{
+    const std::int64_t us = MediaInfo.DurationUs - std::llround(StartSec * UsPerSec);
+    if (MediaInfo.DurationUs > 0 && us != MediaInfo.DurationUs && us > 0 &&
+        CountsLengthFromZero(AbsolutePath))
+    {
+        MediaInfo.DurationUs = us;
+    }
 }
 
 // Back to no open file; what the player still reports of the earlier one is no longer used.

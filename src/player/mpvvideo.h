@@ -158,6 +158,7 @@ private:
     MpvVideo(mpv_handle* pNewMpv, std::chrono::milliseconds NewOpenTimeout);
 
     bool Load(const std::string& AbsolutePath);
+    void TakeStartOffLength(const std::string& AbsolutePath);
     void Forget();
     std::optional<FramePlace> PlaceOfClipFrame() const;
     void SeekToUs(std::int64_t TargetUs);
