@@ -381,8 +381,8 @@ TEST_F(CliExport, EndsAtTheFirstFailureWhenAskedTo)
 TEST_F(CliExport, NamesAsJsonTheClipsThatAFailureKeptFromTheirTurn)
 {
     UseFake("exit 1");
-    const ProgramRun::End end = Export(
-        {"--json", "--fail-fast", "--clip", "a=0-1", "--clip", "b=1-2", "--clip", "c=2-3"});
+    const ProgramRun::End end =
+        Export({"--json", "--fail-fast", "--clip", "a=0-1", "--clip", "b=1-2", "--clip", "c=2-3"});
     EXPECT_EQ(end.ExitCode, 1);
     std::vector<std::string> results;
     for (const std::string& line : LinesOf(end.Out))
@@ -395,9 +395,9 @@ TEST_F(CliExport, NamesAsJsonTheClipsThatAFailureKeptFromTheirTurn)
                               object["text"].get<std::string>());
         }
     }
-    EXPECT_THAT(results, ElementsAre("a: Clip export failed.",
-                                     "b: not exported: an earlier clip failed.",
-                                     "c: not exported: an earlier clip failed."));
+    EXPECT_THAT(results,
+                ElementsAre("a: Clip export failed.", "b: not exported: an earlier clip failed.",
+                            "c: not exported: an earlier clip failed."));
 }
 
 TEST_F(CliExport, GivesALongNameItsExtension)
@@ -730,6 +730,14 @@ TEST_F(CliStop, EndsTheRunningFfmpegAtSigint)
     EXPECT_EQ(fake.Runs(), 1U);
 }
 
+TEST_F(CliStop, EndsTheRunningFfmpegAtSigquit)
+{
+    UseEndlessFake();
+    const auto run = StartExport();
+    run->Signal(SIGQUIT);
+    ExpectStopped(*run, SIGQUIT, "SIGQUIT");
+}
+
 TEST_F(CliStop, EndsTheRunningFfmpegAtSigterm)
 {
     UseEndlessFake();
@@ -748,8 +756,8 @@ TEST_F(CliStop, EndsTheRunningFfmpegAtSighup)
 
 TEST_F(CliStop, TakesASignalToTheWholeGroupTheSameWay)
 {
-    for (const auto& [number, name] :
-         {std::pair(SIGINT, "SIGINT"), std::pair(SIGTERM, "SIGTERM"), std::pair(SIGHUP, "SIGHUP")})
+    for (const auto& [number, name] : {std::pair(SIGINT, "SIGINT"), std::pair(SIGQUIT, "SIGQUIT"),
+                                       std::pair(SIGTERM, "SIGTERM"), std::pair(SIGHUP, "SIGHUP")})
     {
         UseEndlessFake();
         const auto run = StartExport();
@@ -770,7 +778,7 @@ TEST_F(CliStop, TakesTwoSignalsAtOnceForOne)
 
 TEST_F(CliStop, ExportsNothingWhenTheSignalIsThereFirst)
 {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
     {
         const FakeFfmpeg fake = UseFake();
         // It waits, blocked, until the program is ready to take it.
@@ -845,7 +853,7 @@ TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
 
 TEST_F(CliStop, LeavesASignalIgnoredThatWasIgnored)
 {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
     {
         UseFake(": > \"$out\"; : > " + Started.native() + "; until [ -e " +
                 (FakeFolder / "go").native() + " ]; do /bin/sleep 0.01; done");
@@ -1011,7 +1019,7 @@ TEST_F(CliRealExport, EndsInOrderWhenItIsStopped)
 {
     const fs::path longSource = Work / "long.mp4";
     MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", longSource.native());
-    for (const int number : {SIGINT, SIGTERM})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM})
     {
         Setup.Arguments = {"export", "long.mp4", "--clip", "a=0-", "--clip", "b=0-1"};
         ProgramRun run(Setup);

@@ -389,7 +389,17 @@ int Refuse(const std::string& Sentence)
 
 std::string SignalName(int Number)
 {
-    return Number == SIGINT ? "SIGINT" : Number == SIGTERM ? "SIGTERM" : "SIGHUP";
+    switch (Number)
+    {
+    case SIGINT:
+        return "SIGINT";
+    case SIGQUIT:
+        return "SIGQUIT";
+    case SIGTERM:
+        return "SIGTERM";
+    default:
+        return "SIGHUP";
+    }
 }
 
 // Everything that can be wrong with the call is found here, before the first export.
