@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -444,6 +445,44 @@ TEST_F(CliExport, SaysAsJsonWhatItWouldDo)
     EXPECT_EQ(plan["clip"], "a");
     EXPECT_EQ(plan["file"], (Clips / "clip_00000_a.mkv").native());
     EXPECT_TRUE(plan["command"].get<std::string>().ends_with("clip_00000_a.mkv'"));
+}
+
+TEST_F(CliExport, SaysWhatItWouldNotDo)
+{
+    UseFake();
+    fs::create_directories(Clips);
+    for (int number = 0; number < 10000; ++number)
+    {
+        std::array<char, 32> name{};
+        std::snprintf(name.data(), name.size(), "clip_%05d_a.mkv", number);
+        WriteFile(Clips / name.data(), "");
+    }
+    const ProgramRun::End end = Export({"--dry-run", "--clip", "a=0-1", "--clip", "b=0-1"});
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_EQ(end.Err, "movane: --clip \"a=0-1\": Could not create clip export path.\n");
+    EXPECT_THAT(end.Out, StartsWith("b: " + (Clips / "clip_00000_b.mkv").native() + "\n"));
+
+    const ProgramRun::End told = Export({"--dry-run", "--json", "--clip", "a=0-1"});
+    EXPECT_EQ(told.ExitCode, 1);
+    const Json result = Json::parse(told.Out);
+    EXPECT_EQ(result["type"], "result");
+    EXPECT_EQ(result["clip"], "a");
+    EXPECT_EQ(result["ok"], false);
+    EXPECT_TRUE(result["file"].is_null());
+    EXPECT_EQ(result["text"], "Could not create clip export path.");
+}
+
+TEST_F(CliExport, SaysTheCommandInItsOwnBytes)
+{
+    const FakeFfmpeg fake = UseFake();
+    const fs::path source = Work / "two\nlines\t\x01.mp4";
+    fs::copy_file(SampleVideo(), source);
+    const ProgramRun::End end = Run({"export", source.native(), "--dry-run", "--clip", "a=0-1"});
+    EXPECT_EQ(end.ExitCode, 0);
+    const std::string command = end.Out.substr(end.Out.find('\n') + 1);
+    fs::create_directories(Clips);
+    EXPECT_EQ(std::system(command.c_str()), 0); // NOLINT(concurrency-mt-unsafe)
+    EXPECT_EQ(fake.Arguments()[5], source.native());
 }
 
 TEST_F(CliExport, TellsThatFfmpegIsMissing)
