@@ -1047,6 +1047,8 @@ TEST_F(CliRealExport, TellsHowFarItIsAsJson)
         EXPECT_EQ(object["index"], 1);
         EXPECT_EQ(object["count"], 2);
         EXPECT_GE(object["fraction"].get<double>(), last);
+        EXPECT_NEAR(object["whole_fraction"].get<double>(),
+                    object["fraction"].get<double>() * 244.0 / 245.0, 0.001);
         EXPECT_TRUE(object["seconds_left"].is_null() || object["seconds_left"].get<double>() >= 0);
         last = object["fraction"];
     }

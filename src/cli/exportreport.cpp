@@ -99,6 +99,7 @@ void ExportReport::PrintProgress(const RunningExport& Export, const ProgressOfAl
                          {"index", All.Index},
                          {"count", All.Count},
                          {"fraction", Export.Fraction},
+                         {"whole_fraction", All.Fraction},
                          {"seconds_left", Export.SecondsLeft.has_value()
                                               ? Json(std::round(*Export.SecondsLeft * 10.0) / 10.0)
                                               : Json()}}));
