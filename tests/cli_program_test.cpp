@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -381,8 +382,8 @@ TEST_F(CliExport, EndsAtTheFirstFailureWhenAskedTo)
 TEST_F(CliExport, NamesAsJsonTheClipsThatAFailureKeptFromTheirTurn)
 {
     UseFake("exit 1");
-    const ProgramRun::End end = Export(
-        {"--json", "--fail-fast", "--clip", "a=0-1", "--clip", "b=1-2", "--clip", "c=2-3"});
+    const ProgramRun::End end =
+        Export({"--json", "--fail-fast", "--clip", "a=0-1", "--clip", "b=1-2", "--clip", "c=2-3"});
     EXPECT_EQ(end.ExitCode, 1);
     std::vector<std::string> results;
     for (const std::string& line : LinesOf(end.Out))
@@ -395,9 +396,9 @@ TEST_F(CliExport, NamesAsJsonTheClipsThatAFailureKeptFromTheirTurn)
                               object["text"].get<std::string>());
         }
     }
-    EXPECT_THAT(results, ElementsAre("a: Clip export failed.",
-                                     "b: not exported: an earlier clip failed.",
-                                     "c: not exported: an earlier clip failed."));
+    EXPECT_THAT(results,
+                ElementsAre("a: Clip export failed.", "b: not exported: an earlier clip failed.",
+                            "c: not exported: an earlier clip failed."));
 }
 
 TEST_F(CliExport, GivesALongNameItsExtension)
@@ -444,6 +445,44 @@ TEST_F(CliExport, SaysAsJsonWhatItWouldDo)
     EXPECT_EQ(plan["clip"], "a");
     EXPECT_EQ(plan["file"], (Clips / "clip_00000_a.mkv").native());
     EXPECT_TRUE(plan["command"].get<std::string>().ends_with("clip_00000_a.mkv'"));
+}
+
+TEST_F(CliExport, SaysWhatItWouldNotDo)
+{
+    UseFake();
+    fs::create_directories(Clips);
+    for (int number = 0; number < 10000; ++number)
+    {
+        std::array<char, 32> name{};
+        std::snprintf(name.data(), name.size(), "clip_%05d_a.mkv", number);
+        WriteFile(Clips / name.data(), "");
+    }
+    const ProgramRun::End end = Export({"--dry-run", "--clip", "a=0-1", "--clip", "b=0-1"});
+    EXPECT_EQ(end.ExitCode, 1);
+    EXPECT_EQ(end.Err, "movane: --clip \"a=0-1\": Could not create clip export path.\n");
+    EXPECT_THAT(end.Out, StartsWith("b: " + (Clips / "clip_00000_b.mkv").native() + "\n"));
+
+    const ProgramRun::End told = Export({"--dry-run", "--json", "--clip", "a=0-1"});
+    EXPECT_EQ(told.ExitCode, 1);
+    const Json result = Json::parse(told.Out);
+    EXPECT_EQ(result["type"], "result");
+    EXPECT_EQ(result["clip"], "a");
+    EXPECT_EQ(result["ok"], false);
+    EXPECT_TRUE(result["file"].is_null());
+    EXPECT_EQ(result["text"], "Could not create clip export path.");
+}
+
+TEST_F(CliExport, SaysTheCommandInItsOwnBytes)
+{
+    const FakeFfmpeg fake = UseFake();
+    const fs::path source = Work / "two\nlines\t\x01.mp4";
+    fs::copy_file(SampleVideo(), source);
+    const ProgramRun::End end = Run({"export", source.native(), "--dry-run", "--clip", "a=0-1"});
+    EXPECT_EQ(end.ExitCode, 0);
+    const std::string command = end.Out.substr(end.Out.find('\n') + 1);
+    fs::create_directories(Clips);
+    EXPECT_EQ(std::system(command.c_str()), 0); // NOLINT(concurrency-mt-unsafe)
+    EXPECT_EQ(fake.Arguments()[5], source.native());
 }
 
 TEST_F(CliExport, TellsThatFfmpegIsMissing)
@@ -730,6 +769,14 @@ TEST_F(CliStop, EndsTheRunningFfmpegAtSigint)
     EXPECT_EQ(fake.Runs(), 1U);
 }
 
+TEST_F(CliStop, EndsTheRunningFfmpegAtSigquit)
+{
+    UseEndlessFake();
+    const auto run = StartExport();
+    run->Signal(SIGQUIT);
+    ExpectStopped(*run, SIGQUIT, "SIGQUIT");
+}
+
 TEST_F(CliStop, EndsTheRunningFfmpegAtSigterm)
 {
     UseEndlessFake();
@@ -748,8 +795,8 @@ TEST_F(CliStop, EndsTheRunningFfmpegAtSighup)
 
 TEST_F(CliStop, TakesASignalToTheWholeGroupTheSameWay)
 {
-    for (const auto& [number, name] :
-         {std::pair(SIGINT, "SIGINT"), std::pair(SIGTERM, "SIGTERM"), std::pair(SIGHUP, "SIGHUP")})
+    for (const auto& [number, name] : {std::pair(SIGINT, "SIGINT"), std::pair(SIGQUIT, "SIGQUIT"),
+                                       std::pair(SIGTERM, "SIGTERM"), std::pair(SIGHUP, "SIGHUP")})
     {
         UseEndlessFake();
         const auto run = StartExport();
@@ -770,7 +817,7 @@ TEST_F(CliStop, TakesTwoSignalsAtOnceForOne)
 
 TEST_F(CliStop, ExportsNothingWhenTheSignalIsThereFirst)
 {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
     {
         const FakeFfmpeg fake = UseFake();
         // It waits, blocked, until the program is ready to take it.
@@ -845,7 +892,7 @@ TEST_F(CliStop, EndsTheProcessAtAThirdSignal)
 
 TEST_F(CliStop, LeavesASignalIgnoredThatWasIgnored)
 {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
     {
         UseFake(": > \"$out\"; : > " + Started.native() + "; until [ -e " +
                 (FakeFolder / "go").native() + " ]; do /bin/sleep 0.01; done");
@@ -1000,6 +1047,8 @@ TEST_F(CliRealExport, TellsHowFarItIsAsJson)
         EXPECT_EQ(object["index"], 1);
         EXPECT_EQ(object["count"], 2);
         EXPECT_GE(object["fraction"].get<double>(), last);
+        EXPECT_NEAR(object["whole_fraction"].get<double>(),
+                    object["fraction"].get<double>() * 244.0 / 245.0, 0.001);
         EXPECT_TRUE(object["seconds_left"].is_null() || object["seconds_left"].get<double>() >= 0);
         last = object["fraction"];
     }
@@ -1011,7 +1060,7 @@ TEST_F(CliRealExport, EndsInOrderWhenItIsStopped)
 {
     const fs::path longSource = Work / "long.mp4";
     MakeMedia("-stream_loop 500 -i " + SampleVideo() + " -c copy", longSource.native());
-    for (const int number : {SIGINT, SIGTERM})
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM})
     {
         Setup.Arguments = {"export", "long.mp4", "--clip", "a=0-", "--clip", "b=0-1"};
         ProgramRun run(Setup);

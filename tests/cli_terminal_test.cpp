@@ -14,6 +14,7 @@
 
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -39,8 +40,14 @@ protected:
     /// Runs "export" on a source with standard error at the terminal, and returns what came there.
     std::string ExportAtTerminal(const std::string& Source, const std::string& Clip)
     {
-        Setup.Arguments = {"export", Source, "--clip", Clip};
-        Setup.BeforeStart = [this] { dup2(Line, STDERR_FILENO); };
+        return RunAtTerminal({"export", Source, "--clip", Clip}, STDERR_FILENO);
+    }
+
+    /// Runs the program with one of its outputs at the terminal, and returns what came there.
+    std::string RunAtTerminal(const std::vector<std::string>& Arguments, int Output)
+    {
+        Setup.Arguments = Arguments;
+        Setup.BeforeStart = [this, Output] { dup2(Line, Output); };
         ProgramRun run(Setup);
         std::string written;
         EXPECT_TRUE(WaitFor(
@@ -115,6 +122,17 @@ TEST_F(CliTerminal, HasALineOfItsOwnForAnError)
     EXPECT_EQ(ExitCode, 1);
     ASSERT_FALSE(states.empty());
     EXPECT_EQ(states.back(), "movane: --clip \"a=0-1\": Clip export failed: Invalid data\n");
+}
+
+TEST_F(CliTerminal, GetsNoControlCharacterOfAPlannedCommandButLineEndsAndTabs)
+{
+    UseFake();
+    const fs::path source = Work / "two\nlines\t\x1B[31m.mp4";
+    fs::copy_file(SampleVideo(), source);
+    const std::string written =
+        RunAtTerminal({"export", source.native(), "--dry-run", "--clip", "a=0-1"}, STDOUT_FILENO);
+    EXPECT_EQ(ExitCode, 0);
+    EXPECT_THAT(written, HasSubstr("/two\nlines\t?[31m.mp4' -ss"));
 }
 
 using CliSurroundings = CliProgram;

@@ -24,7 +24,7 @@ an object whose "type" is "status", "notification", "progress", "result" or "pla
 (--dry-run).
 
 Exit code: 0 all clips are exported, 1 some failed, 2 the call was wrong and nothing was touched,
-129, 130 or 143 stopped by SIGHUP, SIGINT or SIGTERM.
+129, 130, 131 or 143 stopped by SIGHUP, SIGINT, SIGQUIT or SIGTERM.
 MOVANE_FFMPEG_BIN names another ffmpeg, MOVANE_RUNTIME_DIR another folder for temporary files.)";
 
 // The library's texts have several lines in places and no full stop.

@@ -264,14 +264,15 @@ public:
         for (const ClipToExport& clip : Clips)
         {
             const SavedClip& saved = Save(clip);
-            const std::string problem = PlanProblem(saved, ffmpeg);
+            const fs::path file = PlannedFile(saved.Name, planned);
+            const std::string problem = PlanProblem(saved, file, ffmpeg);
             if (!problem.empty())
             {
+                Report.PrintResult({saved.Name, false, {}, problem});
                 PrintError(clip.Origin + ": " + problem);
                 bAllIsWell = false;
                 continue;
             }
-            const fs::path file = PlannedFile(saved.Name, planned);
             planned.insert(file.native());
             Report.PrintPlan(saved.Name, file.native(), PlannedCommand(saved, file, ffmpeg));
         }
@@ -389,7 +390,17 @@ int Refuse(const std::string& Sentence)
 
 std::string SignalName(int Number)
 {
-    return Number == SIGINT ? "SIGINT" : Number == SIGTERM ? "SIGTERM" : "SIGHUP";
+    switch (Number)
+    {
+    case SIGINT:
+        return "SIGINT";
+    case SIGQUIT:
+        return "SIGQUIT";
+    case SIGTERM:
+        return "SIGTERM";
+    default:
+        return "SIGHUP";
+    }
 }
 
 // Everything that can be wrong with the call is found here, before the first export.

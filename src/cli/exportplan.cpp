@@ -37,12 +37,17 @@ std::string PlannedFfmpeg()
                : named.substr(begin, named.find_last_not_of(WhiteSpace) - begin + 1);
 }
 
-std::string PlanProblem(const SavedClip& Clip, const std::string& Ffmpeg)
+std::string
+PlanProblem(const SavedClip& Clip, const std::filesystem::path& File, const std::string& Ffmpeg)
 {
     constexpr double MinExportSec = 0.05;
     if (LengthSec(Clip) < MinExportSec)
     {
         return "Selected clip is too short to export.";
+    }
+    if (File.empty())
+    {
+        return "Could not create clip export path.";
     }
     if (Ffmpeg.empty())
     {

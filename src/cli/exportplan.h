@@ -13,13 +13,15 @@
 /// The ffmpeg that an export would run; empty when there is none.
 std::string PlannedFfmpeg();
 
-/// Why the panel would refuse the clip; empty when it would not.
-std::string PlanProblem(const MvClipControlPanel::SavedClip& Clip, const std::string& Ffmpeg);
-
 /// The file that a clip of that name would become: of the first number that neither a file in the clips
-/// folder has nor one of Planned.
+/// folder has nor one of Planned; empty when all are taken.
 std::filesystem::path PlannedFile(const std::string& ClipName,
                                   const std::set<std::string>& Planned);
+
+/// Why the panel would refuse the clip; empty when it would not.
+std::string PlanProblem(const MvClipControlPanel::SavedClip& Clip,
+                        const std::filesystem::path& File,
+                        const std::string& Ffmpeg);
 
 /// The command that makes it, for a shell.
 std::string PlannedCommand(const MvClipControlPanel::SavedClip& Clip,

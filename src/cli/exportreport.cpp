@@ -6,6 +6,8 @@
 
 #include <cmath>
 
+#include <unistd.h>
+
 namespace
 {
 using Json = nlohmann::ordered_json; // members stay in the order in which they are written here
@@ -35,6 +37,19 @@ const char* KindName(Movane::NotificationType Type)
 std::string PercentText(double Fraction)
 {
     return std::to_string(static_cast<int>(Fraction * 100.0));
+}
+
+// Line ends and tabs stay: they stand within quotes.
+std::string TerminalCommand(const std::string& Command)
+{
+    std::string shown;
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = Command.find_first_of("\n\t", begin)) != std::string::npos;
+         begin = end + 1)
+    {
+        shown += OneLine(Command.substr(begin, end - begin)) + Command[end];
+    }
+    return shown + OneLine(Command.substr(begin));
 }
 } // namespace
 
@@ -84,6 +99,7 @@ void ExportReport::PrintProgress(const RunningExport& Export, const ProgressOfAl
                          {"index", All.Index},
                          {"count", All.Count},
                          {"fraction", Export.Fraction},
+                         {"whole_fraction", All.Fraction},
                          {"seconds_left", Export.SecondsLeft.has_value()
                                               ? Json(std::round(*Export.SecondsLeft * 10.0) / 10.0)
                                               : Json()}}));
@@ -100,7 +116,8 @@ void ExportReport::PrintPlan(const std::string& ClipName,
         return;
     }
     PrintLine(OneLine(ClipName + ": " + FilePath));
-    PrintLine(OneLine(Command));
+    // In a pipe it keeps all its bytes, for a shell to run.
+    PrintLine(isatty(STDOUT_FILENO) != 0 ? TerminalCommand(Command) : Command);
 }
 
 void ExportReport::PrintResult(const ClipResult& Result)

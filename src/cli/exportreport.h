@@ -1,7 +1,8 @@
 // What "movane export" prints on standard output: lines for people or JSON objects for programs.
 //
 // A line stays one line: control characters in names and paths are printed as '?'. JSON keeps them,
-// and replaces bytes that are not UTF-8. UI thread only.
+// and replaces bytes that are not UTF-8. A planned command keeps its bytes, so that a shell can run it; a
+// terminal gets no control characters of it but line ends and tabs. UI thread only.
 
 #pragma once
 

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <initializer_list>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -60,24 +59,19 @@ void HandleWithPipe(int Number)
     sigaction(Number, &action, nullptr);
 }
 
-// For this thread and all that it starts from now on.
-void ChangeMask(int How, std::initializer_list<int> Numbers)
+// Those that are not ignored of the two that system() ignores.
+sigset_t KeyboardSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int number : Numbers)
+    for (const int number : {SIGINT, SIGQUIT})
     {
-        sigaddset(&signals, number);
+        if (!IsIgnored(number))
+        {
+            sigaddset(&signals, number);
+        }
     }
-    pthread_sigmask(How, &signals, nullptr);
-}
-
-UniqueFd OpenInterruptFd()
-{
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    return UniqueFd(signalfd(-1, &interrupt, SFD_CLOEXEC | SFD_NONBLOCK));
+    return signals;
 }
 } // namespace
 
@@ -88,23 +82,24 @@ StopSignals::StopSignals(std::function<void()> OnStop, std::function<void()> OnK
     {
         ThrowSystemError("pipe2");
     }
-    if (!IsIgnored(SIGINT))
+    const sigset_t keyboard = KeyboardSignals();
+    KeyboardFd = UniqueFd(signalfd(-1, &keyboard, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!KeyboardFd.IsOpen())
     {
-        InterruptFd = OpenInterruptFd();
-        if (!InterruptFd.IsOpen())
-        {
-            ThrowSystemError("signalfd");
-        }
-        ChangeMask(SIG_BLOCK, {SIGINT});
+        ThrowSystemError("signalfd");
     }
+    pthread_sigmask(SIG_BLOCK, &keyboard, nullptr);
+    sigset_t handled;
+    sigemptyset(&handled);
     for (const int number : {SIGTERM, SIGHUP})
     {
+        sigaddset(&handled, number);
         if (!IsIgnored(number))
         {
             HandleWithPipe(number);
         }
     }
-    ChangeMask(SIG_UNBLOCK, {SIGTERM, SIGHUP});
+    pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
     Listener = std::thread([this, onStop = std::move(OnStop), onKill = std::move(OnKill)]
                            { Listen(onStop, onKill); });
 }
@@ -146,7 +141,7 @@ void StopSignals::Listen(const std::function<void()>& OnStop, const std::functio
 
 int StopSignals::Received() const
 {
-    TakeInterrupt();
+    TakeKeyboard();
     return firstSignal.load();
 }
 
@@ -156,9 +151,9 @@ int StopSignals::WaitForSignal() const
     for (;;)
     {
         std::array<pollfd, 2> sources = {
-            {{signalPipe[0], POLLIN, 0}, {InterruptFd.Get(), POLLIN, 0}}};
+            {{signalPipe[0], POLLIN, 0}, {KeyboardFd.Get(), POLLIN, 0}}};
         poll(sources.data(), sources.size(), -1);
-        TakeInterrupt();
+        TakeKeyboard();
         unsigned char number = 0;
         if (read(signalPipe[0], &number, 1) == 1)
         {
@@ -167,11 +162,11 @@ int StopSignals::WaitForSignal() const
     }
 }
 
-void StopSignals::TakeInterrupt() const
+void StopSignals::TakeKeyboard() const
 {
-    signalfd_siginfo interrupt = {};
-    if (read(InterruptFd.Get(), &interrupt, sizeof interrupt) == sizeof interrupt)
+    signalfd_siginfo signal = {};
+    while (read(KeyboardFd.Get(), &signal, sizeof signal) == sizeof signal)
     {
-        NoteSignal(SIGINT);
+        NoteSignal(static_cast<int>(signal.ssi_signo));
     }
 }

@@ -1,17 +1,17 @@
-// SIGINT, SIGTERM and SIGHUP as a wish to stop in order.
+// SIGINT, SIGQUIT, SIGTERM and SIGHUP as a wish to stop in order.
 //
-// While system() runs a program it sets SIGINT to "ignored" for the whole process, and the program
-// inherits the caller's signal mask. Hence the three are not taken alike:
-//   SIGINT   is blocked in every thread and read from a signalfd: a signal that is blocked is kept
-//            although it is ignored. A program that system() runs has it blocked too, as long as it
-//            does not change that, so whoever uses this class ends it with SIGTERM. One gap stays: the
-//            system drops a SIGINT that is waiting at the very moment in which system() begins. Ask
+// While system() runs a program it sets SIGINT and SIGQUIT to "ignored" for the whole process, and the
+// program inherits the caller's signal mask. Hence the four are not taken alike:
+//   SIGINT, SIGQUIT  are blocked in every thread and read from a signalfd: a signal that is blocked is
+//            kept although it is ignored. A program that system() runs has them blocked too, as long as
+//            it does not change that, so whoever uses this class ends it with SIGTERM. One gap stays:
+//            the system drops one that is waiting at the very moment in which system() begins. Ask
 //            Received just before that; then the gap is short, and the user presses again.
 //   SIGTERM, SIGHUP  have a handler that writes to a pipe. They are not blocked, so that they end a
 //            program that system() runs.
-// One that was ignored when the program began stays ignored: SIGHUP under nohup, SIGINT in a job that a
-// script has put into the background, where the user's Ctrl+C is meant for others. (ffmpeg itself takes
-// SIGINT all the same, so a Ctrl+C that reaches both ends the clip that is exported.)
+// One that was ignored when the program began stays ignored: SIGHUP under nohup, SIGINT and SIGQUIT in a
+// job that a script has put into the background, where the user's Ctrl+C is meant for others. (ffmpeg
+// itself takes SIGINT all the same, so a Ctrl+C that reaches both ends the clip that is exported.)
 
 #pragma once
 
@@ -45,8 +45,8 @@ public:
 private:
     void Listen(const std::function<void()>& OnStop, const std::function<void()>& OnKill);
     int WaitForSignal() const;
-    void TakeInterrupt() const;
+    void TakeKeyboard() const;
 
-    UniqueFd InterruptFd; ///< none when SIGINT is ignored
+    UniqueFd KeyboardFd; ///< of SIGINT and SIGQUIT, but for one that is ignored
     std::thread Listener;
 };
