@@ -180,7 +180,24 @@ int EncoderRun::Run()
     {
         return Fail("stopped.");
     }
-    if (const std::string failure = FailureSentence(Child->Wait()); !failure.empty())
+    int status = Child->Wait();
+    // No proof covers every muxer, and what a cut has lost can still be had.
+    if (status == 0 && plan.Where.MarginMs.has_value() &&
+        LacksSound(ReadClip(Name->PartFd()), Command, *Source))
+    {
+        Child.reset();
+        Errors.clear();
+        if (!StartChild({{}, plan.bPad}))
+        {
+            return Fail(ChildFailure(0));
+        }
+        if (!Follow())
+        {
+            return Fail("stopped.");
+        }
+        status = Child->Wait();
+    }
+    if (const std::string failure = FailureSentence(status); !failure.empty())
     {
         return Fail(failure);
     }
@@ -207,27 +224,33 @@ bool EncoderRun::StartChild(const EncoderPlan& Plan)
 std::optional<EncoderPlan> EncoderRun::GuessPlan() const
 {
     const std::optional<SeekTrust> trust = TrustInFirstBytes(FirstBytes(Command.SourcePath));
-    return trust.has_value() ? std::optional(EncoderPlan{ChooseCut(*trust, Command.InMs, {})})
+    const auto likely = [](std::int64_t) { return true; };
+    return trust.has_value() ? std::optional(EncoderPlan{ChooseCut(*trust, Command.InMs, likely)})
                              : std::nullopt;
 }
 
 EncoderPlan EncoderRun::MakePlan()
 {
     const SourceFacts& facts = Source->Facts();
+    const SeekTrust trust = TrustInFormat(facts.Format);
     std::optional<bool> steady;
     const auto hasKeyFrame = [&](std::int64_t SeekMs)
     {
-        steady = steady.has_value() ? steady : HasSteadyTsClock(Command.SourcePath);
-        if (!*steady)
+        if (trust == SeekTrust::ByKeyFrame && !steady.has_value())
+        {
+            steady = HasSteadyTsClock(Command.SourcePath);
+        }
+        if (steady == false)
         {
             return false;
         }
+        const std::int64_t latestMs = trust == SeekTrust::ByKeyFrame ? Command.InMs : SeekMs;
         const std::optional<double> keySec =
             Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
-        return keySec.has_value() && *keySec <= static_cast<double>(Command.InMs) / 1000.0;
+        return keySec.has_value() && *keySec <= static_cast<double>(latestMs) / 1000.0;
     };
     const bool bOdd = (facts.WidthPx | facts.HeightPx) % 2 != 0;
-    return {ChooseCut(TrustInFormat(facts.Format), Command.InMs, hasKeyFrame), bOdd};
+    return {ChooseCut(trust, Command.InMs, hasKeyFrame), bOdd};
 }
 
 // Until ffmpeg has ended; false where a stop came first.

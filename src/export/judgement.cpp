@@ -137,6 +137,26 @@ std::optional<ClipFacts> ReadClip(int Fd)
     return clip;
 }
 
+bool LacksSound(const std::optional<ClipFacts>& Clip,
+                const PanelCommand& Command,
+                SourceFile& Source)
+{
+    // Longer than a packet of sound.
+    constexpr double SlackSec = 0.3;
+    const std::vector<int>& streams = Source.Facts().SoundStreams;
+    const double outSec = ToSec(Command.InMs + Command.LengthMs);
+    for (std::size_t i = 0; Clip.has_value() && i < streams.size(); ++i)
+    {
+        const double soundSec = i < Clip->SoundSec.size() ? Clip->SoundSec[i] : 0.0;
+        const double fromSec = ToSec(Command.InMs) + (soundSec > 0.0 ? soundSec + SlackSec : 0.0);
+        if (fromSec < outSec && Source.HasAnything(streams[i], fromSec, outSec) == true)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source)
 {
     const SourceFacts& facts = Source.Facts();

@@ -25,6 +25,11 @@ struct ClipFacts
 /// Reads a file through its descriptor; nullopt where it is no Matroska file, or an empty one.
 std::optional<ClipFacts> ReadClip(int Fd);
 
+/// Whether a sound is missing, or ends before the source's own does.
+bool LacksSound(const std::optional<ClipFacts>& Clip,
+                const PanelCommand& Command,
+                SourceFile& Source);
+
 /// Why the file is not what was asked for, in one sentence; nullopt where it is.
 std::optional<std::string>
 JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, SourceFile& Source);
