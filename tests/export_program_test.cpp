@@ -4,6 +4,7 @@
 #include "packetsof.h"
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <string>
 #include <vector>
@@ -317,6 +318,39 @@ TEST_F(EncoderSource, WithoutAPictureFromInOnIsToldInASentence)
         EXPECT_EQ(end.Err, name + " has no picture from In on: set In earlier and export again.\n");
         EXPECT_THAT(ClipNames(), IsEmpty());
     }
+}
+
+TEST_F(EncoderSource, WithSoundAloneBetweenInAndOutIsExported)
+{
+    const std::string sound = "-f lavfi -i sine=duration=7 ";
+    const std::string slides = "-f lavfi -i testsrc2=size=160x90:rate=1/4:duration=8 ";
+    for (const std::string ending : {"mp4", "mkv", "ts"})
+    {
+        for (const auto& [name, arguments, in] : std::vector<std::array<std::string, 3>>{
+                 {"long", Pictures + sound + Codecs, "4.000"},
+                 {"late", Pictures + sound + Codecs + "-vf setpts=PTS+3/TB -vsync vfr", "0.500"},
+                 {"slides", slides + sound + Codecs, "1.000"}})
+        {
+            if (ending == "ts" && name == "slides")
+            {
+                continue; // its container does not tell where its pictures are
+            }
+            const std::string film = Make(name + ("." + ending), arguments);
+            const ProgramRun::End end = Export(film, in, "2.000");
+            EXPECT_EQ(end.ExitCode, 0) << film << ": " << end.Err;
+            EXPECT_THAT(Streams(Output()), HasSubstr("audio ")) << film;
+            fs::remove(Output());
+        }
+    }
+}
+
+TEST_F(EncoderSource, WithoutAPictureBeforeOutIsToldInASentence)
+{
+    const std::string film = Make("film.mkv", Pictures + "-f lavfi -i sine=duration=1 " + Codecs +
+                                                  "-vf setpts=PTS+3/TB -vsync vfr");
+    EXPECT_EQ(Export(film, "1.500", "1.000").Err,
+              "film.mkv has no picture before Out: set Out later and export again.\n");
+    EXPECT_THAT(ClipNames(), IsEmpty());
 }
 
 TEST_F(EncoderSource, ThatEndsBeforeItSaysIsToldWithWhatThereIs)

@@ -34,6 +34,6 @@ bool LacksSound(const std::optional<ClipFacts>& Clip,
 std::optional<std::string>
 JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, SourceFile& Source);
 
-/// Why there can be no picture, whatever ffmpeg says of it; nullopt where the source has one between In
-/// and Out, or none at all, or does not tell.
+/// Why there can be no picture, whatever ffmpeg says of it; nullopt where the source has one, or sound,
+/// between In and Out, or none at all, or does not tell.
 std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source);
