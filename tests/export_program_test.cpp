@@ -690,10 +690,24 @@ TEST_F(EncoderLink, ReachesASocketWhosePathIsTooLongForAnAddress)
 
 TEST_F(EncoderLink, IsNotNeeded)
 {
-    for (const std::string path : {"/nowhere/export.socket", "", "relative"})
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = "";
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "0.500").ExitCode, 0);
+}
+
+TEST_F(EncoderLink, ToADeadApplicationIsAStopBeforeAnyWork)
+{
+    FfmpegIs("echo ran >\"$HOME/begun\"");
+    const std::string dead = (Work / "dead.socket").native();
+    {
+        FakeApplication application(dead);
+        fs::rename(dead, dead + ".kept"); // as a program that was killed leaves it
+    }
+    fs::rename(dead + ".kept", dead);
+    for (const std::string& path :
+         {dead, std::string("/nowhere/export.socket"), std::string("relative")})
     {
         Setup.Environment["MOVANE_EXPORT_SOCKET"] = path;
-        EXPECT_EQ(Export(SampleVideo(), "1.000", "0.500").ExitCode, 0) << path;
-        fs::remove(Output());
+        ExpectStopped(Export(SampleVideo(), "1.000", "0.500"));
     }
+    EXPECT_FALSE(fs::exists(Work / "begun"));
 }

@@ -137,6 +137,10 @@ int EncoderRun::Fail(const std::string& Sentence)
 
 int EncoderRun::Run()
 {
+    if (!Link.IsApplicationAlive())
+    {
+        return Fail("stopped.");
+    }
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
     std::string sentence = SourceProblem(Command.SourcePath);
     if (!sentence.empty())
