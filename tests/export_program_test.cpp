@@ -320,6 +320,19 @@ TEST_F(EncoderSource, WithoutAPictureFromInOnIsToldInASentence)
     }
 }
 
+TEST_F(EncoderSource, WithAStrangeNameIsToldInOneLine)
+{
+    FakeApplication application(Work / "socket");
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = (Work / "socket").native();
+    const ProgramRun::End end =
+        Export((Work / "stopped.\n\x1B[31m\x7F\xC3\xA4.mp4").native(), "0.000", "1.000");
+    const std::string sentence =
+        "stopped.??[31m?\xC3\xA4.mp4 can't be read: No such file or directory.";
+    EXPECT_EQ(end.Err, sentence + '\n');
+    application.Accept();
+    EXPECT_EQ(application.ReceiveAll().back(), (ExportMessage{Type::Failed, sentence}));
+}
+
 TEST_F(EncoderSource, WithSoundAloneBetweenInAndOutIsExported)
 {
     const std::string sound = "-f lavfi -i sine=duration=7 ";

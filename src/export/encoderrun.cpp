@@ -130,8 +130,9 @@ int EncoderRun::Fail(const std::string& Sentence)
 {
     Child.reset();
     Name.reset();
-    std::fprintf(stderr, "%s\n", Sentence.c_str());
-    Link.Send({ExportMessageType::Failed, Sentence});
+    const std::string line = InOneLine(Sentence);
+    std::fprintf(stderr, "%s\n", line.c_str());
+    Link.Send({ExportMessageType::Failed, line});
     return 1;
 }
 
@@ -151,7 +152,7 @@ int EncoderRun::Run()
     Name = ReservedName::Take(Command.OutputPath, bTaken, sentence);
     if (bTaken)
     {
-        std::fprintf(stderr, "%s\n", sentence.c_str());
+        std::fprintf(stderr, "%s\n", InOneLine(sentence).c_str());
         Link.Send({ExportMessageType::Taken});
         return 1;
     }
