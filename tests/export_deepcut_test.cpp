@@ -16,7 +16,7 @@ using namespace std::string_view_literals;
 TEST(TrustInFormat, IsGivenToWhatTestsProve)
 {
     EXPECT_EQ(TrustInFormat("mov,mp4,m4a,3gp,3g2,mj2"), SeekTrust::Exact);
-    EXPECT_EQ(TrustInFormat("matroska,webm"), SeekTrust::Exact);
+    EXPECT_EQ(TrustInFormat("matroska,webm"), SeekTrust::FromKeyFrame);
     EXPECT_EQ(TrustInFormat("mpegts"), SeekTrust::ByKeyFrame);
     for (const char* other : {"avi", "mpeg", "h264", "ogg", "mov", "", "matroska"})
     {
@@ -29,7 +29,7 @@ TEST(TrustInFirstBytes, IsGivenToBytesThatNothingElseBeginsWith)
     EXPECT_EQ(TrustInFirstBytes("\0\0\0\x20"
                                 "ftypisom\0\0\0\0"sv),
               SeekTrust::Exact);
-    EXPECT_EQ(TrustInFirstBytes("\x1A\x45\xDF\xA3 and more"), SeekTrust::Exact);
+    EXPECT_EQ(TrustInFirstBytes("\x1A\x45\xDF\xA3 and more"), SeekTrust::FromKeyFrame);
     EXPECT_EQ(TrustInFirstBytes("FLV\x01"), SeekTrust::Exact);
     for (const std::string_view other :
          {""sv, "G\x40\0\x10"sv, "RIFF1234AVI "sv, "FLV"sv, "ftyp"sv})
@@ -46,6 +46,7 @@ TEST(ChooseCut, IsThePlainCommandNearTheBeginningAndWithoutTrust)
     {
         EXPECT_EQ(ChooseCut(SeekTrust::Exact, in, always), Cut{});
         EXPECT_EQ(ChooseCut(SeekTrust::ByKeyFrame, in + 30'000, always), Cut{});
+        EXPECT_EQ(ChooseCut(SeekTrust::FromKeyFrame, in + 5000, always), Cut{});
     }
     EXPECT_EQ(ChooseCut(SeekTrust::Exact, 1000, always), Cut{0});
     EXPECT_EQ(ChooseCut(SeekTrust::ByKeyFrame, 31'000, always), Cut{30'000});
@@ -57,6 +58,7 @@ TEST(ChooseCut, BeginsAtAWholeSecond)
     EXPECT_EQ(ChooseCut(SeekTrust::Exact, 1999, always), Cut{999});
     EXPECT_EQ(ChooseCut(SeekTrust::Exact, 6'000'123, always), Cut{123});
     EXPECT_EQ(ChooseCut(SeekTrust::ByKeyFrame, 95'430, always), Cut{30'430});
+    EXPECT_EQ(ChooseCut(SeekTrust::FromKeyFrame, 95'430, always), Cut{5430});
 }
 
 TEST(ChooseCut, DoublesTheMarginUntilAKeyFrameIsThereOrTheBeginning)
@@ -117,20 +119,23 @@ const std::vector<Kind> Kinds = {
     {"FragmentedMp4", "mp4", 12, X264B " -g 50 -movflags frag_keyframe+empty_moov" AAC},
     {"MovWithPcm", "mov", 12, X264B " -c:a pcm_s16le"},
     {"MovOfJpegs", "mov", 12, " -c:v mjpeg -pix_fmt yuvj420p -c:a pcm_s16le"},
-    {"Matroska", "mkv", 12, X264B " -g 100" AAC},
+    {"Matroska", "mkv", 12, X264B " -g 100" AAC, Test, true, "", 6000},
     {"MatroskaOfAVariableRate", "mkv", 12, X264B " -vsync vfr -c:a libmp3lame",
-     "testsrc2=size=160x90:rate=50,select='gt(random(1)\\,0.4)'"},
+     "testsrc2=size=160x90:rate=50,select='gt(random(1)\\,0.4)'", true, "", 6000},
     {"MatroskaWithHevc", "mkv", 12,
      " -c:v libx265 -preset ultrafast -x265-params "
-     "log-level=none:open-gop=1:keyint=40:bframes=4" AAC},
-    {"MatroskaThatStartsLate", "mkv", 12, X264B " -output_ts_offset 3.217" AAC},
+     "log-level=none:open-gop=1:keyint=40:bframes=4" AAC,
+     Test, true, "", 6000},
+    {"MatroskaThatStartsLate", "mkv", 12, X264B " -output_ts_offset 3.217" AAC, Test, true, "",
+     6000},
     {"MatroskaWithoutAnIndex", "mkv", 12, X264B " -g 75 -f matroska" AAC " -flush_packets 1", Test,
-     true, "pipe:1 >"},
-    {"WebMWithoutAnIndex", "webm", 6,
+     true, "pipe:1 >", 6000},
+    {"WebMWithoutAnIndex", "webm", 12,
      " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus -f webm", Test, true,
-     "pipe:1 >"},
+     "pipe:1 >", 6000},
     {"DashMp4", "mp4", 12, X264B " -g 75 -movflags +dash" AAC},
-    {"WebM", "webm", 6, " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus"},
+    {"WebM", "webm", 12, " -c:v libvpx -deadline realtime -cpu-used 8 -g 60 -c:a libopus", Test,
+     true, "", 6000},
     {"Flv", "flv", 12, X264B " -g 75 -ar 44100" AAC},
     {"Wmv", "wmv", 12, " -c:v wmv2 -c:a wmav2"},
     {"Ts", "ts", 50, X264B " -g 100" AAC},
@@ -206,6 +211,64 @@ TEST_P(DeepCut, GivesTheStreamsOfThePlainCommand)
         const std::string arguments = ReadFile(ArgumentsFile());
         EXPECT_EQ(arguments.find("-ss\n") < arguments.find("-i\n"),
                   GetParam().bDeep && inMs >= GetParam().DeepFromMs);
+    }
+}
+
+namespace
+{
+class MatroskaCut : public EncoderProgram
+{
+protected:
+    // Whether each clip is as the plain command makes it.
+    void ExpectThePlainStreams(const std::string& Source)
+    {
+        for (const std::string in : {"2.000", "3.500", "4.000", "7.000", "8.400", "10.000"})
+        {
+            const std::string plain = (Work / "plain.mkv").native();
+            MakeMedia("-i " + Source + " -ss " + in + " -t 1.500" + PlainOptions, plain);
+            const ProgramRun::End end = Export(Source, in, "1.500");
+            EXPECT_EQ(end.ExitCode, 0) << in << ": " << end.Err;
+            EXPECT_EQ(PacketsOf(Output()), PacketsOf(plain)) << in;
+            fs::remove(Output());
+        }
+    }
+};
+constexpr const char* PictureAndSound =
+    "-f lavfi -i testsrc2=size=160x90:rate=25 -f lavfi -i sine ";
+} // namespace
+
+TEST_F(MatroskaCut, LosesNoSoundBeforeALateFirstPicture)
+{
+    const std::string late = (Work / "late.mkv").native();
+    MakeMedia(PictureAndSound + std::string(X264 AAC " -t 12 -vf setpts=PTS+3/TB -vsync vfr"),
+              late);
+    ExpectThePlainStreams(late);
+}
+
+TEST_F(MatroskaCut, LosesNoSoundThatIsStoredAheadOfThePicture)
+{
+    const std::string even = (Work / "even.mkv").native();
+    const std::string ahead = (Work / "ahead.mkv").native();
+    MakeMedia(PictureAndSound + std::string(X264 " -g 25 -c:a flac -t 12"), even);
+    MakeMedia("-i " + even + " -c copy -bsf:a setts=pts=PTS:dts=DTS-300", ahead);
+    ExpectThePlainStreams(ahead);
+}
+
+TEST_F(MatroskaCut, ThatLacksSoundIsMadeAgainByThePlainCommand)
+{
+    const std::string film = (Work / "film.mkv").native();
+    MakeMedia(PictureAndSound + std::string(X264 AAC " -t 12"), film);
+    for (const std::string less : {"-an", "-af atrim=end=6 -c:a aac"})
+    {
+        // Only of a cut that begins elsewhere than at the beginning.
+        FfmpegIs(
+            "case \"$*\" in *-ss*-i*) for word do shift; [ \"$word\" = -f ] && set -- \"$@\" " +
+            less + "; set -- \"$@\" \"$word\"; done;; esac; exec $real \"$@\"");
+        const ProgramRun::End end = Export(film, "8.000", "2.000");
+        EXPECT_EQ(end.ExitCode, 0) << end.Err;
+        MakeMedia("-i " + film + " -ss 8 -t 2" + PlainOptions, (Work / "plain.mkv").native());
+        EXPECT_EQ(PacketsOf(Output()), PacketsOf((Work / "plain.mkv").native())) << less;
+        fs::remove(Output());
     }
 }
 

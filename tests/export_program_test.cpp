@@ -4,6 +4,7 @@
 #include "packetsof.h"
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <string>
 #include <vector>
@@ -350,6 +351,52 @@ TEST_F(EncoderSource, WithoutAPictureFromInOnIsToldInASentence)
     }
 }
 
+TEST_F(EncoderSource, WithAStrangeNameIsToldInOneLine)
+{
+    FakeApplication application(Work / "socket");
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = (Work / "socket").native();
+    const ProgramRun::End end =
+        Export((Work / "stopped.\n\x1B[31m\x7F\xC3\xA4.mp4").native(), "0.000", "1.000");
+    const std::string sentence =
+        "stopped.??[31m?\xC3\xA4.mp4 can't be read: No such file or directory.";
+    EXPECT_EQ(end.Err, sentence + '\n');
+    application.Accept();
+    EXPECT_EQ(application.ReceiveAll().back(), (ExportMessage{Type::Failed, sentence}));
+}
+
+TEST_F(EncoderSource, WithSoundAloneBetweenInAndOutIsExported)
+{
+    const std::string sound = "-f lavfi -i sine=duration=7 ";
+    const std::string slides = "-f lavfi -i testsrc2=size=160x90:rate=1/4:duration=8 ";
+    for (const std::string ending : {"mp4", "mkv", "ts"})
+    {
+        for (const auto& [name, arguments, in] : std::vector<std::array<std::string, 3>>{
+                 {"long", Pictures + sound + Codecs, "4.000"},
+                 {"late", Pictures + sound + Codecs + "-vf setpts=PTS+3/TB -vsync vfr", "0.500"},
+                 {"slides", slides + sound + Codecs, "1.000"}})
+        {
+            if (ending == "ts" && name == "slides")
+            {
+                continue; // its container does not tell where its pictures are
+            }
+            const std::string film = Make(name + ("." + ending), arguments);
+            const ProgramRun::End end = Export(film, in, "2.000");
+            EXPECT_EQ(end.ExitCode, 0) << film << ": " << end.Err;
+            EXPECT_THAT(Streams(Output()), HasSubstr("audio ")) << film;
+            fs::remove(Output());
+        }
+    }
+}
+
+TEST_F(EncoderSource, WithoutAPictureBeforeOutIsToldInASentence)
+{
+    const std::string film = Make("film.mkv", Pictures + "-f lavfi -i sine=duration=1 " + Codecs +
+                                                  "-vf setpts=PTS+3/TB -vsync vfr");
+    EXPECT_EQ(Export(film, "1.500", "1.000").Err,
+              "film.mkv has no picture before Out: set Out later and export again.\n");
+    EXPECT_THAT(ClipNames(), IsEmpty());
+}
+
 TEST_F(EncoderSource, ThatEndsBeforeItSaysIsToldWithWhatThereIs)
 {
     const std::string twelve = "-f lavfi -i testsrc2=size=160x90:rate=25:duration=12 "
@@ -687,10 +734,24 @@ TEST_F(EncoderLink, ReachesASocketWhosePathIsTooLongForAnAddress)
 
 TEST_F(EncoderLink, IsNotNeeded)
 {
-    for (const std::string path : {"/nowhere/export.socket", "", "relative"})
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = "";
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "0.500").ExitCode, 0);
+}
+
+TEST_F(EncoderLink, ToADeadApplicationIsAStopBeforeAnyWork)
+{
+    FfmpegIs("echo ran >\"$HOME/begun\"");
+    const std::string dead = (Work / "dead.socket").native();
+    {
+        FakeApplication application(dead);
+        fs::rename(dead, dead + ".kept"); // as a program that was killed leaves it
+    }
+    fs::rename(dead + ".kept", dead);
+    for (const std::string& path :
+         {dead, std::string("/nowhere/export.socket"), std::string("relative")})
     {
         Setup.Environment["MOVANE_EXPORT_SOCKET"] = path;
-        EXPECT_EQ(Export(SampleVideo(), "1.000", "0.500").ExitCode, 0) << path;
-        fs::remove(Output());
+        ExpectStopped(Export(SampleVideo(), "1.000", "0.500"));
     }
+    EXPECT_FALSE(fs::exists(Work / "begun"));
 }

@@ -52,8 +52,15 @@ std::unique_ptr<ExportSocket> ExportSocket::OpenForFront()
         return nullptr;
     }
     auto socket = std::make_unique<ExportSocket>(AppPaths::RuntimeDir());
-    setenv(FfmpegVariable, front.c_str(), 1);                    // NOLINT(concurrency-mt-unsafe)
-    setenv(ExportSocketVariable, socket->SocketPath.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs yet
+    setenv(FfmpegVariable, front.c_str(), 1);
+    // A front takes a socket that nobody answers for that of a dead application.
+    unsetenv(ExportSocketVariable);
+    if (socket->bListens)
+    {
+        setenv(ExportSocketVariable, socket->SocketPath.c_str(), 1);
+    }
+    // NOLINTEND(concurrency-mt-unsafe)
     return socket;
 }
 
@@ -63,7 +70,8 @@ ExportSocket::ExportSocket(const std::filesystem::path& NewFolder)
     , Poll(epoll_create1(EPOLL_CLOEXEC))
     , Listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
-    if (!Listen())
+    bListens = Listen();
+    if (!bListens)
     {
         LogError(SocketPath.native() + " can't be opened (" +
                  std::generic_category().message(errno) + "): exports show no progress.");

@@ -23,8 +23,8 @@ public:
     /// runs that reads it. The runtime folder must be there.
     static std::unique_ptr<ExportSocket> OpenForFront();
 
-    /// Listens at "export.socket" in Folder, however long its path is. A failure is logged, and nobody
-    /// connects then: a front works alone as well.
+    /// Listens at "export.socket" in Folder, however long its path is. A failure is logged, and
+    /// OpenForFront names no socket then: a front works alone as well.
     explicit ExportSocket(const std::filesystem::path& Folder);
     /// Closes all connections and removes the socket's file.
     ~ExportSocket();
@@ -55,6 +55,7 @@ private:
     bool Read(Connection& From, const std::string& OutputPath, std::vector<ExportMessage>& Out);
 
     std::filesystem::path SocketPath;
+    bool bListens = false;
     UniqueFd Folder;
     UniqueFd Poll; ///< of the listener and all connections
     UniqueFd Listener;

@@ -21,6 +21,7 @@ bool Connect(int Socket, std::string_view Path)
     sockaddr_un address = {};
     if (Path.size() >= sizeof(address.sun_path))
     {
+        errno = ENAMETOOLONG;
         return false;
     }
     address.sun_family = AF_UNIX;
@@ -53,11 +54,17 @@ ApplicationLink::ApplicationLink(const std::string& SocketPath, const std::strin
         return;
     }
     UniqueFd connecting(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    if (connecting.IsOpen() && ConnectWhereverItIs(connecting.Get(), SocketPath))
+    if (!connecting.IsOpen())
+    {
+        return;
+    }
+    if (ConnectWhereverItIs(connecting.Get(), SocketPath))
     {
         Socket = std::move(connecting);
         Send({ExportMessageType::Output, OutputPath});
+        return;
     }
+    bAlive = errno != ECONNREFUSED && errno != ENOENT;
 }
 
 void ApplicationLink::Send(const ExportMessage& Message)

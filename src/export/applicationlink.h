@@ -1,7 +1,7 @@
 // The front's end of the socket between it and the application that started it.
 //
-// Without a socket in the environment, or with nobody behind it, all of this does nothing and the front
-// works alone. One thread.
+// Without a socket in the environment all of this does nothing and the front works alone. A socket that
+// is named and that nobody answers is a dead application. One thread.
 
 #pragma once
 
@@ -17,6 +17,9 @@ public:
     /// OutputPath as the first message. An empty path is none.
     ApplicationLink(const std::string& SocketPath, const std::string& OutputPath);
 
+    /// False where the application that named the socket is dead already.
+    bool IsApplicationAlive() const { return bAlive; }
+
     /// To be polled for reading; -1 where there is nobody.
     int Fd() const { return Socket.Get(); }
 
@@ -29,4 +32,5 @@ public:
 
 private:
     UniqueFd Socket;
+    bool bAlive = true;
 };

@@ -10,25 +10,35 @@ namespace
 constexpr std::int64_t MinSeekMs = 1000;
 // Longer than the groups of pictures of usual broadcasts and cameras.
 constexpr std::int64_t FirstMarginMs = 30'000;
+// Matroska's index leads to a key frame, and what is stored before that is not read. Sound may be stored
+// this much ahead of the picture that it belongs to.
+constexpr std::int64_t FirstMarginFromKeyFrameMs = 5000;
 } // namespace
 
 SeekTrust TrustInFormat(std::string_view FormatName)
 {
-    for (const std::string_view exact : {"mov,mp4,m4a,3gp,3g2,mj2", "matroska,webm", "flv", "asf"})
+    for (const std::string_view exact : {"mov,mp4,m4a,3gp,3g2,mj2", "flv", "asf"})
     {
         if (FormatName == exact)
         {
             return SeekTrust::Exact;
         }
     }
+    if (FormatName == "matroska,webm")
+    {
+        return SeekTrust::FromKeyFrame;
+    }
     return FormatName == "mpegts" ? SeekTrust::ByKeyFrame : SeekTrust::None;
 }
 
 std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes)
 {
-    constexpr std::array<std::string_view, 3> Beginnings = {
-        "\x1A\x45\xDF\xA3"sv, "FLV\x01"sv,
-        "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv};
+    if (FirstBytes.starts_with("\x1A\x45\xDF\xA3"sv))
+    {
+        return SeekTrust::FromKeyFrame;
+    }
+    constexpr std::array<std::string_view, 2> Beginnings = {
+        "FLV\x01"sv, "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv};
     bool bExact = FirstBytes.size() >= 8 && FirstBytes.substr(4, 4) == "ftyp";
     for (const std::string_view beginning : Beginnings)
     {
@@ -53,7 +63,9 @@ Cut ChooseCut(SeekTrust Trust,
     {
         return {restMs};
     }
-    for (std::int64_t marginMs = FirstMarginMs; InMs - marginMs >= MinSeekMs; marginMs *= 2)
+    for (std::int64_t marginMs = Trust == SeekTrust::ByKeyFrame ? FirstMarginMs
+                                                                : FirstMarginFromKeyFrameMs;
+         InMs - marginMs >= MinSeekMs; marginMs *= 2)
     {
         if (HasKeyFrame(InMs - marginMs - restMs))
         {

@@ -14,9 +14,10 @@
 /// How far a container's seeking is trusted.
 enum class SeekTrust
 {
-    None,       ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
-    ByKeyFrame, ///< where a key frame is read between the place and In: MPEG-TS
-    Exact,      ///< always: MP4 and MOV, Matroska and WebM, FLV, ASF
+    None,         ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
+    ByKeyFrame,   ///< where a key frame is read between the place and In: MPEG-TS
+    FromKeyFrame, ///< where the place has a key frame at or before it: Matroska and WebM
+    Exact,        ///< always: MP4 and MOV, FLV, ASF
 };
 
 /// The trust in a container by its name in libavformat.
@@ -39,9 +40,10 @@ struct Cut
 
 /// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
 ///
-/// HasKeyFrame  is asked for SeekTrust::ByKeyFrame alone: whether a key frame of the picture that is at
-///              or before In is the first that is read after a seek to the given time (milliseconds).
-///              Where it is not, the margin is doubled, until the beginning of the file is reached.
+/// HasKeyFrame  is asked for SeekTrust::ByKeyFrame and FromKeyFrame alone: whether the first key frame of
+///              the picture that is read after a seek to the given time (milliseconds) is where the trust
+///              wants it. Where it is not, the margin is doubled, until the beginning of the file is
+///              reached.
 Cut ChooseCut(SeekTrust Trust,
               std::int64_t InMs,
               const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame);

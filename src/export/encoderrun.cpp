@@ -130,13 +130,18 @@ int EncoderRun::Fail(const std::string& Sentence)
 {
     Child.reset();
     Name.reset();
-    std::fprintf(stderr, "%s\n", Sentence.c_str());
-    Link.Send({ExportMessageType::Failed, Sentence});
+    const std::string line = InOneLine(Sentence);
+    std::fprintf(stderr, "%s\n", line.c_str());
+    Link.Send({ExportMessageType::Failed, line});
     return 1;
 }
 
 int EncoderRun::Run()
 {
+    if (!Link.IsApplicationAlive())
+    {
+        return Fail("stopped.");
+    }
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
     std::string sentence = SourceProblem(Command.SourcePath);
     if (!sentence.empty())
@@ -147,7 +152,7 @@ int EncoderRun::Run()
     Name = ReservedName::Take(Command.OutputPath, bTaken, sentence);
     if (bTaken)
     {
-        std::fprintf(stderr, "%s\n", sentence.c_str());
+        std::fprintf(stderr, "%s\n", InOneLine(sentence).c_str());
         Link.Send({ExportMessageType::Taken});
         return 1;
     }
@@ -180,7 +185,24 @@ int EncoderRun::Run()
     {
         return Fail("stopped.");
     }
-    if (const std::string failure = FailureSentence(Child->Wait()); !failure.empty())
+    int status = Child->Wait();
+    // No proof covers every muxer, and what a cut has lost can still be had.
+    if (status == 0 && plan.Where.MarginMs.has_value() &&
+        LacksSound(ReadClip(Name->PartFd()), Command, *Source))
+    {
+        Child.reset();
+        Errors.clear();
+        if (!StartChild({{}, plan.bPad}))
+        {
+            return Fail(ChildFailure(0));
+        }
+        if (!Follow())
+        {
+            return Fail("stopped.");
+        }
+        status = Child->Wait();
+    }
+    if (const std::string failure = FailureSentence(status); !failure.empty())
     {
         return Fail(failure);
     }
@@ -207,30 +229,36 @@ bool EncoderRun::StartChild(const EncoderPlan& Plan)
 std::optional<EncoderPlan> EncoderRun::GuessPlan() const
 {
     const std::optional<SeekTrust> trust = TrustInFirstBytes(FirstBytes(Command.SourcePath));
-    return trust.has_value() ? std::optional(EncoderPlan{ChooseCut(*trust, Command.InMs, {})})
+    const auto likely = [](std::int64_t) { return true; };
+    return trust.has_value() ? std::optional(EncoderPlan{ChooseCut(*trust, Command.InMs, likely)})
                              : std::nullopt;
 }
 
 EncoderPlan EncoderRun::MakePlan()
 {
     const SourceFacts& facts = Source->Facts();
+    const SeekTrust trust = TrustInFormat(facts.Format);
     std::optional<bool> steady;
     const auto hasKeyFrame = [&](std::int64_t SeekMs)
     {
-        steady = steady.has_value() ? steady : HasSteadyTsClock(Command.SourcePath);
-        if (!*steady)
+        if (trust == SeekTrust::ByKeyFrame && !steady.has_value())
+        {
+            steady = HasSteadyTsClock(Command.SourcePath);
+        }
+        if (steady == false)
         {
             return false;
         }
+        const std::int64_t latestMs = trust == SeekTrust::ByKeyFrame ? Command.InMs : SeekMs;
         const std::optional<double> keySec =
             Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
-        return keySec.has_value() && *keySec <= static_cast<double>(Command.InMs) / 1000.0;
+        return keySec.has_value() && *keySec <= static_cast<double>(latestMs) / 1000.0;
     };
     const bool bOdd = (facts.WidthPx | facts.HeightPx) % 2 != 0;
     const bool bOwnTimes =
         Source->HasCrowdedPictures(static_cast<double>(Command.InMs) / 1000.0,
                                    static_cast<double>(Command.InMs + Command.LengthMs) / 1000.0);
-    return {ChooseCut(TrustInFormat(facts.Format), Command.InMs, hasKeyFrame), bOdd, bOwnTimes};
+    return {ChooseCut(trust, Command.InMs, hasKeyFrame), bOdd, bOwnTimes};
 }
 
 // Until ffmpeg has ended; false where a stop came first.

@@ -14,5 +14,9 @@ std::string DiskIsFull(const std::string& Path);
 /// Whether a line of ffmpeg's speaks of a full disk.
 bool SpeaksOfFullDisk(const std::string& Line);
 
+/// A sentence without the control characters that a name in it may have, each of which becomes '?'. Who
+/// reads it takes the first line alone.
+std::string InOneLine(std::string Sentence);
+
 /// The last part of a path, for people.
 std::string FileNameOf(const std::string& Path);

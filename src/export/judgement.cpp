@@ -94,6 +94,14 @@ double WantedEndSec(const PanelCommand& Command, const SourceFacts& Source)
                                           : outSec;
 }
 
+bool HasSound(SourceFile& Source, double FromSec, double EndSec)
+{
+    const std::vector<int>& streams = Source.Facts().SoundStreams;
+    return std::any_of(streams.begin(), streams.end(),
+                       [&](int Stream)
+                       { return Source.HasAnything(Stream, FromSec, EndSec) == true; });
+}
+
 std::string EndsEarly(const std::string& Name, double EndSec, double DeclaredSec)
 {
     return Name + " ends at " + OneDecimal(EndSec) + " s, though it says that it lasts " +
@@ -137,14 +145,35 @@ std::optional<ClipFacts> ReadClip(int Fd)
     return clip;
 }
 
+bool LacksSound(const std::optional<ClipFacts>& Clip,
+                const PanelCommand& Command,
+                SourceFile& Source)
+{
+    // Longer than a packet of sound.
+    constexpr double SlackSec = 0.3;
+    const std::vector<int>& streams = Source.Facts().SoundStreams;
+    const double outSec = ToSec(Command.InMs + Command.LengthMs);
+    for (std::size_t i = 0; Clip.has_value() && i < streams.size(); ++i)
+    {
+        const double soundSec = i < Clip->SoundSec.size() ? Clip->SoundSec[i] : 0.0;
+        const double fromSec = ToSec(Command.InMs) + (soundSec > 0.0 ? soundSec + SlackSec : 0.0);
+        if (fromSec < outSec && Source.HasAnything(streams[i], fromSec, outSec) == true)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source)
 {
     const SourceFacts& facts = Source.Facts();
     const std::string name = FileNameOf(Command.SourcePath);
     const double inSec = ToSec(Command.InMs);
+    const double outSec = ToSec(Command.InMs + Command.LengthMs);
     if (!facts.VideoStream.has_value() ||
-        Source.HasAnything(*facts.VideoStream, inSec, ToSec(Command.InMs + Command.LengthMs)) !=
-            false)
+        Source.HasAnything(*facts.VideoStream, inSec, outSec) != false ||
+        HasSound(Source, inSec, outSec))
     {
         return std::nullopt;
     }
@@ -153,6 +182,13 @@ std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile&
     {
         return name + " ends before " + OneDecimal(inSec) + " s, though it says that it lasts " +
                OneDecimal(*facts.DeclaredSec) + " s: set In earlier and export again.";
+    }
+    const double endless = std::numeric_limits<double>::infinity();
+    // The first picture may come a little before the file's own beginning.
+    if (Source.HasAnything(*facts.VideoStream, -1.0, inSec) == false &&
+        Source.HasAnything(*facts.VideoStream, outSec, endless) == true)
+    {
+        return name + " has no picture before Out: set Out later and export again.";
     }
     return name + " has no picture from In on: set In earlier and export again.";
 }
@@ -174,7 +210,11 @@ JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, Sou
     {
         return DiskIsFull(Command.OutputPath);
     }
-    if (facts.VideoStream.has_value() && !Clip->VideoSec.has_value())
+    // Sound alone is all that there is where the source shows nothing.
+    const bool bSoundAlone = facts.VideoStream.has_value() && !Clip->VideoSec.has_value() &&
+                             Clip->EndSec() > 0.0 &&
+                             Source.HasAnything(*facts.VideoStream, inSec, outSec) == false;
+    if (facts.VideoStream.has_value() && !Clip->VideoSec.has_value() && !bSoundAlone)
     {
         return WhyNoPicture(Command, Source)
             .value_or(name + " has no picture from In on that can be decoded: set In elsewhere and "

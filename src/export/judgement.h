@@ -25,10 +25,15 @@ struct ClipFacts
 /// Reads a file through its descriptor; nullopt where it is no Matroska file, or an empty one.
 std::optional<ClipFacts> ReadClip(int Fd);
 
+/// Whether a sound is missing, or ends before the source's own does.
+bool LacksSound(const std::optional<ClipFacts>& Clip,
+                const PanelCommand& Command,
+                SourceFile& Source);
+
 /// Why the file is not what was asked for, in one sentence; nullopt where it is.
 std::optional<std::string>
 JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, SourceFile& Source);
 
-/// Why there can be no picture, whatever ffmpeg says of it; nullopt where the source has one between In
-/// and Out, or none at all, or does not tell.
+/// Why there can be no picture, whatever ffmpeg says of it; nullopt where the source has one, or sound,
+/// between In and Out, or none at all, or does not tell.
 std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source);
