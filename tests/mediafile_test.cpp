@@ -50,6 +50,29 @@ TEST(IsMatroskaWithoutDuration, IsFalseForAFinishedOneAndForOtherFiles)
     EXPECT_FALSE(IsMatroskaWithoutDuration((place.Path() / "absent.mkv").native()));
 }
 
+TEST(CountsLengthFromZero, IsTrueWhereTheHeaderTellsTheEnd)
+{
+    const TempFolder place;
+    for (const char* pName : {"whole.mkv", "whole.mp4", "whole.mov", "whole.nut"})
+    {
+        EXPECT_TRUE(CountsLengthFromZero(MakeFile(place, Picture, pName))) << pName;
+    }
+}
+
+// Fragments have no length in the header: what the player tells is counted from their start.
+TEST(CountsLengthFromZero, IsFalseForFragmentsAndOtherFiles)
+{
+    const TempFolder place;
+    const std::string source = MakeFile(place, Picture, "source.mkv");
+    const std::string fragments =
+        MakeFile(place, "-itsoffset 2 -i " + source + " -c copy -movflags frag_keyframe+delay_moov",
+                 "late.mp4");
+    EXPECT_FALSE(CountsLengthFromZero(fragments));
+    EXPECT_FALSE(CountsLengthFromZero(MakePiped(place)));
+    EXPECT_FALSE(CountsLengthFromZero(MakeFile(place, Picture, "other.ts")));
+    EXPECT_FALSE(CountsLengthFromZero((place.Path() / "absent.mkv").native()));
+}
+
 // Its player may have read one second or the whole by the time that it is asked.
 TEST(MpvVideo, TakesTheLengthForUnknownWhereTheFileDoesNotTellIt)
 {
