@@ -366,7 +366,7 @@ TEST_F(DesktopProgram, TakesEachArgumentForAFileWhateverTheToolkitWouldDoWithIt)
             Start({"--", names[i], names[i + 1], names[i + 2]}, "Source: " + names[i + 2]);
         for (std::size_t j = i; j < i + 3; ++j)
         {
-            EXPECT_TRUE(Shows("\n" + names[j] + " – ")) << names[j];
+            EXPECT_TRUE(Shows(names[j] + " – ")) << names[j];
         }
         EndInOrder(*run);
     }
