@@ -194,9 +194,9 @@ TEST_F(CliSurroundings, WithoutFfmpegItSaysSo)
 TEST_F(CliSurroundings, AFileWithoutAPictureIsAFailureAndGetsNoName)
 {
     const fs::path source = Work / "early.mp4";
-    MakeMedia(
-        "-f lavfi -i testsrc2=size=64x64:rate=25:duration=2 -f lavfi -i sine=duration=6 -c:a aac",
-        source.native());
+    MakeMedia("-f lavfi -i testsrc2=size=64x64:rate=25:duration=2 -itsoffset 5.5 -f lavfi -i "
+              "sine=duration=0.5 -c:a aac",
+              source.native());
     const ProgramRun::End end = Run({"export", source.native(), "--clip", "a=3-5"});
     EXPECT_EQ(end.ExitCode, 1);
     EXPECT_EQ(

@@ -750,9 +750,9 @@ private Q_SLOTS:
         const EnvironmentGuard folder("MOVANE_RECORDINGS_DIR", recordings.native());
         const FakeOpener opener;
         ExportStage stage;
-        const EnvironmentGuard socket("MOVANE_EXPORT_SOCKET", "/nonexistent/socket");
         stage->Press(Qt::Key_E);
         QTRY_COMPARE(stage->Status(), "Exported clip_00000_Intro.mkv");
+        const EnvironmentGuard socket("MOVANE_EXPORT_SOCKET", "/nonexistent/socket");
         stage->Click(*stage->Main().findChild<NotificationCard*>()->findChild<QPushButton*>());
         QTRY_COMPARE(opener.Lines().size(), 2);
         const QByteArray url = opener.Lines()[0];

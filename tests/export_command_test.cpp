@@ -2,6 +2,7 @@
 #include "export/encoderarguments.h"
 #include "export/encoderprogress.h"
 #include "export/panelcommand.h"
+#include "fakes/fakeapplication.h"
 #include "fakes/fakeffmpeg.h"
 
 #include <algorithm>
@@ -106,7 +107,8 @@ TEST_F(EncoderCommand, ReachesFfmpegWithoutTheVariablesOfTheFront)
 {
     FfmpegIs("env; for out do :; done; exec $real \"$@\"");
     Setup.Environment["MOVANE_FFMPEG_BIN"] = "/nowhere/movane-encoder";
-    Setup.Environment["MOVANE_EXPORT_SOCKET"] = "/nowhere/export.socket";
+    const FakeApplication application(Work / "socket");
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = (Work / "socket").native();
     for (const ProgramRun::End& end : {Run({"-version"}), Export(SampleVideo(), "1.000", "0.500")})
     {
         EXPECT_EQ(end.ExitCode, 0) << end.Err;

@@ -482,7 +482,8 @@ TEST_F(EncoderFailure, WithoutAWordIsToldInASentence)
               "ffmpeg was ended by signal 9: export again.\n");
     FfmpegIs("exit 0");
     EXPECT_EQ(Export(SampleVideo(), "1.000", "1.000").Err,
-              "clip_00000_A.mkv was not written: make room on its disk and export again.\n");
+              "sample.mp4 has nothing from In on that can be decoded: set In elsewhere and export "
+              "again.\n");
     EXPECT_THAT(ClipNames(), IsEmpty());
 }
 
@@ -530,6 +531,21 @@ TEST_F(EncoderFailure, OfAFullDiskIsToldInASentenceHoweverMuchThereWas)
         EXPECT_EQ(end.Err, words) << bytes << " of " << whole;
         EXPECT_THAT(ClipNames(), IsEmpty());
     }
+}
+
+TEST_F(EncoderFailure, OfAFullDiskIsToldHoweverMuchWasSaidBefore)
+{
+    const std::string full = "echo 'Writing failed: No space left on device' >&2; ";
+    const std::string much = "head -c 10000 /dev/zero | tr '\\0' x >&2; echo >&2; ";
+    for (const std::string& words :
+         {"echo 'A frame is damaged.' >&2; " + full, much + full + much, much + full + "exit 0; "})
+    {
+        FfmpegIs(words + "exit 3");
+        EXPECT_EQ(Export(SampleVideo(), "1.000", "1.000").Err,
+                  "clip_00000_A.mkv is cut short: make room on its disk and export again.\n")
+            << words;
+    }
+    EXPECT_THAT(ClipNames(), IsEmpty());
 }
 
 TEST_F(EncoderFailure, OnADiskWithoutRoomIsToldInASentence)

@@ -26,6 +26,7 @@
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -77,6 +78,13 @@ std::string FirstBytes(const std::string& Path)
     return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
+// Whether nothing more can be written to the disk of an open file.
+bool HasNoRoom(int Fd)
+{
+    struct statvfs disk = {};
+    return fstatvfs(Fd, &disk) == 0 && disk.f_bavail == 0;
+}
+
 // Why nobody should open this; empty where it is a plain file. A pipe would be waited for.
 std::string SourceProblem(const std::string& Path)
 {
@@ -124,6 +132,8 @@ private:
     std::optional<EncoderPlan> ChildPlan;
     std::unique_ptr<FfmpegChild> Child;
     std::string Errors; // the first line that says something, and what follows in one piece
+    std::string LastErrors;
+    bool bFullDisk = false; // ffmpeg has spoken of it, in whichever line
 };
 
 int EncoderRun::Fail(const std::string& Sentence)
@@ -175,7 +185,6 @@ int EncoderRun::Run()
     if (ChildPlan != plan)
     {
         Child.reset();
-        Errors.clear();
         if (!StartChild(plan))
         {
             return Fail(ChildFailure(0));
@@ -191,7 +200,6 @@ int EncoderRun::Run()
         LacksSound(ReadClip(Name->PartFd()), Command, *Source))
     {
         Child.reset();
-        Errors.clear();
         if (!StartChild({{}, plan.bPad}))
         {
             return Fail(ChildFailure(0));
@@ -218,6 +226,9 @@ bool EncoderRun::StartChild(const EncoderPlan& Plan)
 {
     const int partFd = Name->PartFd();
     ChildPlan = Plan;
+    Errors.clear();
+    LastErrors.clear();
+    bFullDisk = false;
     Child = FfmpegChild::Start(
         FfmpegPath,
         [&](int ProgressFd) { return EncoderArguments(Command, Plan, partFd, ProgressFd); },
@@ -312,7 +323,11 @@ bool EncoderRun::ReadsStop()
 
 void EncoderRun::TakeErrors()
 {
-    Errors += ReadAll(Child->ErrorFd());
+    const std::string words = ReadAll(Child->ErrorFd());
+    LastErrors += words;
+    bFullDisk = bFullDisk || SpeaksOfFullDisk(LastErrors);
+    LastErrors.erase(0, LastErrors.size() - std::min(LastErrors.size(), MaxErrorLineBytes));
+    Errors += words;
     Errors.erase(0, Errors.find_first_not_of(" \t\r\n"));
     Errors.resize(std::min(Errors.size(), MaxErrorLineBytes));
 }
@@ -323,11 +338,16 @@ std::string EncoderRun::FailureSentence(int Status)
     const std::string line = Errors.substr(0, Errors.find_first_of("\r\n"));
     if (Status != 0)
     {
-        return SpeaksOfFullDisk(line) ? DiskIsFull(Command.OutputPath)
-                                      : WhyNoPicture(Command, *Source)
-                                            .value_or(line.empty() ? ChildFailure(Status) : line);
+        return bFullDisk ? DiskIsFull(Command.OutputPath)
+                         : WhyNoPicture(Command, *Source)
+                               .value_or(line.empty() ? ChildFailure(Status) : line);
     }
-    return JudgeClip(ReadClip(Name->PartFd()), Command, *Source).value_or("");
+    const std::optional<ClipFacts> clip = ReadClip(Name->PartFd());
+    if (!clip.has_value() && (bFullDisk || HasNoRoom(Name->PartFd())))
+    {
+        return DiskIsFull(Command.OutputPath);
+    }
+    return JudgeClip(clip, Command, *Source).value_or("");
 }
 
 std::string EncoderRun::ChildFailure(int Status) const

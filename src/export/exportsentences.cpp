@@ -27,12 +27,12 @@ std::string DiskIsFull(const std::string& Path)
     return FileNameOf(Path) + " is cut short: make room on its disk and export again.";
 }
 
-bool SpeaksOfFullDisk(const std::string& Line)
+bool SpeaksOfFullDisk(const std::string& Words)
 {
     return std::any_of(
         FullDiskErrors.begin(), FullDiskErrors.end(),
         [&](int Error)
-        { return Line.find(std::generic_category().message(Error)) != std::string::npos; });
+        { return Words.find(std::generic_category().message(Error)) != std::string::npos; });
 }
 
 std::string InOneLine(std::string Sentence)

@@ -11,8 +11,8 @@ std::string CanNotBeWritten(const std::string& Path, int Error);
 /// The clip did not fit on its disk.
 std::string DiskIsFull(const std::string& Path);
 
-/// Whether a line of ffmpeg's speaks of a full disk.
-bool SpeaksOfFullDisk(const std::string& Line);
+/// Whether words of ffmpeg's speak of a full disk.
+bool SpeaksOfFullDisk(const std::string& Words);
 
 /// A sentence without the control characters that a name in it may have, each of which becomes '?'. Who
 /// reads it takes the first line alone.

@@ -203,8 +203,8 @@ JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, Sou
     if (!Clip.has_value())
     {
         return WhyNoPicture(Command, Source)
-            .value_or(FileNameOf(Command.OutputPath) +
-                      " was not written: make room on its disk and export again.");
+            .value_or(name + " has nothing from In on that can be decoded: set In elsewhere and "
+                             "export again.");
     }
     if (!Clip->bWhole)
     {
