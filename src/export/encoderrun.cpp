@@ -214,6 +214,8 @@ int EncoderRun::Run()
     {
         return Fail(failure);
     }
+    // Once more: the ffmpeg of a front that was just killed may have been dying when this one began.
+    RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
     if (!Name->Publish(sentence))
     {
         return Fail(sentence);
