@@ -367,7 +367,7 @@ bool ExportQueue::TakeResult()
         }
     }
     TakeMessages(); // the front's last word came before the result
-    // A shell may have ended before what it ran: nothing is told before both have.
+    // The shell may end before what it ran: wait until both have.
     if (!Current.has_value() || IsEncoderLeft())
     {
         return false;

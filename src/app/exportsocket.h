@@ -47,7 +47,7 @@ private:
     struct Connection
     {
         UniqueFd Socket;
-        std::string OutputPath; ///< empty until it is told
+        std::string OutputPath; ///< empty until the front has named it
     };
 
     bool Listen();

@@ -358,7 +358,7 @@ void Commands::DeleteClip()
 }
 
 // The panel asks the player for a time. What is to be seen is the first or the last frame of the clip's
-// file, so the player is told which of them is meant.
+// file, so SetSeekFrame names the one to show.
 void Commands::RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast)
 {
     VideoDocument* const document = Running.TargetDocument();

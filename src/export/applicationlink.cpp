@@ -74,7 +74,7 @@ void ApplicationLink::Send(const ExportMessage& Message)
     pollfd room = {Socket.Get(), POLLOUT, 0};
     if (Socket.IsOpen() && poll(&room, 1, patienceMs) > 0)
     {
-        // A dead application is told by reading, so that nothing is lost of what it said before.
+        // Reading finds out that the application died, after all that it had sent.
         send(Socket.Get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 }

@@ -18,7 +18,7 @@ struct EncoderPlan
     bool operator==(const EncoderPlan&) const = default;
 };
 
-/// The arguments behind the program's name. The file is written through descriptor PartFd, and how far
-/// it is told on descriptor ProgressFd, four times a second; ffmpeg must inherit both.
+/// The arguments behind the program's name. ffmpeg must inherit two descriptors: it writes the file to
+/// PartFd, and its progress to ProgressFd, four times a second.
 std::vector<std::string>
 EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartFd, int ProgressFd);

@@ -52,7 +52,7 @@ UniqueFd TakeStopSignals()
     // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ,
-                SIG_IGN); // a limit on the size of files is told in words, here and by ffmpeg
+                SIG_IGN);          // a limit on file sizes becomes an error of the write
     std::signal(SIGCHLD, SIG_DFL); // ignored, it would take away how ffmpeg ended
     // NOLINTEND(concurrency-mt-unsafe)
     return UniqueFd(signalfd(-1, &stops, SFD_CLOEXEC | SFD_NONBLOCK));

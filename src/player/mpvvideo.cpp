@@ -83,7 +83,7 @@ bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& 
                    ": install libmpv 0.35 or newer.";
         return false;
     };
-    // The length of the list is told, since there are commas in it.
+    // The list has commas, so its length goes before it.
     const std::string readerOptions = "format_whitelist=%" +
                                       std::to_string(std::strlen(AllowedContainers)) + '%' +
                                       AllowedContainers + ",protocol_whitelist=" + AllowedProtocols;
