@@ -17,13 +17,26 @@
 #include <string>
 #include <vector>
 
+#include <sched.h>
+
 namespace fs = std::filesystem;
 
 class EncoderProgram : public testing::Test
 {
 protected:
+    // With several threads libx264 writes other bytes about once in a hundred times, whoever calls it;
+    // with one processor it has one thread. What the test starts inherits it.
+    static void StayOnOneProcessor()
+    {
+        cpu_set_t processors;
+        CPU_ZERO(&processors);
+        CPU_SET(sched_getcpu(), &processors);
+        sched_setaffinity(0, sizeof(processors), &processors);
+    }
+
     EncoderProgram()
     {
+        StayOnOneProcessor();
         for (const fs::path& folder : {Work, Clips, Folder.Path() / "output"})
         {
             fs::create_directory(folder);
