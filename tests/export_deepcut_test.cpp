@@ -75,6 +75,9 @@ TEST(ChooseCut, DoublesTheMarginUntilAKeyFrameIsThereOrTheBeginning)
     EXPECT_EQ(ChooseCut(SeekTrust::ByKeyFrame, 200'000, from(100'000)), Cut{120'000});
     EXPECT_EQ(asked, (std::vector<std::int64_t>{170'000, 140'000, 80'000}));
     EXPECT_EQ(ChooseCut(SeekTrust::ByKeyFrame, 200'000, from(0)), Cut{});
+    asked.clear();
+    EXPECT_EQ(ChooseCut(SeekTrust::Exact, 9022, from(6080)), Cut{4022});
+    EXPECT_EQ(asked, (std::vector<std::int64_t>{9000, 8000, 7000, 5000}));
 }
 
 namespace
@@ -209,13 +212,15 @@ TEST_P(DeepCut, GivesTheStreamsOfThePlainCommand)
 
 namespace
 {
-class MatroskaCut : public EncoderProgram
+class CutNearKeyFrames : public EncoderProgram
 {
 protected:
     // Whether each clip is as the plain command makes it.
-    void ExpectThePlainStreams(const std::string& Source)
+    void ExpectThePlainStreams(const std::string& Source,
+                               const std::vector<std::string>& Ins = {
+                                   "2.000", "3.500", "4.000", "7.000", "8.400", "10.000"})
     {
-        for (const std::string in : {"2.000", "3.500", "4.000", "7.000", "8.400", "10.000"})
+        for (const std::string& in : Ins)
         {
             const std::string plain = (Work / "plain.mkv").native();
             MakeMedia("-i " + Source + " -ss " + in + " -t 1.500" + PlainOptions, plain);
@@ -228,7 +233,18 @@ protected:
 };
 constexpr const char* PictureAndSound =
     "-f lavfi -i testsrc2=size=160x90:rate=25 -f lavfi -i sine ";
+using MatroskaCut = CutNearKeyFrames;
+using FragmentedCut = CutNearKeyFrames;
 } // namespace
+
+// Its pieces are found by the times of decoding: a seek to 3.000 leads to the key frame at 3.080.
+TEST_F(FragmentedCut, HasThePicturesShownBeforeItsKeyFrame)
+{
+    const std::string source = (Work / "source.mp4").native();
+    MakeMedia(PictureAndSound + std::string(X264B " -g 75 -bf 3 -movflags +dash" AAC " -t 12"),
+              source);
+    ExpectThePlainStreams(source, {"2.980", "3.000", "3.017", "6.030", "6.079", "9.022", "9.081"});
+}
 
 TEST_F(MatroskaCut, LosesNoSoundBeforeALateFirstPicture)
 {

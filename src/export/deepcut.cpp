@@ -1,5 +1,6 @@
 #include "export/deepcut.h"
 
+#include <algorithm>
 #include <array>
 
 using namespace std::string_view_literals;
@@ -8,11 +9,25 @@ namespace
 {
 // Nearer to the beginning a seek saves nothing.
 constexpr std::int64_t MinSeekMs = 1000;
-// Longer than the groups of pictures of usual broadcasts and cameras.
-constexpr std::int64_t FirstMarginMs = 30'000;
-// Matroska's index leads to a key frame, and what is stored before that is not read. Sound may be stored
-// this much ahead of the picture that it belongs to.
-constexpr std::int64_t FirstMarginFromKeyFrameMs = 5000;
+// What a margin of nothing is doubled to.
+constexpr std::int64_t MinMarginMs = 1000;
+
+std::int64_t FirstMarginMs(SeekTrust Trust)
+{
+    switch (Trust)
+    {
+        case SeekTrust::ByKeyFrame:
+            return 30'000; // longer than the groups of pictures of usual broadcasts and cameras
+        case SeekTrust::FromKeyFrame:
+            // The index leads to a key frame, and what is stored before that is not read. Sound may be
+            // stored this much ahead of the picture that it belongs to.
+            return 5000;
+        case SeekTrust::Exact:
+        case SeekTrust::None:
+            break;
+    }
+    return 0;
+}
 } // namespace
 
 SeekTrust TrustInFormat(std::string_view FormatName)
@@ -59,13 +74,8 @@ Cut ChooseCut(SeekTrust Trust,
     // that each time is rounded as in the plain command. Elsewhere one packet of sound in some hundred
     // would come a millisecond earlier or later.
     const std::int64_t restMs = InMs % 1000;
-    if (Trust == SeekTrust::Exact)
-    {
-        return {restMs};
-    }
-    for (std::int64_t marginMs = Trust == SeekTrust::ByKeyFrame ? FirstMarginMs
-                                                                : FirstMarginFromKeyFrameMs;
-         InMs - marginMs >= MinSeekMs; marginMs *= 2)
+    for (std::int64_t marginMs = FirstMarginMs(Trust); InMs - marginMs >= MinSeekMs;
+         marginMs = std::max(2 * marginMs, MinMarginMs))
     {
         if (HasKeyFrame(InMs - marginMs - restMs))
         {

@@ -17,7 +17,9 @@ enum class SeekTrust
     None,         ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
     ByKeyFrame,   ///< where a key frame is read between the place and In: MPEG-TS
     FromKeyFrame, ///< where the place has a key frame at or before it: Matroska and WebM
-    Exact,        ///< always: MP4 and MOV, FLV, ASF
+    /// The same without a margin: MP4 and MOV, FLV, ASF. Where the pieces of an MP4 are found by the
+    /// times of decoding, the pictures shown before a key frame would be missing.
+    Exact,
 };
 
 /// The trust in a container by its name in libavformat.
@@ -40,9 +42,8 @@ struct Cut
 
 /// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
 ///
-/// HasKeyFrame  is asked for SeekTrust::ByKeyFrame and FromKeyFrame alone: whether the first key frame of
-///              the picture that is read after a seek to the given time (milliseconds) is where the trust
-///              wants it. Where it is not, the margin is doubled, until the beginning of the file is
+/// HasKeyFrame  tells whether the first key frame of the picture that is read after a seek to the given
+///              time (milliseconds) is where the trust wants it. Where it is not, the margin is doubled, until the beginning of the file is
 ///              reached.
 Cut ChooseCut(SeekTrust Trust,
               std::int64_t InMs,

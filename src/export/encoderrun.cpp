@@ -262,6 +262,10 @@ EncoderPlan EncoderRun::MakePlan()
         {
             return false;
         }
+        if (!facts.VideoStream.has_value())
+        {
+            return trust == SeekTrust::Exact;
+        }
         const std::int64_t latestMs = trust == SeekTrust::ByKeyFrame ? Command.InMs : SeekMs;
         const std::optional<double> keySec =
             Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
