@@ -2,14 +2,14 @@
 # with their headers (component development).
 #
 # A consumer says find_package(movane) and links movane::panel or movane::host; its includes are
-# "panel/NAME.h" and "host/NAME.h".
+# "panel/NAME.h", "host/NAME.h" and "base/NAME.h".
 
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
-install(TARGETS movane_host movane_panel EXPORT movane-targets)
-foreach(room host panel)
+install(TARGETS movane_base movane_host movane_panel EXPORT movane-targets)
+foreach(room base host panel)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/${room}
             DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/movane
             FILES_MATCHING PATTERN "*.h")

@@ -2,7 +2,7 @@
 
 #include "check.h"
 
-#include "host/userdirs.h"
+#include "base/userdirs.h"
 
 #include <cstdint>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "host/atomicfile.h"
+#include "base/atomicfile.h"
 
 #include "fakes/filetext.h"
 #include "fakes/foldermodeguard.h"

@@ -5,8 +5,8 @@ check=$(realpath "$(dirname "$0")/check_includes.sh")
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 
-mkdir -p "$tree"/src/{host,panel,media,cli,desktop}
-for file in host/a.h host/b.h panel/a.h media/a.h cli/a.h desktop/a.h; do
+mkdir -p "$tree"/src/{base,host,panel,media,cli,desktop/look,desktop/actions}
+for file in base/a.h desktop/look/a.h desktop/actions/a.h host/a.h host/b.h panel/a.h media/a.h cli/a.h desktop/a.h; do
     echo '#pragma once' >"$tree/src/$file"
 done
 
@@ -24,10 +24,16 @@ expect() {
     fi
 }
 
+expect good base/x.cpp '#include <sys/stat.h>'
+expect good base/x.cpp '#include <fcntl.h>'
+expect bad base/x.cpp '#include "host/a.h"'
+expect bad base/x.cpp '#include <QString>'
+
 expect good host/x.cpp '#include "host/a.h"'
 expect good host/x.cpp '#include <vector>'
-expect good host/x.cpp '#include <sys/stat.h>'
-expect good host/x.cpp '#include <fcntl.h>'
+expect good host/x.cpp '#include <unistd.h>'
+expect good host/x.cpp '#include "base/a.h"'
+expect bad host/x.cpp '#include <fcntl.h>'
 expect good host/x.cpp 'int i = 0;'
 expect bad host/x.cpp '#include "panel/a.h"'
 expect bad host/x.cpp '#include "media/a.h"'
@@ -60,7 +66,8 @@ expect bad panel/x.cpp '#include <mpv/client.h>'
 expect bad panel/x.cpp '#include <QString>'
 
 expect good media/x.cpp '#include "media/a.h"'
-expect good media/x.cpp '#include "host/a.h"'
+expect good media/x.cpp '#include "base/a.h"'
+expect bad media/x.cpp '#include "host/a.h"'
 expect good media/x.cpp '#include <mpv/client.h>'
 expect bad media/x.cpp '#include "panel/a.h"'
 expect bad media/x.cpp '#include "cli/a.h"'
@@ -73,7 +80,14 @@ expect good cli/x.cpp '#include <CLI/CLI.hpp>'
 expect bad cli/x.cpp '#include "desktop/a.h"'
 expect bad cli/x.cpp '#include <QApplication>'
 
-expect good desktop/x.cpp '#include "cli/a.h"'
+expect bad panel/x.cpp '#include "base/a.h"'
+expect bad desktop/x.cpp '#include "cli/a.h"'
+expect good desktop/x.cpp '#include "desktop/actions/a.h"'
+expect good desktop/actions/x.cpp '#include "desktop/look/a.h"'
+expect good desktop/actions/x.cpp '#include "desktop/actions/a.h"'
+expect good desktop/actions/x.cpp '#include "media/a.h"'
+expect bad desktop/actions/x.cpp '#include "desktop/a.h"'
+expect bad desktop/look/x.cpp '#include "desktop/actions/a.h"'
 expect good desktop/x.cpp '#include "panel/a.h"'
 expect good desktop/x.cpp '#include <QWidget>'
 expect good main.cpp '#include "desktop/a.h"'

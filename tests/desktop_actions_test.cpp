@@ -1,11 +1,11 @@
 // The table of actions, and the shortcuts that are made from it.
 
-#include "desktop/actionset.h"
-#include "desktop/actiontable.h"
-#include "desktop/commands.h"
-#include "desktop/pathtext.h"
-#include "desktop/session.h"
-#include "desktop/widgetkeys.h"
+#include "desktop/actions/actionset.h"
+#include "desktop/actions/actiontable.h"
+#include "desktop/actions/commands.h"
+#include "desktop/actions/widgetkeys.h"
+#include "desktop/look/pathtext.h"
+#include "desktop/session/session.h"
 #include "player/mpvvideo.h"
 
 #include <QFile>

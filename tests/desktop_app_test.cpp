@@ -1,7 +1,7 @@
 // The application in one window with a real video: what each action does, by its key and by its button.
 
-#include "desktop/actiontable.h"
-#include "desktop/keyspage.h"
+#include "desktop/actions/actiontable.h"
+#include "desktop/actions/keyspage.h"
 #include "desktopstage.h"
 
 #include <QDialogButtonBox>

@@ -1,12 +1,12 @@
 // The clip panel on the screen with the real panel on the real host; the player is a fake.
 
 #include "app/clippanelrecords.h"
-#include "desktop/actionset.h"
-#include "desktop/clippanelwidget.h"
-#include "desktop/cliptablemodel.h"
-#include "desktop/commands.h"
-#include "desktop/session.h"
-#include "desktop/theme.h"
+#include "desktop/actions/actionset.h"
+#include "desktop/actions/commands.h"
+#include "desktop/clips/clippanelwidget.h"
+#include "desktop/clips/cliptablemodel.h"
+#include "desktop/look/theme.h"
+#include "desktop/session/session.h"
 #include "fakes/fakevideo.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"

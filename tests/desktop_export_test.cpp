@@ -2,11 +2,11 @@
 // closing while some run or wait.
 
 #include "app/runningexport.h"
-#include "desktop/cliptablemodel.h"
-#include "desktop/desktopopen.h"
-#include "desktop/encodercheck.h"
-#include "desktop/exportbar.h"
-#include "desktop/notificationcard.h"
+#include "desktop/actions/desktopopen.h"
+#include "desktop/clips/cliptablemodel.h"
+#include "desktop/export/encodercheck.h"
+#include "desktop/export/exportbar.h"
+#include "desktop/notify/notificationcard.h"
 #include "desktopstage.h"
 #include "fakes/fakeffmpeg.h"
 

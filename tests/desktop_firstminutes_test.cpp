@@ -1,6 +1,6 @@
 // The first two minutes of a new user, from a dropped video to the exported file.
 
-#include "desktop/notificationcard.h"
+#include "desktop/notify/notificationcard.h"
 #include "desktopstage.h"
 
 #include <QInputMethodEvent>

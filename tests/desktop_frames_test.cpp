@@ -5,7 +5,7 @@
 #include "fakes/filmnumbers.h"
 #include "fakes/numberedfilms.h"
 
-#include "desktop/timelinelayout.h"
+#include "desktop/timeline/timelinelayout.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -2,11 +2,11 @@
 //
 // Service and task bar are fakes on a bus of the test's own.
 
-#include "desktop/desktopnotifier.h"
-#include "desktop/launcherprogress.h"
-#include "desktop/notificationcard.h"
-#include "desktop/notificationoverlay.h"
-#include "desktop/theme.h"
+#include "desktop/look/theme.h"
+#include "desktop/notify/desktopnotifier.h"
+#include "desktop/notify/launcherprogress.h"
+#include "desktop/notify/notificationcard.h"
+#include "desktop/notify/notificationoverlay.h"
 #include "host/mvtheme.h"
 
 #include <QDBusConnection>

@@ -9,9 +9,9 @@
 // MOVANE_SOAK_SECONDS says how long (8 without it), MOVANE_SOAK_SEED which acts. The same seed gives the same
 // choices, as far as the players' and the encoder's time allows. With MOVANE_SOAK_TRACE set each act is told.
 
-#include "desktop/actiontable.h"
-#include "desktop/keyspage.h"
-#include "desktop/widgetkeys.h"
+#include "desktop/actions/actiontable.h"
+#include "desktop/actions/keyspage.h"
+#include "desktop/actions/widgetkeys.h"
 #include "desktopstage.h"
 #include "process/processsetup.h"
 

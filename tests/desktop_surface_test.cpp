@@ -3,8 +3,8 @@
 // The sample's frames are flat and grey, each a little lighter than the one before, so that the shade
 // tells the number. MOVANE_TEST_SURFACE=gl runs the same rules on OpenGL, which needs an X server.
 
-#include "desktop/theme.h"
-#include "desktop/videosurface.h"
+#include "desktop/look/theme.h"
+#include "desktop/video/videosurface.h"
 #include "fakes/rotatedvideo.h"
 #include "fakes/samplevideo.h"
 #include "fakes/tempfolder.h"

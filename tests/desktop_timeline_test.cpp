@@ -1,6 +1,6 @@
-#include "desktop/theme.h"
-#include "desktop/timelineaccessible.h"
-#include "desktop/timelinewidget.h"
+#include "desktop/look/theme.h"
+#include "desktop/timeline/timelineaccessible.h"
+#include "desktop/timeline/timelinewidget.h"
 #include "extremes.h"
 #include "host/mvtheme.h"
 

@@ -1,7 +1,7 @@
 // The transport bar: shows its state, triggers its actions, tells what the user chose.
 
-#include "desktop/theme.h"
-#include "desktop/transportbar.h"
+#include "desktop/look/theme.h"
+#include "desktop/video/transportbar.h"
 #include "host/mvtheme.h"
 
 #include <QAction>

@@ -1,6 +1,6 @@
 // Files and windows of the application: several videos, what is remembered, sizes, and rest.
 
-#include "desktop/pathtext.h"
+#include "desktop/look/pathtext.h"
 #include "desktopstage.h"
 
 #include <QAbstractEventDispatcher>

@@ -6,15 +6,15 @@
 
 #pragma once
 
-#include "desktop/clippanelwidget.h"
-#include "desktop/commands.h"
+#include "desktop/actions/commands.h"
+#include "desktop/clips/clippanelwidget.h"
 #include "desktop/desktop.h"
+#include "desktop/look/theme.h"
 #include "desktop/mainwindow.h"
-#include "desktop/session.h"
-#include "desktop/settings.h"
-#include "desktop/theme.h"
-#include "desktop/timelinewidget.h"
-#include "desktop/videodocument.h"
+#include "desktop/session/session.h"
+#include "desktop/session/settings.h"
+#include "desktop/session/videodocument.h"
+#include "desktop/timeline/timelinewidget.h"
 #include "desktop/videopane.h"
 #include "fakes/environmentguard.h"
 #include "fakes/filetext.h"

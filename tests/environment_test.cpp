@@ -1,4 +1,4 @@
-#include "host/environment.h"
+#include "base/environment.h"
 
 #include "fakes/environmentguard.h"
 

@@ -217,8 +217,8 @@ class CutNearKeyFrames : public EncoderProgram
 protected:
     // Whether each clip is as the plain command makes it.
     void ExpectThePlainStreams(const std::string& Source,
-                               const std::vector<std::string>& Ins = {
-                                   "2.000", "3.500", "4.000", "7.000", "8.400", "10.000"})
+                               const std::vector<std::string>& Ins = {"2.000", "3.500", "4.000",
+                                                                      "7.000", "8.400", "10.000"})
     {
         for (const std::string& in : Ins)
         {

@@ -1,8 +1,8 @@
 #include "export/leftovers.h"
 
+#include "base/uniquefd.h"
 #include "fakes/filetext.h"
 #include "fakes/tempfolder.h"
-#include "host/uniquefd.h"
 
 #include <gtest/gtest.h>
 

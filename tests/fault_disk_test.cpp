@@ -1,9 +1,9 @@
 // Exports, and files of the program, where the disk is full, read-only or not what was expected.
 
+#include "base/atomicfile.h"
 #include "fakes/ordinaryuser.h"
 #include "fakes/tinydisk.h"
 #include "faultfixture.h"
-#include "host/atomicfile.h"
 
 #include <csignal>
 #include <set>

@@ -4,9 +4,9 @@
 // However it ends: nothing leaks, the action's changes are made up to one of them in their order and none
 // behind it, the mutex is free, and the same action succeeds when it is done again.
 
+#include "base/userdirs.h"
 #include "fakes/failingnew.h"
 #include "fakes/threadevent.h"
-#include "host/userdirs.h"
 #include "panelonhost.h"
 
 #include <gmock/gmock.h>

@@ -5,13 +5,13 @@
 // says how many ranges of each film (4 without it; script/soak does 20).
 
 #include "app/clippanelrecords.h"
-#include "desktop/videodocument.h"
+#include "base/environment.h"
+#include "desktop/session/videodocument.h"
 #include "fakes/environmentguard.h"
 #include "fakes/filmnumbers.h"
 #include "fakes/numberedfilms.h"
 #include "host/apppaths.h"
 #include "host/core.h"
-#include "host/environment.h"
 #include "host/jobsystem.h"
 #include "host/mvtimecontrol.h"
 #include "host/rend.h"

@@ -1,11 +1,16 @@
+movane_test(base_test
+    SOURCES
+        atomicfile_test.cpp
+        environment_test.cpp
+        log_test.cpp
+        runtimefolder_test.cpp
+        userdirs_test.cpp
+    LIBRARIES movane_base)
 movane_test(host_test
     SOURCES
         apppaths_test.cpp
-        atomicfile_test.cpp
         core_test.cpp
-        environment_test.cpp
         jobsystem_test.cpp
-        log_test.cpp
         movane_test.cpp
         mvtable_test.cpp
         mvtablemodel_test.cpp
@@ -14,8 +19,5 @@ movane_test(host_test
         mvtimecontrol_test.cpp
         mvvideowindow_test.cpp
         mvwindow_test.cpp
-        openingmark_test.cpp
-        runtimefolder_test.cpp
         signal_test.cpp
-        userdirs_test.cpp
     LIBRARIES movane_host)

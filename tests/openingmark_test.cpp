@@ -1,4 +1,4 @@
-#include "host/openingmark.h"
+#include "app/openingmark.h"
 
 #include "fakes/childprocess.h"
 #include "fakes/environmentguard.h"

@@ -1,4 +1,4 @@
-#include "host/runtimefolder.h"
+#include "base/runtimefolder.h"
 
 #include "fakes/childprocess.h"
 #include "fakes/filetext.h"

@@ -1,4 +1,4 @@
-#include "desktop/timelinescale.h"
+#include "desktop/timeline/timelinescale.h"
 
 #include "extremes.h"
 

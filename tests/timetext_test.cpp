@@ -1,4 +1,4 @@
-#include "desktop/timetext.h"
+#include "desktop/look/timetext.h"
 
 #include "extremes.h"
 

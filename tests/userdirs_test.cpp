@@ -1,4 +1,4 @@
-#include "host/userdirs.h"
+#include "base/userdirs.h"
 
 #include "fakes/environmentguard.h"
 #include "fakes/filetext.h"

@@ -12,10 +12,10 @@
 #include "app/exportsocket.h"
 #include "app/runningexport.h"
 #include "app/timeleft.h"
+#include "base/uniquefd.h"
 #include "host/movane.h"
 #include "host/mvtable.h"
 #include "host/signal.h"
-#include "host/uniquefd.h"
 #include "panel/mvclipcontrolpanel.h"
 #include "process/workerchildren.h"
 

@@ -1,10 +1,10 @@
 #include "app/exportsocket.h"
 
+#include "base/environment.h"
+#include "base/log.h"
 #include "export/encoderfront.h"
 #include "export/ffmpegsearch.h"
 #include "host/apppaths.h"
-#include "host/environment.h"
-#include "host/log.h"
 
 #include <array>
 #include <cerrno>

@@ -5,8 +5,8 @@
 
 #pragma once
 
+#include "base/uniquefd.h"
 #include "export/exportmessages.h"
-#include "host/uniquefd.h"
 
 #include <filesystem>
 #include <memory>

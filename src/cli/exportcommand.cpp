@@ -2,12 +2,12 @@
 
 #include "app/application.h"
 #include "app/exportsocket.h"
+#include "base/atomicfile.h"
 #include "cli/cliptext.h"
 #include "cli/exportplan.h"
 #include "cli/exportreport.h"
 #include "cli/terminalprogress.h"
 #include "host/apppaths.h"
-#include "host/atomicfile.h"
 #include "host/mvtimecontrol.h"
 #include "player/mpvvideo.h"
 #include "process/exitcode.h"

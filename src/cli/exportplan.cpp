@@ -1,8 +1,8 @@
 #include "cli/exportplan.h"
 
+#include "base/environment.h"
 #include "export/ffmpegsearch.h"
 #include "host/apppaths.h"
-#include "host/environment.h"
 
 #include <algorithm>
 #include <array>

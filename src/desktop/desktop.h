@@ -5,10 +5,10 @@
 
 #pragma once
 
-#include "desktop/settings.h"
-#include "desktop/videosurface.h"
+#include "app/openingmark.h"
+#include "desktop/session/settings.h"
+#include "desktop/video/videosurface.h"
 #include "host/movane.h"
-#include "host/openingmark.h"
 
 #include <QObject>
 #include <QPointer>

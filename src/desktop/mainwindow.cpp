@@ -1,11 +1,11 @@
 #include "desktop/mainwindow.h"
 
-#include "desktop/clippanelwidget.h"
-#include "desktop/commands.h"
-#include "desktop/exportbar.h"
-#include "desktop/plainlabel.h"
-#include "desktop/session.h"
-#include "desktop/theme.h"
+#include "desktop/actions/commands.h"
+#include "desktop/clips/clippanelwidget.h"
+#include "desktop/export/exportbar.h"
+#include "desktop/look/plainlabel.h"
+#include "desktop/look/theme.h"
+#include "desktop/session/session.h"
 #include "desktop/videopane.h"
 
 #include <QCloseEvent>

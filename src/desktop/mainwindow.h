@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "desktop/settings.h"
+#include "desktop/session/settings.h"
 #include "desktop/videowindow.h"
 
 class ClipPanelWidget;

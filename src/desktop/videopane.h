@@ -5,9 +5,9 @@
 
 #pragma once
 
-#include "desktop/timelineclips.h"
-#include "desktop/transportstate.h"
-#include "desktop/videosurface.h"
+#include "desktop/timeline/timelineclips.h"
+#include "desktop/video/transportstate.h"
+#include "desktop/video/videosurface.h"
 
 #include <QString>
 #include <QWidget>

@@ -1,12 +1,12 @@
 #include "desktop/videowindow.h"
 
-#include "desktop/commands.h"
-#include "desktop/pathtext.h"
-#include "desktop/plainlabel.h"
-#include "desktop/session.h"
-#include "desktop/theme.h"
-#include "desktop/timelinewidget.h"
-#include "desktop/videodocument.h"
+#include "desktop/actions/commands.h"
+#include "desktop/look/pathtext.h"
+#include "desktop/look/plainlabel.h"
+#include "desktop/look/theme.h"
+#include "desktop/session/session.h"
+#include "desktop/session/videodocument.h"
+#include "desktop/timeline/timelinewidget.h"
 #include "desktop/videopane.h"
 
 #include <QCloseEvent>

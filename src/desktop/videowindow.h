@@ -5,8 +5,8 @@
 
 #pragma once
 
-#include "desktop/actionset.h"
-#include "desktop/videosurface.h"
+#include "desktop/actions/actionset.h"
+#include "desktop/video/videosurface.h"
 
 #include <QMainWindow>
 #include <QStringList>

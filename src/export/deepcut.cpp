@@ -16,15 +16,15 @@ std::int64_t FirstMarginMs(SeekTrust Trust)
 {
     switch (Trust)
     {
-        case SeekTrust::ByKeyFrame:
-            return 30'000; // longer than the groups of pictures of usual broadcasts and cameras
-        case SeekTrust::FromKeyFrame:
-            // The index leads to a key frame, and what is stored before that is not read. Sound may be
-            // stored this much ahead of the picture that it belongs to.
-            return 5000;
-        case SeekTrust::Exact:
-        case SeekTrust::None:
-            break;
+    case SeekTrust::ByKeyFrame:
+        return 30'000; // longer than the groups of pictures of usual broadcasts and cameras
+    case SeekTrust::FromKeyFrame:
+        // The index leads to a key frame, and what is stored before that is not read. Sound may be
+        // stored this much ahead of the picture that it belongs to.
+        return 5000;
+    case SeekTrust::Exact:
+    case SeekTrust::None:
+        break;
     }
     return 0;
 }

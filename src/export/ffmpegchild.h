@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 #include <functional>
 #include <memory>

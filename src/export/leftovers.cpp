@@ -1,6 +1,6 @@
 #include "export/leftovers.h"
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 #include <memory>
 #include <string>

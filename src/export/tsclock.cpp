@@ -1,6 +1,6 @@
 #include "export/tsclock.h"
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 #include <algorithm>
 #include <array>

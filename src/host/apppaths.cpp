@@ -1,10 +1,10 @@
 #include "host/apppaths.h"
 
-#include "host/atomicfile.h"
-#include "host/environment.h"
-#include "host/log.h"
-#include "host/runtimefolder.h"
-#include "host/userdirs.h"
+#include "base/atomicfile.h"
+#include "base/environment.h"
+#include "base/log.h"
+#include "base/runtimefolder.h"
+#include "base/userdirs.h"
 
 #include <cerrno>
 #include <cstdlib>

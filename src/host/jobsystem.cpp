@@ -1,6 +1,6 @@
 #include "host/jobsystem.h"
 
-#include "host/log.h"
+#include "base/log.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,7 +1,7 @@
 #include "process/processsetup.h"
 
-#include "host/environment.h"
-#include "host/log.h"
+#include "base/environment.h"
+#include "base/log.h"
 #include "process/sentences.h"
 
 #include <spdlog/logger.h>

@@ -15,7 +15,7 @@
 
 #pragma once
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 #include <functional>
 #include <thread>

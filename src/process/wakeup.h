@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "host/uniquefd.h"
+#include "base/uniquefd.h"
 
 class WakeUp
 {

@@ -1,6 +1,6 @@
 #include "process/workerchildren.h"
 
-#include "host/atomicfile.h"
+#include "base/atomicfile.h"
 
 #include <charconv>
 #include <csignal>

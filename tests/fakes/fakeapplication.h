@@ -2,8 +2,8 @@
 
 #pragma once
 
+#include "base/uniquefd.h"
 #include "export/exportmessages.h"
-#include "host/uniquefd.h"
 #include "waitfor.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "host/log.h"
+#include "base/log.h"
 
 #include <gtest/gtest.h>
 
