@@ -9,9 +9,9 @@
 #include "desktop/session/session.h"
 #include "desktop/timeline/timelineclips.h"
 #include "desktop/timeline/timelinewidget.h"
-#include "fakes/fakevideo.h"
 #include "host/mvvideowindow.h"
 #include "player/mpvvideo.h"
+#include "support/fakevideo.h"
 
 #include <QApplication>
 #include <QTableView>

@@ -5,11 +5,11 @@
 #pragma once
 
 #include "app/application.h"
-#include "fakes/environmentguard.h"
-#include "fakes/fakevideo.h"
-#include "fakes/tempfolder.h"
 #include "host/mvtimecontrol.h"
 #include "host/mvvideowindow.h"
+#include "support/environmentguard.h"
+#include "support/fakevideo.h"
+#include "support/tempfolder.h"
 
 #include <memory>
 #include <string>

@@ -2,17 +2,17 @@
 //
 // Records live on the heap, each for itself, so that an address sanitizer sees whoever still uses one
 // that is gone. The panel always stands at the same address, as a new one may do in the real program
-// while an export of the old one still runs. No process is started: fakes/fakeplatform.h stands in.
+// while an export of the old one still runs. No process is started: support/fakeplatform.h stands in.
 
 #pragma once
 
-#include "contracthost/contracthost.h"
-#include "fakes/fakeplatform.h"
-#include "fakes/tempfolder.h"
 #include "host/mvtable.h"
 #include "host/mvtextinput.h"
 #include "host/ttf.h"
+#include "panel/contracthost/contracthost.h"
 #include "panel/mvclipcontrolpanel.h"
+#include "support/fakeplatform.h"
+#include "support/tempfolder.h"
 
 #include <array>
 #include <memory>

@@ -3,9 +3,9 @@
 
 #include "check.h"
 
-#include "contracthost/contracthost.h"
-#include "fakes/tempfolder.h"
+#include "panel/contracthost/contracthost.h"
 #include "panel/mvclipcontrolpanel.h"
+#include "support/tempfolder.h"
 
 #include <algorithm>
 #include <cstdint>

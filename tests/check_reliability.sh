@@ -14,7 +14,8 @@ declare -A run_as
 while read -r test name; do
     run_as[$test]=$name
 done < <(
-    for file in tests/*.cpp; do
+    for file in tests/*.cpp tests/*/*.cpp; do
+        [ -f "$file" ] || continue
         stem=$(basename "$file" .cpp)
         grep -qw "$stem\.cpp" tests/*.cmake || continue
         tr '\n' ' ' <"$file" | grep -oE '\bTEST(_F|_P)?\( *\w+, *\w+ *\)' |

@@ -1,9 +1,9 @@
 # The encoder front: its parts, then the program.
 movane_test(export_parts_test
     SOURCES
-        export_ffmpegsearch_test.cpp
-        export_leftovers_test.cpp
-        export_messages_test.cpp
+        export/export_ffmpegsearch_test.cpp
+        export/export_leftovers_test.cpp
+        export/export_messages_test.cpp
     LIBRARIES movane_export)
 
 find_package(PkgConfig REQUIRED)
@@ -16,6 +16,6 @@ function(encoder_test name)
     add_dependencies(${name} movane-encoder)
 endfunction()
 
-encoder_test(export_command_test export_command_test.cpp)
-encoder_test(export_deepcut_test export_deepcut_test.cpp)
-encoder_test(export_program_test export_program_test.cpp)
+encoder_test(export_command_test export/export_command_test.cpp)
+encoder_test(export_deepcut_test export/export_deepcut_test.cpp)
+encoder_test(export_program_test export/export_program_test.cpp)
