@@ -5,7 +5,6 @@
 #include "desktop/actions/desktopopen.h"
 #include "desktop/clips/cliptablemodel.h"
 #include "desktop/desktopstage.h"
-#include "desktop/export/encodercheck.h"
 #include "desktop/export/exportbar.h"
 #include "desktop/notify/notificationcard.h"
 #include "support/fakeffmpeg.h"
@@ -705,18 +704,6 @@ private Q_SLOTS:
         stage.Press(Qt::Key_E);
         QCOMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
         QVERIFY(!stage.Exports().IsRunning());
-    }
-
-    void WithoutAnEncoderTheInstallCommandIsTold()
-    {
-        const TempFolder folder;
-        QVERIFY(EncoderProblem({}, {}).find("sudo apt install ffmpeg") != std::string::npos);
-        QVERIFY(EncoderProblem(" \t", {}).find("sudo apt install ffmpeg") != std::string::npos);
-        const FakeFfmpeg ffmpeg(folder.Path());
-        QCOMPARE(EncoderProblem({}, ffmpeg.Path()), std::string());
-        QCOMPARE(EncoderProblem(" \t" + ffmpeg.Path() + "\r\n", {}), std::string());
-        QVERIFY(!EncoderProblem('\v' + ffmpeg.Path(), {}).empty()); // a part of the name
-        QVERIFY(!EncoderProblem(folder.Path().native(), ffmpeg.Path()).empty()); // no program
     }
 
     void AnExportWhoseJobThrowsIsToldAndTheNextOneWorks()
