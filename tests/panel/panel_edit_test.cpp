@@ -100,6 +100,35 @@ TEST_F(RenameClip, MayGiveTheNameOfAnotherClip)
     EXPECT_THAT(ClipNames(), ElementsAre("a", "a"));
 }
 
+TEST_F(RenameClip, MayGiveTheNameThatIsThere)
+{
+    EXPECT_EQ(RenameTo("b"), "Renamed clip to b");
+    EXPECT_THAT(ClipNames(), ElementsAre("a", "b"));
+    EXPECT_THAT(Log(), ElementsAre("SetRows(2)", "ScaleTextPx(14, 8, 220)", "GetCellWidth(14)",
+                                   "SetColumnFractions()", "Status(Renamed clip to b)"));
+}
+
+TEST_F(RenameClip, KeepsNulBytes)
+{
+    const std::string name("a\0b\0", 4);
+    EXPECT_EQ(RenameTo(" " + name + " "), "Renamed clip to " + name);
+    EXPECT_EQ(Panel->Clips[1].Name, name);
+    EXPECT_EQ(Panel->TableModel->Rows[1][0], name);
+}
+
+TEST_F(RenameClip, TellsTheNameThatItGaveThoughClipAndInputChangeMeanwhile)
+{
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "SetRows(2)")
+        {
+            NameInput.Text = "typed";
+            Panel->Clips.clear();
+        }
+    };
+    EXPECT_EQ(RenameTo("new"), "Renamed clip to new");
+}
+
 TEST_F(RenameClip, RefusesWithoutASelection)
 {
     Select(-1);
@@ -200,6 +229,22 @@ TEST_F(DeleteClip, SelectsNothingInATableThatGoesMeanwhile)
     EXPECT_EQ(Panel->StatusText, "Deleted b");
     EXPECT_EQ(NameInput.Text, "");
     EXPECT_EQ(Table.SelectedRow, 1);
+}
+
+TEST_F(DeleteClip, TellsTheNameOfTheClipThatIsGone)
+{
+    const std::string name("b\0c", 3);
+    Panel->Clips[1].Name = name;
+    Select(1);
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "SetRows(3)")
+        {
+            Panel->Clips[1].Name = "other";
+        }
+    };
+    EXPECT_EQ(Delete(), "Deleted " + name);
+    EXPECT_EQ(NameInput.Text, "other");
 }
 
 TEST_F(DeleteClip, SelectsBetweenTheRowsAndTheNameInput)

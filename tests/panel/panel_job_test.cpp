@@ -1,11 +1,14 @@
 // The export's job and the way of its result back: the command line, the judgement, the hand-off.
 
 #include "panel/exportfixture.h"
+#include "support/waitfor.h"
 
 #include <chrono>
 #include <random>
 #include <sstream>
 #include <thread>
+
+#include <unistd.h>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -17,6 +20,13 @@ std::string Contents(const std::filesystem::path& File)
     std::ostringstream text;
     text << std::ifstream(File, std::ios::binary).rdbuf();
     return text.str();
+}
+
+// Tells whether a thread of this process sleeps, as one does that waits for a mutex.
+bool IsAsleep(pid_t Thread)
+{
+    const std::string stat = Contents("/proc/self/task/" + std::to_string(Thread) + "/stat");
+    return stat.find(") S ") != std::string::npos;
 }
 
 class FfmpegCommand : public ExportTest
@@ -78,6 +88,7 @@ TEST(ShellWord, IsSingleQuotedWithItsApostrophesOutside)
         {"''", R"(''"'"''"'"'')"},
         {"a b\n$(c) `d` \\ \"e\" %d", "'a b\n$(c) `d` \\ \"e\" %d'"},
         {"\xC3\xA9\xFF", "'\xC3\xA9\xFF'"},
+        {std::string("a\0'", 3), std::string("'a\0'\"'\"''", 9)},
     };
     for (const Case& c : cases)
     {
@@ -206,6 +217,11 @@ TEST_F(FfmpegCommand, WritesTimesWithThreeDigits)
     EXPECT_EQ(Times(0.00049, 1e6 + 0.00049), "-ss 0.000 -t 1000000.000");
 }
 
+TEST_F(FfmpegCommand, RoundsTheLengthByItself)
+{
+    EXPECT_EQ(Times(10.0004, 12.0006), "-ss 10.000 -t 2.000");
+}
+
 TEST_F(FfmpegCommand, KeepsTheWholeLengthOfAClipThatStartsBeforeTheSource)
 {
     EXPECT_EQ(Times(-1.0, 2.0), "-ss 0.000 -t 3.000");
@@ -290,6 +306,7 @@ TEST_F(ExportJob, ReportsTheTrimmedFirstLineOfTheErrorLog)
         {"\t a  b \t\n", "Clip export failed: a  b"},
         {"\v\n", "Clip export failed: \v"},
         {"100% %s %n\n", "Clip export failed: 100% %s %n"},
+        {std::string("a\0b\n", 4), std::string("Clip export failed: a\0b", 23)},
         {"\xFF\xFE\n", "Clip export failed: \xFF\xFE"},
         {longLine + "\n", "Clip export failed: " + longLine},
         {"", "Clip export failed."},
@@ -577,6 +594,58 @@ TEST_F(ExportHandOff, TakesOnlyTheNewerOfTwoResults)
     EXPECT_EQ(State(), (ExportState{2, false, true, true, "Exported clip_00000_Outro.mkv"}));
 }
 
+TEST_F(ExportHandOff, LeavesTheNewerOfTwoResultsAloneWhenTheOlderComesLater)
+{
+    FfmpegDoes({.ExitCode = 1, .ErrorText = "bad\n"});
+    Export();
+    Host().RunJob();
+    Panel->bExportInProgress = false; // so that a second one may start
+    FfmpegDoes({});
+    Clip().Name = "Outro";
+    Export();
+    Host().RunJob();
+    std::swap(Host().MainThreadJobs.at(0), Host().MainThreadJobs.at(1));
+    Host().RunMainThreadJob();
+    const ExportState newer{2, false, true, true, "Exported clip_00000_Outro.mkv"};
+    EXPECT_EQ(State(), newer);
+    Host().RunMainThreadJob();
+    EXPECT_EQ(State(), newer);
+}
+
+TEST_F(ExportHandOff, ComparesWholeGenerations)
+{
+    constexpr std::uint64_t Beyond32Bits = std::uint64_t{1} << 32;
+    Panel->ExportGeneration = Beyond32Bits - 1;
+    Export();
+    FinishJob();
+    EXPECT_EQ(State(), (ExportState{Beyond32Bits, false, true, true, Success}));
+    Clip().Name = "Outro";
+    Export();
+    Panel->ExportGeneration += Beyond32Bits;
+    FinishJob();
+    EXPECT_EQ(State(), (ExportState{2 * Beyond32Bits + 1, true, false, false, ""}));
+}
+
+TEST_F(ExportHandOff, AnnouncesTheResultThatItShowedThoughAListenerChangesIt)
+{
+    Panel->StatusChanged.connect(
+        [this](const std::string& Text)
+        {
+            if (Text == Success)
+            {
+                Panel->ExportSelectedClip();
+                Panel->ExportResultMessage = "changed";
+            }
+        });
+    Export();
+    FinishJob();
+    Log().clear();
+    Panel->PumpExportResult();
+    EXPECT_EQ(Log().back(), "QueueNotification(0, Clip Export, " + Success + ", 2200)");
+    EXPECT_EQ(State(), (ExportState{2, true, false, false, "changed"}));
+    EXPECT_EQ(Panel->StatusText, "Exporting Intro to clip_00001_Intro.mkv...");
+}
+
 TEST_F(ExportHandOff, LetsThePanelGoWhileFfmpegRunsOnItsThread)
 {
     const std::filesystem::path mayEnd = Folder.Path() / "may end";
@@ -643,9 +712,17 @@ TEST_F(ExportStatusRecord, IsTheResultFromTheCallbackOn)
 TEST_F(ExportStatusRecord, WaitsForTheMutex)
 {
     std::unique_lock lock(Panel->ExportMutex);
-    auto status = std::async(std::launch::async, [this] { return Panel->GetExportStatus(); });
-    // A right answer waits for ever, so a slow machine can't fail here.
-    EXPECT_EQ(status.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    std::atomic<pid_t> thread = 0;
+    auto status = std::async(std::launch::async,
+                             [&]
+                             {
+                                 thread = gettid();
+                                 return Panel->GetExportStatus();
+                             });
+    const auto isReady = [&]
+    { return status.wait_for(std::chrono::seconds(0)) == std::future_status::ready; };
+    ASSERT_TRUE(WaitFor([&] { return isReady() || (thread != 0 && IsAsleep(thread)); }));
+    EXPECT_FALSE(isReady());
     Panel->ExportResultMessage = "done";
     lock.unlock();
     EXPECT_EQ(status.get().Message, "done");

@@ -73,6 +73,8 @@ TEST(BaseName, IsTheLastElementElseThePathItself)
         {"/a\\b", "a\\b"},
         {"/a/\xC3\xA9t\xC3\xA9.mkv", "\xC3\xA9t\xC3\xA9.mkv"},
         {"/a/\xFF\xFE", "\xFF\xFE"},
+        {std::string("/a/b\0c", 6), std::string("b\0c", 3)},
+        {std::string("/a\0b/", 5), std::string("/a\0b/", 5)},
     };
     for (const Case& c : cases)
     {

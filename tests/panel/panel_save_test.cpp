@@ -281,6 +281,35 @@ TEST_F(SaveRange, LabelsTheSourceByItsFileName)
     }
 }
 
+TEST_F(SaveRange, KeepsNulBytes)
+{
+    const std::string name("a\0b\0", 4);
+    const std::string label("c\0d.mkv", 7);
+    Video.FilePath = "/media/" + label;
+    NameInput.Text = " " + name + " ";
+    EXPECT_EQ(Save(), "Saved " + name + " from " + label);
+    EXPECT_EQ(Panel->Clips[0].Name, name);
+    EXPECT_EQ(Panel->Clips[0].SourcePath, "/media/" + label);
+    EXPECT_EQ(Panel->Clips[0].SourceLabel, label);
+    EXPECT_EQ(NameInput.Text, name);
+    EXPECT_EQ(Panel->TableModel->Rows[0][0], name);
+    EXPECT_EQ(Panel->TableModel->Rows[0][5], label);
+}
+
+TEST_F(SaveRange, TellsTheClipThatItSavedThoughItChangesMeanwhile)
+{
+    Host().OnCall = [this](const std::string& Call)
+    {
+        if (Call == "SetRows(1)")
+        {
+            Panel->Clips[0].Name = "other";
+            Panel->Clips[0].SourceLabel = "other.mp4";
+        }
+    };
+    EXPECT_EQ(Save(), "Saved Clip 1 from holiday.mp4");
+    EXPECT_EQ(NameInput.Text, "other");
+}
+
 TEST_F(SaveRange, SavesWithoutATableButSelectsAndSyncsNothing)
 {
     Panel->pClipTable = nullptr;

@@ -327,6 +327,16 @@ TEST_F(TargetWindow, PassesOverMissingWindowsAndOtherKinds)
     EXPECT_THAT(Log(), ElementsAre("GetWindow(4)", "GetWindow(5)", "GetWindow(6)"));
 }
 
+TEST_F(TargetWindow, IsAskedForByItsWholeID)
+{
+    MvVideoWindow other = Qualifying();
+    MvVideoWindow fit = Qualifying();
+    Host().Windows[UINT_MAX] = &other;
+    Add(ULONG_MAX, &fit);
+    EXPECT_EQ(Panel->ResolveTargetVideoWindow(), &fit);
+    EXPECT_THAT(Log(), ElementsAre("GetWindow(" + std::to_string(ULONG_MAX) + ")"));
+}
+
 TEST_F(TargetWindow, FallsBackToWindow3WhateverItsState)
 {
     MvVideoWindow hidden;

@@ -126,6 +126,33 @@ TEST_F(StatusLine, StopsAtASlotThatThrowsWhenTheTextIsShownAlready)
     EXPECT_THAT(Heard, IsEmpty());
 }
 
+TEST_F(StatusLine, MayBeSetAnewByAListener)
+{
+    Panel->StatusChanged.connect(
+        [this](const std::string& Text)
+        {
+            if (Text == "Saved")
+            {
+                Panel->SetStatusTextInternal("Renamed", true);
+            }
+        });
+    Listen();
+    Panel->SetStatusTextInternal("Saved", true);
+    EXPECT_EQ(Panel->StatusText, "Renamed");
+    EXPECT_EQ(StatusLabel.Text, "Renamed");
+    EXPECT_THAT(Heard, ElementsAre("Renamed", "Saved"));
+}
+
+TEST_F(StatusLine, KeepsNulBytes)
+{
+    const std::string text("a\0b", 3);
+    Listen();
+    Panel->SetStatusTextInternal(text, true);
+    EXPECT_EQ(Panel->StatusText, text);
+    EXPECT_EQ(StatusLabel.Text, text);
+    EXPECT_THAT(Heard, ElementsAre(text));
+}
+
 TEST_F(StatusLine, CallsNothingOfTheHost)
 {
     Panel->SetStatusTextInternal("Saved", true);
