@@ -4,7 +4,6 @@
 #include "support/waitfor.h"
 
 #include <chrono>
-#include <random>
 #include <sstream>
 #include <thread>
 
@@ -96,52 +95,6 @@ TEST(ShellWord, IsSingleQuotedWithItsApostrophesOutside)
     }
 }
 
-TEST(ShellWord, IsReadBackByTheShellByteForByte)
-{
-    const TempFolder folder;
-    std::mt19937 random(7); // the same texts in every run
-    std::uniform_int_distribution<int> anyByte(1, 255);
-    std::uniform_int_distribution<std::size_t> anyLength(0, 40);
-    const std::string special = "'\"\\$`!*?~#&|;<>(){}[] \t\n-%=";
-
-    std::vector<std::string> texts = {""};
-    std::string allBytes;
-    for (int byte = 1; byte < 256; ++byte)
-    {
-        texts.emplace_back(1, static_cast<char>(byte));
-        allBytes += static_cast<char>(byte);
-    }
-    texts.push_back(allBytes);
-    texts.push_back(special + special);
-    while (texts.size() < 4000)
-    {
-        std::string text(anyLength(random), ' ');
-        const bool bSpecial = texts.size() % 2 == 0;
-        for (char& c : text)
-        {
-            const auto byte = static_cast<std::size_t>(anyByte(random));
-            c = bSpecial ? special[byte % special.size()] : static_cast<char>(byte);
-        }
-        texts.push_back(text);
-    }
-
-    // A command line holds about 128 KiB.
-    const std::filesystem::path output = folder.Path() / "output";
-    for (std::size_t begin = 0; begin < texts.size(); begin += 500)
-    {
-        std::string command = "printf '%s\\0'";
-        std::string expected;
-        for (std::size_t i = begin; i < std::min(begin + 500, texts.size()); ++i)
-        {
-            command += " " + MvClipControlPanel::ShellQuote(texts[i]);
-            expected += texts[i] + '\0';
-        }
-        command += " > " + MvClipControlPanel::ShellQuote(output);
-        ASSERT_EQ(std::system(command.c_str()), 0);
-        ASSERT_EQ(Contents(output), expected) << "texts from " << begin;
-    }
-}
-
 TEST_F(FfmpegCommand, IsThisLine)
 {
     Platform().SystemResult = 1;
@@ -155,17 +108,6 @@ TEST_F(FfmpegCommand, IsThisLine)
                             "libx264 -preset veryfast -crf 18 -pix_fmt yuv420p -c:a copy '" +
                             folder + "/recordings/clips/clip_00000_Intro.mkv' 2> '" + folder +
                             "/runtime/temp/clip-export.log'"));
-}
-
-TEST_F(FfmpegCommand, ReachesTheProgramInTheseArguments)
-{
-    ExportToTheEnd();
-    EXPECT_THAT(Ffmpeg.Arguments(),
-                ElementsAre("-y", "-hide_banner", "-loglevel", "error", "-i", Source, "-ss",
-                            "10.000", "-t", "2.000", "-map", "0:v:0?", "-map", "0:a?", "-c:v",
-                            "libx264", "-preset", "veryfast", "-crf", "18", "-pix_fmt", "yuv420p",
-                            "-c:a", "copy", Output().native()));
-    EXPECT_EQ(Ffmpeg.Runs(), 1U);
 }
 
 TEST_F(FfmpegCommand, HandsOverPathsByteForByte)
@@ -516,26 +458,6 @@ TEST_F(ExportHandOff, SetsTheStatusWithoutACore)
     EXPECT_THAT(Log(), ElementsAre("Status(" + Success + ")"));
 }
 
-TEST_F(ExportHandOff, DropsAResultAfterThePanelDiedBeforeTheJob)
-{
-    Export();
-    Panel.reset();
-    Log().clear();
-    FinishJob();
-    EXPECT_THAT(Log(), ElementsAre("EnqueueMainThread()"));
-    EXPECT_TRUE(std::filesystem::exists(Output()));
-}
-
-TEST_F(ExportHandOff, DropsAResultAfterThePanelDiedBeforeTheCallback)
-{
-    Export();
-    Host().RunJob();
-    Panel.reset();
-    Log().clear();
-    Host().RunMainThreadJob();
-    EXPECT_THAT(Log(), IsEmpty());
-}
-
 TEST_F(ExportHandOff, HoldsTheLifetimeFlagOnlyWeakly)
 {
     Export();
@@ -678,12 +600,6 @@ TEST_F(ExportHandOff, LetsThePanelWorkWhileFfmpegRunsOnItsThread)
     Host().RunMainThreadJob();
     Panel->PumpExportResult();
     EXPECT_EQ(Panel->StatusText, Success);
-}
-
-TEST_F(ExportStatusRecord, IsEmptyBeforeTheFirstExport)
-{
-    Panel->StatusText = "Saved";
-    ExpectStatus(false, "");
 }
 
 TEST_F(ExportStatusRecord, IsTheStatusLineWhileAnExportRuns)

@@ -291,16 +291,6 @@ TEST_F(ExportRequest, CountsOneGenerationForEachStart)
     EXPECT_EQ(State(), (ExportState{7, true, false, false, ""}));
 }
 
-TEST_F(ExportRequest, LeavesARunningExportAloneWhenASecondOneIsRefused)
-{
-    Export();
-    EXPECT_EQ(Export(), "Clip export already in progress.");
-    EXPECT_EQ(Host().Jobs.size(), 1U);
-    FinishJob();
-    Panel->PumpExportResult();
-    EXPECT_EQ(Panel->StatusText, "Exported clip_00000_Intro.mkv");
-}
-
 TEST_F(ExportRequest, ShowsAWaitingResultBeforeItStarts)
 {
     Export();

@@ -96,23 +96,6 @@ TEST_F(SaveRange, SelectsTheNewClipBetweenTheRowsAndTheNameInput)
     EXPECT_EQ(Table.CurrentRow, 1);
 }
 
-TEST_F(SaveRange, WritesBothRowsWhateverTheyWere)
-{
-    Table.SelectedRow = -1;
-    Table.CurrentRow = 8;
-    Save();
-    EXPECT_EQ(Table.SelectedRow, 0);
-    EXPECT_EQ(Table.CurrentRow, 0);
-}
-
-TEST_F(SaveRange, LeavesTheClipsNameInTheInput)
-{
-    NameInput.Text = "  Intro ";
-    Save();
-    EXPECT_EQ(NameInput.Text, "Intro");
-    EXPECT_FALSE(Panel->bSyncingNameInput);
-}
-
 TEST_F(SaveRange, ReachesTheInputThoughASyncWasUnderWay)
 {
     Panel->bSyncingNameInput = true;
@@ -211,12 +194,6 @@ TEST_F(SaveRange, NamesAClipByItsOrdinalWithoutAnInput)
     EXPECT_EQ(Save(), "Saved Clip 1 from holiday.mp4");
 }
 
-TEST_F(SaveRange, CountsNamedClipsToo)
-{
-    EXPECT_EQ(NameOfSaved("Intro"), "Intro");
-    EXPECT_EQ(NameOfSaved(""), "Clip 2");
-}
-
 TEST_F(SaveRange, GivesOrdinal1TwiceFromACounterOf0)
 {
     Panel->NextClipOrdinal = 0;
@@ -253,14 +230,6 @@ TEST_F(SaveRange, KeepsAnOutBeforeItsIn)
     Save();
     EXPECT_EQ(Panel->Clips[0].StartSec, 9.0);
     EXPECT_EQ(Panel->Clips[0].EndSec, -4.0);
-}
-
-TEST_F(SaveRange, KeepsAnEmptyRange)
-{
-    SetRange(9.0, 9.0);
-    Save();
-    EXPECT_EQ(Panel->Clips[0].StartSec, 9.0);
-    EXPECT_EQ(Panel->Clips[0].EndSec, 9.0);
 }
 
 TEST_F(SaveRange, LabelsTheSourceByItsFileName)
@@ -337,12 +306,4 @@ TEST_F(SaveRange, SavesWithoutAModel)
     EXPECT_EQ(Save(), "Saved Clip 1 from holiday.mp4");
     EXPECT_THAT(Panel->Clips, SizeIs(1));
     EXPECT_EQ(Table.SelectedRow, 0);
-}
-
-TEST_F(SaveRange, LeavesTheLiveLabelsAlone)
-{
-    Save();
-    EXPECT_EQ(SourceLabel.Text, "");
-    EXPECT_EQ(RangeLabel.Text, "");
-    EXPECT_EQ(MarkersLabel.Text, "");
 }

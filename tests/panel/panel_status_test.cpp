@@ -69,15 +69,6 @@ TEST_F(StatusLine, MayBeSetToItself)
     EXPECT_THAT(Heard, ElementsAre(std::string(100, 'x')));
 }
 
-TEST_F(StatusLine, MayBeEmpty)
-{
-    Listen();
-    Panel->SetStatusTextInternal("Saved", true);
-    Panel->SetStatusTextInternal("", true);
-    EXPECT_EQ(StatusLabel.Text, "");
-    EXPECT_THAT(Heard, ElementsAre("Saved", ""));
-}
-
 TEST_F(StatusLine, IsStoredAndShownBeforeItIsAnnounced)
 {
     Panel->StatusChanged.connect(
@@ -151,10 +142,4 @@ TEST_F(StatusLine, KeepsNulBytes)
     EXPECT_EQ(Panel->StatusText, text);
     EXPECT_EQ(StatusLabel.Text, text);
     EXPECT_THAT(Heard, ElementsAre(text));
-}
-
-TEST_F(StatusLine, CallsNothingOfTheHost)
-{
-    Panel->SetStatusTextInternal("Saved", true);
-    EXPECT_THAT(Log(), IsEmpty());
 }

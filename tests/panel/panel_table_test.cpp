@@ -200,22 +200,6 @@ TEST_F(TableRows, AreSixTextsForEachClipInOrder)
                     ElementsAre("Outro", "01:01", "01:02", "00:01", "Amber", "holiday.mp4")));
 }
 
-TEST_F(TableRows, ReplaceAllEarlierRows)
-{
-    Panel->TableModel->Rows = {{"old"}, {"old"}, {"old"}};
-    AddClip("new");
-    Panel->RebuildTableModel();
-    ASSERT_THAT(Panel->TableModel->Rows, SizeIs(1));
-    EXPECT_EQ(Panel->TableModel->Rows[0][0], "new");
-}
-
-TEST_F(TableRows, AreGoneWithTheClips)
-{
-    Panel->TableModel->Rows = {{"old"}};
-    Panel->RebuildTableModel();
-    EXPECT_THAT(Panel->TableModel->Rows, IsEmpty());
-}
-
 TEST_F(TableRows, LeaveTheHeadersAlone)
 {
     Panel->TableModel->Headers = {"mine"};
@@ -248,16 +232,6 @@ TEST_F(TableRows, AreSetBeforeTheColumnsAreLaidOut)
     Panel->RebuildTableModel();
     EXPECT_THAT(Log(), ElementsAre("SetRows(1)", "ScaleTextPx(14, 8, 220)", "GetCellWidth(14)",
                                    "SetColumnFractions()"));
-}
-
-TEST_F(TableRows, LeaveTheSelectionAlone)
-{
-    AddClip("a");
-    Table.SelectedRow = 5;
-    Table.CurrentRow = 4;
-    Panel->RebuildTableModel();
-    EXPECT_EQ(Table.SelectedRow, 5);
-    EXPECT_EQ(Table.CurrentRow, 4);
 }
 
 TEST_F(TableRows, NeedAModelAndLayNothingOutWithoutOne)
