@@ -41,7 +41,7 @@ TimelineState WithRange(double StartSec, double EndSec)
 
 TimelineClip Clip(int Row, double StartSec, double EndSec)
 {
-    return {Row, QString("Clip %1").arg(Row), Qt::green, StartSec, EndSec, false};
+    return {Row, QString("Clip %1").arg(Row), Qt::green, StartSec, EndSec};
 }
 
 TimelineState WithClips(const QList<TimelineClip>& Clips)
@@ -558,8 +558,9 @@ private Q_SLOTS:
         {
             clips.push_back(Clip(row, 2.0, 8.0));
         }
-        clips[0].bSelected = true;
-        pTimeline->SetState(WithClips(clips));
+        TimelineState state = WithClips(clips);
+        state.SelectedRow = 0;
+        pTimeline->SetState(state);
         Click(OnLane(0, 5.0));
         QCOMPARE(pPicks->at(0).at(0).toInt(), 0);
     }
@@ -829,8 +830,9 @@ private Q_SLOTS:
     {
         TimelineClip clip = Clip(0, 5.0, 10.0);
         clip.Color = QColor(250, 143, 56);
-        clip.bSelected = true;
-        pTimeline->SetState(WithClips({clip}));
+        TimelineState state = WithClips({clip});
+        state.SelectedRow = 0;
+        pTimeline->SetState(state);
         const QPoint place = OnLane(0, 9.5);
         QCOMPARE(Picture(*pTimeline, 1.0).pixelColor(place), clip.Color);
         QVERIFY(Picture(*pTimeline, 1.0).pixelColor(OnLane(0, 10.5)) != clip.Color);

@@ -332,6 +332,8 @@ template <typename Action> void Commands::RunPanelAction(Action Act)
     }
     catch (const std::exception& error)
     {
+        // It may have changed a clip and not come to the rebuild of the table, which moves the revision.
+        panel.TableModel->MarkChanged();
         panel.SetStatusTextInternal(SentenceOf(error), true);
     }
     if (panel.Clips.size() != count)

@@ -71,12 +71,12 @@ void TimelineWidget::SetState(const TimelineState& NewState)
     }
 }
 
-// A state that names the same clips, as a playing one does, keeps their lanes.
+// The same clips keep their lanes.
 void TimelineWidget::TakeMarking(const TimelineState& NewState)
 {
     const bool bSourceChanged = NewState.DurationSec != Shown.DurationSec;
-    const bool bClipsChanged = NewState.Clips != Shown.Clips;
-    const bool bMarkersChanged = NewState.Markers != Shown.Markers;
+    const bool bClipsChanged = !NewState.Clips.isSharedWith(Shown.Clips);
+    const bool bMarkersChanged = !NewState.Markers.isSharedWith(Shown.Markers);
     Shown = NewState;
     View.SetSource(Shown.DurationSec, Shown.FramesPerSecond);
     if (bClipsChanged)
