@@ -46,7 +46,7 @@ VideoPane::VideoPane(Session& NewRunning,
     layout->addWidget(pTimeline);
     setFocusProxy(pTimeline);
 
-    connect(pTransport, &TransportBar::VolumeEdited, &Target, &Commands::SetVolume);
+    connect(pTransport, &TransportBar::VolumeEdited, &Running, &Session::SetVolume);
     connect(pTransport, &TransportBar::SpeedPicked, &Target, &Commands::SetSpeed);
     connect(pTimeline, &TimelineWidget::SeekRequested, &Target, &Commands::SeekTo);
     connect(pTimeline, &TimelineWidget::ClipPicked, &Target, &Commands::SelectClip);
@@ -54,7 +54,7 @@ VideoPane::VideoPane(Session& NewRunning,
             [&Target](int Row)
             {
                 Target.SelectClip(Row);
-                Target.LoadClip();
+                Target.Run(ActionId::LoadClip);
             });
     connect(pTimeline, &TimelineWidget::RangeEdited, this,
             [this](double StartSec, double EndSec)

@@ -287,7 +287,7 @@ private Q_SLOTS:
         DesktopStage stage;
         QTRY_COMPARE(FramesIn(stage, 100), 0);
         stage.PlayerError = "No player here.";
-        stage.Acts.NewVideoWindow();
+        stage.Acts.Run(ActionId::NewVideoWindow);
         QTRY_COMPARE(stage.Status(), "No player here.");
         QCOMPARE(stage.Program.Windows().size(), std::size_t{1});
     }
@@ -517,8 +517,8 @@ private Q_SLOTS:
             stage.Main().setGeometry(60, 70, 1200, 800);
             auto* const splitter = stage.Main().findChild<QSplitter*>();
             splitter->setSizes({600, 600});
-            stage.Acts.SetVolume(35.0);
-            stage.Acts.ToggleMute();
+            stage.Running.SetVolume(35.0);
+            stage.Acts.Run(ActionId::Mute);
             stage.Settle();
             geometry = stage.Main().geometry();
             sizes = splitter->sizes();
@@ -701,7 +701,7 @@ private Q_SLOTS:
         stage.Settle();
         QCOMPARE(drawn.SelectedRow, 99);
         QVERIFY(drawn.Clips.isSharedWith(before));
-        stage.Acts.DeleteClip();
+        stage.Acts.Run(ActionId::DeleteClip);
         stage.Settle();
         QCOMPARE(drawn.Clips.size(), qsizetype{99});
     }
@@ -714,7 +714,7 @@ private Q_SLOTS:
         stage.Save(0.0, 1.0, "Clip");
         stage.Panel().Clips[0].SourcePath = std::string(5000, 'x'); // no file system takes it
         const std::uint64_t before = ClipsRevision(stage.Panel());
-        stage.Acts.JumpToIn();
+        stage.Acts.Run(ActionId::JumpToIn);
         stage.Settle();
         QVERIFY(ClipsRevision(stage.Panel()) > before);
         QCOMPARE(stage.Main().Pane().Timeline().State().Clips.size(), qsizetype{0});
