@@ -30,6 +30,7 @@ struct TimelineRows
     double InsetPx = 0.0; ///< free at the left and right, so that grips at the ends stay whole
     int LaneCount = 1;
 
+    bool operator==(const TimelineRows&) const = default;
     QRectF Lane(int Index) const;
 };
 

@@ -348,20 +348,30 @@ void PaintFocus(QPainter& Painter, const TimelinePicture& Picture)
 }
 } // namespace
 
-void PaintTimeline(QPainter& Painter, const TimelinePicture& Picture)
+void PaintMarking(QPainter& Painter, const TimelinePicture& Picture)
 {
     Painter.save();
     Painter.setFont(Theme::SmallFont());
     PaintGround(Painter, Picture);
     if (!Picture.Scale.IsEmpty())
     {
-        PaintRuler(Painter, Picture);
         PaintRangeBand(Painter, Picture);
         PaintMarkers(Painter, Picture);
         PaintClips(Painter, Picture);
         PaintRangeEnds(Painter, Picture);
         PaintPending(Painter, Picture, RangeEnd::In, Picture.State.PendingInSec);
         PaintPending(Painter, Picture, RangeEnd::Out, Picture.State.PendingOutSec);
+    }
+    Painter.restore();
+}
+
+void PaintHands(QPainter& Painter, const TimelinePicture& Picture)
+{
+    Painter.save();
+    Painter.setFont(Theme::SmallFont());
+    if (!Picture.Scale.IsEmpty())
+    {
+        PaintRuler(Painter, Picture);
         PaintPlayhead(Painter, Picture);
         PaintHover(Painter, Picture);
     }
