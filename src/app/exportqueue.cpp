@@ -223,6 +223,7 @@ void ExportQueue::Pump()
         Entries.pop_front();
         if (std::exchange(bStopFirst, false))
         {
+            Next.emit(entry);
             UserPanel.SetStatusTextInternal(StoppedText, true);
             Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, StoppedText});
         }

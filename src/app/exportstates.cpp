@@ -65,6 +65,20 @@ bool ExportStates::HasFile(std::size_t Index) const
            AreSame(outcome->Exported, Clips[Index]);
 }
 
+// Of one that neither waits nor runs.
+ExportState ExportStates::StateOf(const Outcome& Last, int Row) const
+{
+    if (!Last.Reason.empty())
+    {
+        return ExportState::Failed;
+    }
+    if (Last.Path.empty())
+    {
+        return ExportState::None;
+    }
+    return HasFile(static_cast<std::size_t>(Row)) ? ExportState::Done : ExportState::Outdated;
+}
+
 ClipExport ExportStates::Of(int Row) const
 {
     ClipExport shown;
@@ -87,14 +101,10 @@ ClipExport ExportStates::Of(int Row) const
     {
         shown.State = ExportState::Queued;
     }
-    else if (!shown.Reason.empty())
+    else if (entry->pOutcome != nullptr)
     {
-        shown.State = ExportState::Failed;
-    }
-    else if (!shown.Path.empty())
-    {
-        shown.State =
-            HasFile(static_cast<std::size_t>(Row)) ? ExportState::Done : ExportState::Outdated;
+        shown.bStopped = entry->pOutcome->bStopped;
+        shown.State = StateOf(*entry->pOutcome, Row);
     }
     return shown;
 }
@@ -150,7 +160,7 @@ void ExportStates::EndDone(const std::string& Path)
 {
     if (Outcome* const outcome = End())
     {
-        *outcome = {.Path = Path, .Exported = std::move(RunningClip), .Reason = {}};
+        *outcome = {.Path = Path, .Exported = std::move(RunningClip)};
     }
 }
 
@@ -159,12 +169,16 @@ void ExportStates::EndFailed(const std::string& Reason)
     if (Outcome* const outcome = End())
     {
         outcome->Reason = Reason;
+        outcome->bStopped = false;
     }
 }
 
 void ExportStates::EndStopped()
 {
-    End();
+    if (Outcome* const outcome = End())
+    {
+        outcome->bStopped = true;
+    }
 }
 
 // -- Counts

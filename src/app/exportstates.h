@@ -31,6 +31,7 @@ struct ClipExport
     double Fraction = 0.0;   ///< from 0 to 1 while it runs
     std::string Path = {};   ///< the last whole file, any bytes; empty without one
     std::string Reason = {}; ///< the panel's message where the last export failed, else empty
+    bool bStopped = false;   ///< an export after that was stopped by the user
 
     bool operator==(const ClipExport&) const = default;
 };
@@ -72,7 +73,7 @@ public:
     void EndDone(const std::string& Path);
     /// without one,
     void EndFailed(const std::string& Reason);
-    /// or by the user's wish: the clip is again what it was before.
+    /// or by the user's wish: the clip is again what it was before, and stopped.
     void EndStopped();
 
     /// Whether an export of what the clip is now waits or runs.
@@ -88,9 +89,10 @@ public:
 private:
     struct Outcome
     {
-        std::string Path;   ///< empty without a file
-        SavedClip Exported; ///< what the file holds
-        std::string Reason; ///< empty after a success
+        std::string Path = {};   ///< empty without a file
+        SavedClip Exported = {}; ///< what the file holds
+        std::string Reason = {}; ///< empty after a success
+        bool bStopped = false;
     };
     struct Entry
     {
@@ -102,6 +104,7 @@ private:
     Entry* Find(ClipID ID);
     const Entry* EntryAt(int Index) const;
     bool HasFile(std::size_t Index) const;
+    ExportState StateOf(const Outcome& Last, int Row) const;
     Outcome* End();
 
     const std::vector<SavedClip>& Clips;

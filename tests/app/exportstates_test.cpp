@@ -51,6 +51,13 @@ protected:
         States.EndDone(Path);
     }
 
+    void Stop(int Row)
+    {
+        States.Queue(Row);
+        States.Begin(States.IdOf(Row));
+        States.EndStopped();
+    }
+
     std::vector<SavedClip> Clips = {NewClip("A"), NewClip("B"), NewClip("C")};
     ExportStates States{Clips};
 };
@@ -105,17 +112,32 @@ TEST_F(ExportStatesTest, AFailureKeepsItsReasonAndTheEarlierFile)
     EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = "/clips/a2.mkv"}));
 }
 
-TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBefore)
+TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBeforeAndSaysThatItWasStopped)
 {
     Export(0, "/clips/a.mkv");
     for (const int row : {0, 1})
     {
-        const ClipExport before = States.Of(row);
+        ClipExport expected = States.Of(row);
+        expected.bStopped = true;
+        Stop(row);
+        EXPECT_EQ(States.Of(row), expected);
         States.Queue(row);
-        States.Begin(States.IdOf(row));
-        States.EndStopped();
-        EXPECT_EQ(States.Of(row), before);
+        EXPECT_FALSE(States.Of(row).bStopped);
+        States.Withdraw(States.IdOf(row));
+        EXPECT_EQ(States.Of(row), expected);
     }
+}
+
+TEST_F(ExportStatesTest, AStopIsForgottenWhenAnotherExportEnds)
+{
+    Stop(0);
+    Export(0, "/clips/a.mkv");
+    EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = "/clips/a.mkv"}));
+    Stop(0);
+    States.Queue(0);
+    States.Begin(States.IdOf(0));
+    States.EndFailed("Clip export failed.");
+    EXPECT_FALSE(States.Of(0).bStopped);
 }
 
 TEST_F(ExportStatesTest, AWithdrawnOneIsWhatItWasBefore)

@@ -829,6 +829,35 @@ private Q_SLOTS:
         QCOMPARE(stage.StateOf(0), ExportState::None);
     }
 
+    void ARowSaysThatItsExportWasStopped()
+    {
+        SlowStage stage;
+        const auto stop = [&]
+        {
+            stage->Press(Qt::Key_E);
+            QTRY_VERIFY(stage->Exports().Running() != nullptr);
+            stage->Acts.StopExport();
+            QTRY_VERIFY(!stage.IsRunning());
+        };
+        stop();
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro, export stopped");
+        stage.LetItFail();
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage.IsRunning());
+        stop();
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole),
+                 "Intro, Clip export failed: disk full (last export stopped)");
+        stage.LetItEnd();
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage.IsRunning());
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro, exported");
+        stage->Panel().Clips[0].EndSec = 1.5;
+        stop();
+        QCOMPARE(stage.StateOf(0), ExportState::Outdated);
+        QCOMPARE(stage.NameText(0, Qt::ToolTipRole),
+                 "<span>Intro<br>changed since its export (last export stopped)</span>");
+    }
+
     void TheButtonKeepsTheKeyboardFromOneExportToTheNext()
     {
         QueueStage stage;
@@ -851,6 +880,11 @@ private Q_SLOTS:
         QTRY_VERIFY(!stage.IsRunning());
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(!stage.HasOutput());
+        // Also before the panel was asked.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
+        stage->Acts.StopExport();
+        QTRY_VERIFY(!stage.IsRunning());
+        QCOMPARE(stage.StateOf(0), ExportState::None);
     }
 
     void AnExportAfterAStoppedOneSucceeds()
