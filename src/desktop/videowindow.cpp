@@ -136,8 +136,9 @@ void VideoWindow::MakeMenus()
             connect(menu, &QMenu::aboutToShow, this,
                     [this]
                     {
-                        const int row = Running.Panel().SelectedClipIndex();
-                        Actions.EnableFor(Running.Exports().States().Of(row));
+                        Actions.EnableFor(Running.Exports().States(),
+                                          Running.Panel().SelectedClipIndex(),
+                                          Running.Records().SelectedRows);
                     });
         }
         menu->addAction(Actions.Get(info.Id));

@@ -599,6 +599,25 @@ private Q_SLOTS:
         QVERIFY(!std::filesystem::exists(stage.FileOf("Middle")));
     }
 
+    void AllSelectedClipsThatWaitAreRemovedFromTheQueue()
+    {
+        using enum ExportState;
+        QueueStage stage;
+        stage->Save(0.0, 2.0, "Last");
+        stage->Press(Qt::Key_E);
+        stage.ClickRow(3);
+        stage.ClickRow(2, Qt::ControlModifier);
+        stage.ClickRow(0, Qt::ControlModifier); // the current one, which runs
+        QVERIFY(stage.ChooseInMenu("Remove from queue").contains("Remove from queue"));
+        QTRY_COMPARE(stage.StateOf(3), None);
+        QCOMPARE(stage.States(), std::vector({Running, Queued, None}));
+        stage.ClickRow(2);
+        stage.ClickRow(3, Qt::ControlModifier);
+        QVERIFY(!stage.ChooseInMenu().contains("Remove from queue"));
+        stage->Acts.StopAllExports();
+        QTRY_VERIFY(!stage.IsRunning());
+    }
+
     void AClipIsExportedAgainAlone()
     {
         ExportStage stage;

@@ -87,7 +87,7 @@ constexpr auto Table = std::to_array<ActionInfo>({
     {ExportAgain, Group::Clips, "Export again", "", "Writes the clip to another file.",
      &Commands::ExportAgain},
     {RemoveFromQueue, Group::Clips, "Remove from queue", "",
-     "Takes the clip's waiting export back.", &Commands::RemoveFromQueue},
+     "Takes back the waiting exports of the selected clips.", &Commands::RemoveFromQueue},
     {StopExport, Group::Clips, "Stop export", "Ctrl+Shift+E",
      "Stops the running export and removes its unfinished file.", &Commands::StopExport},
     {StopAllExports, Group::Clips, "Stop all exports", "Ctrl+Alt+E",

@@ -388,7 +388,8 @@ void Commands::JumpToOut()
     RunSeekingAction(&MvClipControlPanel::JumpOutSelectedClip, true);
 }
 
-void Commands::ExportClip()
+// Also where it is one.
+std::vector<int> Commands::SelectedRows() const
 {
     std::vector<int> rows = Running.Records().SelectedRows;
     const int row = Running.Panel().SelectedClipIndex();
@@ -396,7 +397,12 @@ void Commands::ExportClip()
     {
         rows.push_back(row);
     }
-    RunPanelAction([&](MvClipControlPanel&) { Running.Exports().Export(rows); });
+    return rows;
+}
+
+void Commands::ExportClip()
+{
+    RunPanelAction([this](MvClipControlPanel&) { Running.Exports().Export(SelectedRows()); });
 }
 
 void Commands::ExportAll()
@@ -416,7 +422,7 @@ void Commands::ExportAgain()
 
 void Commands::RemoveFromQueue()
 {
-    Running.Exports().RemoveFromQueue(Running.Panel().SelectedClipIndex());
+    Running.Exports().RemoveFromQueue(SelectedRows());
 }
 
 void Commands::StopExport()

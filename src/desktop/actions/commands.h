@@ -8,6 +8,7 @@
 #include <QObject>
 
 #include <string>
+#include <vector>
 
 class MvClipControlPanel;
 class Session;
@@ -121,6 +122,7 @@ private:
     void SetTextScale(double Scale);
     void SelectClipBeside(int Step);
     template <typename Action> void RunPanelAction(Action Act);
+    std::vector<int> SelectedRows() const;
     std::string FileOfSelectedClip();
     void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
 

@@ -400,7 +400,7 @@ void ClipPanelWidget::ShowRowMenu(const QPoint& GlobalPos)
 {
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    Actions.EnableFor(States.Of(Panel.SelectedClipIndex()));
+    Actions.EnableFor(States, Panel.SelectedClipIndex(), Records.SelectedRows);
     using enum ActionId;
     for (const auto& group : {std::vector{LoadClip, JumpToIn, JumpToOut},
                               {OpenClipFile, OpenClipFolder, CopyClipPath},

@@ -31,8 +31,8 @@ public:
     void Export(std::vector<int> Rows);
     /// Exports each clip whose file is missing or outdated.
     void ExportAll();
-    /// Takes the waiting exports of the clip in a row out of the queue.
-    void RemoveFromQueue(int Row);
+    /// Takes the waiting exports of the clips in these rows out of the queue.
+    void RemoveFromQueue(const std::vector<int>& Rows);
     void Stop() { Queue.Stop(); } ///< the running export; the next one follows
     void StopAll();               ///< and all that wait
     /// As ExportStates::Follow.
