@@ -136,6 +136,7 @@ void VideoWindow::MakeMenus()
             connect(menu, &QMenu::aboutToShow, this,
                     [this]
                     {
+                        CheckExportedFiles();
                         Actions.EnableFor(Running.Exports().States(),
                                           Running.Panel().SelectedClipIndex(),
                                           Running.Records().SelectedRows);
@@ -149,6 +150,24 @@ void VideoWindow::MakeMenus()
             pRecentMenu->setEnabled(false);
         }
         previous = &info;
+    }
+}
+
+// The user may come from a file manager.
+bool VideoWindow::event(QEvent* pEvent)
+{
+    if (pEvent->type() == QEvent::WindowActivate)
+    {
+        CheckExportedFiles();
+    }
+    return QMainWindow::event(pEvent);
+}
+
+void VideoWindow::CheckExportedFiles()
+{
+    if (Running.Exports().CheckFiles())
+    {
+        Running.RequestFrame();
     }
 }
 

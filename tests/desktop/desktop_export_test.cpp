@@ -93,6 +93,15 @@ struct ExportStage
         pStage->Settle();
         return enabled.join(", ");
     }
+    /// Does something while another program has the keyboard.
+    template <typename Work> void GoElsewhere(Work Do)
+    {
+        QWidget other;
+        other.show();
+        pStage->Activate(other);
+        Do();
+        pStage->Activate(pStage->Main());
+    }
     std::filesystem::path Output() const
     {
         return Environment().ClipsFolder() / "clip_00000_Intro.mkv";
@@ -646,8 +655,58 @@ private Q_SLOTS:
         stage.ChooseInMenu("Open folder");
         QTRY_COMPARE(opener.Lines().value(0), address.left(address.lastIndexOf('/')));
         std::filesystem::remove(stage.Output());
-        stage.ChooseInMenu("Open file");
+        stage->Acts.OpenClipFile();
+        stage->Settle();
         QCOMPARE(stage->Status(), "The clip has no file: export it.");
+    }
+
+    void TheMenuKnowsThatAFileHasGone()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        std::filesystem::remove(stage.Output());
+        QCOMPARE(stage.ChooseInMenu(), "Load, To In, To Out, Export, Edit name, Delete");
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro");
+    }
+
+    void AFileThatHasGoneIsSeenWhenTheWindowIsActiveAgain()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        stage.GoElsewhere([&] { std::filesystem::remove(stage.Output()); });
+        QTRY_COMPARE(stage.StateOf(0), ExportState::None);
+        stage->Press(Qt::Key_E, Qt::ShiftModifier);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QVERIFY(stage.HasOutput());
+    }
+
+    void AVideoThatWasRewrittenIsSeenWhenTheWindowIsActiveAgain()
+    {
+        ExportStage stage;
+        const std::filesystem::path source = stage.Folder.Path() / "source.mp4";
+        std::filesystem::copy_file(Environment().One(), source);
+        QVERIFY(stage->OpenFile(source));
+        stage->Acts.DeleteClip();
+        stage->Save(0.0, 1.0, "Intro");
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        QCOMPARE(stage.StateOf(0), ExportState::Done);
+        stage.GoElsewhere([] {});
+        QCOMPARE(stage.StateOf(0), ExportState::Done);
+        stage.GoElsewhere(
+            [&]
+            {
+                std::filesystem::last_write_time(source, std::filesystem::last_write_time(source) +
+                                                             std::chrono::seconds(1));
+            });
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Outdated);
+        QTRY_VERIFY(stage.NameText(0, Qt::ToolTipRole).contains("changed since its export"));
+        stage->Press(Qt::Key_E, Qt::ShiftModifier);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QCOMPARE(stage.Ffmpeg.Runs(), std::size_t{2});
     }
 
     void EachStateHasAPictureOfItsOwn()

@@ -93,6 +93,7 @@ void ClipExports::Export(std::vector<int> Rows)
 
 void ClipExports::ExportAll()
 {
+    ClipStates.CheckFiles();
     const std::vector<int> rows = ClipStates.RowsToExport();
     if (rows.empty() && !Panel.Clips.empty() && !IsRunning())
     {

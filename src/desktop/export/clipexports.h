@@ -35,6 +35,8 @@ public:
     void RemoveFromQueue(const std::vector<int>& Rows);
     void Stop() { Queue.Stop(); } ///< the running export; the next one follows
     void StopAll();               ///< and all that wait
+    /// As ExportStates::CheckFiles.
+    bool CheckFiles() { return ClipStates.CheckFiles(); }
     /// As ExportStates::Follow.
     void Follow(int ActedOnRow) { ClipStates.Follow(ActedOnRow); }
 
