@@ -30,6 +30,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds LookEvery{250};
 constexpr milliseconds LookEveryWhileStopping{20};
 constexpr milliseconds StopGrace{5000};
+// A front that has not connected by then can't be told.
+constexpr milliseconds ConnectGrace{1000};
 // What the end of the program waits for: the grace period, and the panel's result after it.
 constexpr milliseconds ShutdownTime{10000};
 
@@ -171,19 +173,22 @@ void ExportQueue::StopAll()
     RequestFrame();
 }
 
-// The encoder may not be there yet when the stop is asked for, so this is tried again with each look.
+// The encoder may not be there yet when the stop is asked for, so this is tried again with each look. /proc is
+// searched for it only where no front can be asked.
 void ExportQueue::PressStop()
 {
-    pEncoder->Collect();
     if (Now() - StopAt >= StopGrace)
     {
         pEncoder->Kill();
+        return;
     }
-    else if (!bAskedToEnd && pSocket != nullptr && pSocket->SendStop(Current->OutputPath.native()))
+    if (pSocket != nullptr && (bAskedToEnd || Now() - StopAt < ConnectGrace))
     {
-        bAskedToEnd = true;
+        bAskedToEnd = bAskedToEnd || pSocket->SendStop(Current->OutputPath.native());
+        return;
     }
-    else if (!bAskedToEnd && !pEncoder->IsEmpty())
+    pEncoder->Collect();
+    if (!bAskedToEnd && !pEncoder->IsEmpty())
     {
         bAskedToEnd = true;
         pEncoder->Signal(SIGTERM);
@@ -218,6 +223,7 @@ void ExportQueue::Pump()
         Entries.pop_front();
         if (std::exchange(bStopFirst, false))
         {
+            Next.emit(entry);
             UserPanel.SetStatusTextInternal(ExportStoppedText, true);
             Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, ExportStoppedText});
         }
@@ -304,7 +310,7 @@ void ExportQueue::Look()
     {
         PressStop();
     }
-    else
+    else if (pSocket == nullptr)
     {
         // Known before a signal to the whole process group ends the shell above it.
         pEncoder->Collect();

@@ -120,6 +120,7 @@ private:
     std::unique_ptr<SourceFile> Source;
     std::optional<EncoderPlan> ChildPlan;
     std::unique_ptr<FfmpegChild> Child;
+    std::optional<ExportMessage> Told; // how far it is
     std::string Errors; // the first line that says something, and what follows in one piece
     std::string LastErrors;
     bool bFullDisk = false; // ffmpeg has spoken of it, in whichever line
@@ -200,6 +201,7 @@ int EncoderRun::Run()
         }
         status = Child->Wait();
     }
+    Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
     if (const std::string failure = FailureSentence(status); !failure.empty())
     {
         return Fail(failure);
@@ -271,7 +273,7 @@ EncoderPlan EncoderRun::MakePlan()
 // Until ffmpeg has ended; false where a stop came first.
 bool EncoderRun::Follow()
 {
-    EncoderProgress progress(Command, *ChildPlan, Source->Facts().DeclaredSec);
+    EncoderProgress progress(Command, *ChildPlan, Source->Facts().DeclaredSec, Told);
     auto reported = std::chrono::steady_clock::now() - ReportEvery;
     std::array<pollfd, 5> watched = {{{StopSignals.Get(), POLLIN, 0},
                                       {Link.Fd(), POLLIN, 0},
@@ -290,7 +292,6 @@ bool EncoderRun::Follow()
         progress.Take(ReadAll(Child->ProgressFd()));
         if (bEnded)
         {
-            Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
             return true;
         }
         for (pollfd& pipe : {std::ref(watched[2]), std::ref(watched[3])})
@@ -305,7 +306,8 @@ bool EncoderRun::Follow()
             {
                 progress.TakeReadPart(ReadPartOf(Command.SourcePath, Child->Pid()).value_or(0.0));
             }
-            Link.Send(progress.Message());
+            Told = progress.Message();
+            Link.Send(*Told);
             reported = now;
         }
     }
