@@ -19,8 +19,8 @@ std::int64_t FirstMarginMs(SeekTrust Trust)
     case SeekTrust::ByKeyFrame:
         return 30'000; // longer than the groups of pictures of usual broadcasts and cameras
     case SeekTrust::FromKeyFrame:
-        // The index leads to a key frame, and what is stored before that is not read. Sound may be
-        // stored this much ahead of the picture that it belongs to.
+        // The index leads to a key frame, and what is stored before that is not read. In most
+        // files sound is stored less than this ahead of its picture.
         return 5000;
     case SeekTrust::Exact:
     case SeekTrust::None:
@@ -64,7 +64,7 @@ std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes)
 
 Cut ChooseCut(SeekTrust Trust,
               std::int64_t InMs,
-              const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame)
+              const std::function<bool(std::int64_t SeekMs)>& HoldsAll)
 {
     if (Trust == SeekTrust::None || InMs < MinSeekMs)
     {
@@ -77,7 +77,7 @@ Cut ChooseCut(SeekTrust Trust,
     for (std::int64_t marginMs = FirstMarginMs(Trust); InMs - marginMs >= MinSeekMs;
          marginMs = std::max(2 * marginMs, MinMarginMs))
     {
-        if (HasKeyFrame(InMs - marginMs - restMs))
+        if (HoldsAll(InMs - marginMs - restMs))
         {
             return {marginMs + restMs};
         }

@@ -17,9 +17,7 @@ enum class SeekTrust
     None,         ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
     ByKeyFrame,   ///< where a key frame is read between the place and In: MPEG-TS
     FromKeyFrame, ///< where the place has a key frame at or before it: Matroska and WebM
-    /// The same without a margin: MP4 and MOV, FLV, ASF. Where the pieces of an MP4 are found by the
-    /// times of decoding, the pictures shown before a key frame would be missing.
-    Exact,
+    Exact,        ///< the same without a margin: MP4 and MOV, FLV, ASF
 };
 
 /// The trust in a container by its name in libavformat.
@@ -42,9 +40,9 @@ struct Cut
 
 /// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
 ///
-/// HasKeyFrame  tells whether the first key frame of the picture that is read after a seek to the given
-///              time (milliseconds) is where the trust wants it. Where it is not, the margin is doubled, until the beginning of the file is
-///              reached.
+/// HoldsAll     tells whether what is read after a seek to the given time (milliseconds) is all that the clip
+///              needs: the picture's first key frame is where the trust wants it, and no sound is missing. Where
+///              not, the margin is doubled, until the beginning of the file is reached.
 Cut ChooseCut(SeekTrust Trust,
               std::int64_t InMs,
-              const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame);
+              const std::function<bool(std::int64_t SeekMs)>& HoldsAll);

@@ -191,7 +191,7 @@ int EncoderRun::Run()
         LacksSound(ReadClip(Name->PartFd()), Command, *Source))
     {
         Child.reset();
-        if (!StartChild({{}, plan.bPad}))
+        if (!StartChild({{}, plan.bPad, plan.bOwnTimes}))
         {
             return Fail(ChildFailure(0));
         }
@@ -244,7 +244,7 @@ EncoderPlan EncoderRun::MakePlan()
     const SourceFacts& facts = Source->Facts();
     const SeekTrust trust = TrustInFormat(facts.Format);
     std::optional<bool> steady;
-    const auto hasKeyFrame = [&](std::int64_t SeekMs)
+    const auto holdsAll = [&](std::int64_t SeekMs)
     {
         if (trust == SeekTrust::ByKeyFrame && !steady.has_value())
         {
@@ -254,20 +254,15 @@ EncoderPlan EncoderRun::MakePlan()
         {
             return false;
         }
-        if (!facts.VideoStream.has_value())
-        {
-            return trust == SeekTrust::Exact;
-        }
-        const std::int64_t latestMs = trust == SeekTrust::ByKeyFrame ? Command.InMs : SeekMs;
-        const std::optional<double> keySec =
-            Source->FirstKeyFrameSec(static_cast<double>(SeekMs) / 1000.0);
-        return keySec.has_value() && *keySec <= static_cast<double>(latestMs) / 1000.0;
+        const double seekSec = static_cast<double>(SeekMs) / 1000.0;
+        const double inSec = static_cast<double>(Command.InMs) / 1000.0;
+        return Source->HoldsAll(seekSec, trust == SeekTrust::ByKeyFrame ? inSec : seekSec, inSec);
     };
     const bool bOdd = (facts.WidthPx | facts.HeightPx) % 2 != 0;
     const bool bOwnTimes =
         Source->HasCrowdedPictures(static_cast<double>(Command.InMs) / 1000.0,
                                    static_cast<double>(Command.InMs + Command.LengthMs) / 1000.0);
-    return {ChooseCut(trust, Command.InMs, hasKeyFrame), bOdd, bOwnTimes};
+    return {ChooseCut(trust, Command.InMs, holdsAll), bOdd, bOwnTimes};
 }
 
 // Until ffmpeg has ended; false where a stop came first.

@@ -15,6 +15,7 @@ extern "C"
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <set>
 #include <string_view>
 
@@ -22,6 +23,9 @@ namespace
 {
 // Pictures are stored up to this much away from the order of their times.
 constexpr double ReorderSec = 2.0;
+// Where streams begin further apart than 10 s, ffmpeg takes the later ones for a clock that has jumped
+// ("-dts_delta_threshold"); half of that is far more than any broadcast has.
+constexpr double JumpSec = 5.0;
 // As many pictures as H.264 and HEVC may hold back (16), and the one itself.
 constexpr std::size_t MaxReorderedPictures = 17;
 
@@ -235,20 +239,57 @@ std::optional<SourceFile::Piece> SourceFile::Read()
     return piece;
 }
 
-std::optional<double> SourceFile::FirstKeyFrameSec(double SeekSec)
+bool SourceFile::HoldsAll(double SeekSec, double LatestKeySec, double InSec)
 {
-    if (!Known.VideoStream.has_value() || !Seek(SeekSec))
+    if (!Seek(SeekSec))
     {
-        return std::nullopt;
+        return false;
     }
-    for (std::optional<Piece> piece = Read(); piece.has_value(); piece = Read())
+    std::set<int> awaited;
+    for (const int stream : Known.SoundStreams)
     {
-        if (piece->Stream == *Known.VideoStream && piece->bKey)
+        const std::optional<double> endSec = DeclaredStreamEndSec(*pFile->streams[stream]);
+        if (!endSec.has_value() || *endSec - StartSec >= SeekSec)
         {
-            return piece->FromSec;
+            awaited.insert(stream);
         }
     }
-    return std::nullopt;
+    if (Known.VideoStream.has_value())
+    {
+        awaited.insert(*Known.VideoStream);
+    }
+    const bool bJumps = (pFile->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    std::map<int, double> firstSec; // by stream
+    while (!awaited.empty())
+    {
+        const std::optional<Piece> piece = Read();
+        if (!piece.has_value())
+        {
+            return false;
+        }
+        if (bJumps && piece->FromSec.has_value())
+        {
+            const auto [entry, bNew] = firstSec.emplace(piece->Stream, *piece->FromSec);
+            if (bNew && std::abs(*piece->FromSec - firstSec.begin()->second) > JumpSec)
+            {
+                return false;
+            }
+        }
+        const bool bPicture = piece->Stream == Known.VideoStream;
+        if (awaited.contains(piece->Stream) && (piece->bKey || !bPicture))
+        {
+            if (!piece->FromSec.has_value() || *piece->FromSec > (bPicture ? LatestKeySec : InSec))
+            {
+                return false;
+            }
+            awaited.erase(piece->Stream);
+        }
+        else if (bPicture && piece->FromSec.value_or(InSec) > InSec + ReorderSec)
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 std::optional<bool> SourceFile::HasAnything(int Stream, double FromSec, double ToSec)

@@ -40,9 +40,11 @@ public:
 
     const SourceFacts& Facts() const { return Known; }
 
-    /// The time of the first key frame of the picture that is read after a seek to SeekSec; nullopt
-    /// where there is none, or none with a time. Reads until then.
-    std::optional<double> FirstKeyFrameSec(double SeekSec);
+    /// Whether all that a clip from InSec on needs is read after a seek to SeekSec: the picture's first key
+    /// frame lies at or before LatestKeySec, and of each stream of sound the first packet at or before
+    /// InSec, for sound may be stored far ahead of its picture. A stream that ends before is not
+    /// asked, where the file tells when. Reads until all are met, or the file is past InSec.
+    bool HoldsAll(double SeekSec, double LatestKeySec, double InSec);
 
     /// Whether a stream has something that begins from FromSec on and before ToSec; nullopt where the
     /// container's seeking or times do not tell. Reads from a key frame before FromSec.

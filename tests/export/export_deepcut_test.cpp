@@ -236,6 +236,7 @@ constexpr const char* PictureAndSound =
     "-f lavfi -i testsrc2=size=160x90:rate=25 -f lavfi -i sine ";
 using MatroskaCut = CutNearKeyFrames;
 using FragmentedCut = CutNearKeyFrames;
+using SoundAheadOfThePicture = CutNearKeyFrames;
 } // namespace
 
 // Its pieces are found by the times of decoding: a seek to 3.000 leads to the key frame at 3.080.
@@ -255,13 +256,29 @@ TEST_F(MatroskaCut, LosesNoSoundBeforeALateFirstPicture)
     ExpectThePlainStreams(late);
 }
 
-TEST_F(MatroskaCut, LosesNoSoundThatIsStoredAheadOfThePicture)
+// Key frames at 24 of 25 pictures a second, so that a seek to a whole second leads to many places.
+TEST_F(SoundAheadOfThePicture, ComesIntoTheClip)
 {
+    const unsigned seed = std::random_device()();
+    std::mt19937 random(seed);
     const std::string even = (Work / "even.mkv").native();
-    const std::string ahead = (Work / "ahead.mkv").native();
-    MakeMedia(PictureAndSound + std::string(X264 " -g 25 -c:a flac -t 12"), even);
-    MakeMedia("-i " + even + " -c copy -bsf:a setts=pts=PTS:dts=DTS-300", ahead);
-    ExpectThePlainStreams(ahead);
+    const std::string mixed = (Work / "mixed.mkv").native();
+    MakeMedia(PictureAndSound + std::string(X264 " -g 24 -c:a mp3 -ar 44100 -t 45"), even);
+    for (const int leadMs : {120, 300, 1500, 4000, 8000, 12'000})
+    {
+        MakeMedia("-i " + even + " -c copy -max_interleave_delta 0 -bsf:a setts=pts=PTS:dts=DTS-" +
+                      std::to_string(leadMs),
+                  mixed);
+        for (const std::string ending : {"mkv", "flv", "asf", "ts", "mp4"})
+        {
+            const std::string ahead = (Work / "ahead.").native() + ending;
+            MakeMedia("-i " + mixed + " -c copy -max_interleave_delta 1", ahead);
+            SCOPED_TRACE("seed " + std::to_string(seed) + ": " + ending + ", " +
+                         std::to_string(leadMs) + " ms");
+            ExpectThePlainStreams(
+                ahead, {SecondsText(std::uniform_int_distribution(7000, 42'000)(random))});
+        }
+    }
 }
 
 TEST_F(MatroskaCut, ThatLacksSoundIsMadeAgainByThePlainCommand)
