@@ -1,7 +1,9 @@
 // Files and windows of the application: several videos, what is remembered, sizes, and rest.
 
 #include "app/clippanelrecords.h"
+#include "app/runningexport.h"
 #include "desktop/desktopstage.h"
+#include "desktop/export/exportbar.h"
 #include "desktop/look/pathtext.h"
 #include "support/touchedmemory.h"
 
@@ -10,6 +12,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QSplitter>
 
@@ -122,6 +125,53 @@ QString ClippedTexts(QWidget& Window)
         check(*label, label->text(), needed);
     }
     return clipped.join("\n");
+}
+
+/// Whether a widget has its smallest size within all that it stands in, or can be scrolled to.
+bool IsReachable(const QWidget& Widget)
+{
+    for (const QWidget* outer = Widget.parentWidget(); outer != nullptr;
+         outer = outer->isWindow() ? nullptr : outer->parentWidget())
+    {
+        if (qobject_cast<const QScrollArea*>(outer->parentWidget()) != nullptr)
+        {
+            return IsWithinSides(Widget);
+        }
+        if (!outer->rect().contains(QRect(Widget.mapTo(outer, QPoint()), Widget.size())))
+        {
+            return false;
+        }
+    }
+    const QSize smallest = Widget.minimumSizeHint();
+    return Widget.width() >= smallest.width() && Widget.height() >= smallest.height();
+}
+
+/// The names of the shown controls that the pointer can't reach.
+QStringList ControlsOutOfSight(const QWidget& Window)
+{
+    QStringList names;
+    for (const QWidget* const widget : Window.findChildren<QWidget*>())
+    {
+        const bool bControl = qobject_cast<const QAbstractButton*>(widget) != nullptr ||
+                              qobject_cast<const QAbstractSlider*>(widget) != nullptr ||
+                              qobject_cast<const QLineEdit*>(widget) != nullptr ||
+                              qobject_cast<const QTableView*>(widget) != nullptr ||
+                              qobject_cast<const TimelineWidget*>(widget) != nullptr;
+        if (bControl && widget->isVisible() && !IsReachable(*widget))
+        {
+            names.append(widget->metaObject()->className() + (' ' + widget->objectName()));
+        }
+    }
+    return names;
+}
+
+/// Keeps a picture for the eye where somebody wants one.
+void SavePicture(QWidget& Window, const QString& Name)
+{
+    if (qEnvironmentVariableIsSet("MOVANE_TEST_PICTURES"))
+    {
+        Window.grab().save(qEnvironmentVariable("MOVANE_TEST_PICTURES") + '/' + Name + ".png");
+    }
 }
 
 /// The objects of a window that run a timer.
@@ -742,10 +792,44 @@ private Q_SLOTS:
         // Layouts within layouts take some rounds of events.
         const bool bFits = QTest::qWaitFor([&] { return ClippedTexts(stage.Main()).isEmpty(); });
         QVERIFY2(bFits, qPrintable("\n" + ClippedTexts(stage.Main())));
-        if (qEnvironmentVariableIsSet("MOVANE_TEST_PICTURES"))
+        SavePicture(stage.Main(), QString("scale%1").arg(Scale));
+    }
+
+    void TheWindowFitsASmallScreenWithAllControlsAtAnyTextScale_data()
+    {
+        QTest::addColumn<double>("Scale");
+        for (const double scale : {0.75, 1.0, 1.5, 2.0, 3.0})
         {
-            stage.Main().grab().save(qEnvironmentVariable("MOVANE_TEST_PICTURES") +
-                                     QString("/scale%1.png").arg(Scale));
+            QTest::addRow("%g", scale) << scale;
+        }
+    }
+    void TheWindowFitsASmallScreenWithAllControlsAtAnyTextScale()
+    {
+        QFETCH(double, Scale);
+        constexpr QSize Screen(1024, 640);
+        DesktopStage stage;
+        stage.Main().resize(1280, 760);
+        QVERIFY(stage.OpenFile(Environment().One()));
+        stage.Save(0.0, 1.0, "Intro");
+        stage.Acts.SetSpeed(0.25); // the widest of them
+        MvTheme::SetTextScale(Scale);
+        Q_EMIT stage.Acts.TextScaleChanged();
+        stage.Settle();
+        auto* const exports = stage.Main().findChild<ExportBar*>();
+        const RunningExport running{.Clip = stage.Clips().front(),
+                                    .Phase = ExportPhase::Encode,
+                                    .Fraction = 0.5,
+                                    .SecondsLeft = 90.0};
+        constexpr const RunningExport* None = nullptr;
+        for (const RunningExport* const shown : {None, &running})
+        {
+            exports->Show(shown, 12);
+            const auto smallest = [&] { return stage.Main().minimumSizeHint(); };
+            stage.Main().resize(Screen);
+            QTRY_COMPARE(stage.Main().size(), Screen);
+            QTRY_COMPARE(smallest().boundedTo(Screen), smallest());
+            QTRY_COMPARE(ControlsOutOfSight(stage.Main()), QStringList());
+            SavePicture(stage.Main(), QString("small%1%2").arg(Scale).arg(shown ? "-export" : ""));
         }
     }
 };

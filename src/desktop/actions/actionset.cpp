@@ -60,17 +60,20 @@ QAction* ActionSet::Get(ActionId Id) const
     return Actions.at(static_cast<std::size_t>(Id));
 }
 
-void ActionSet::EnableFor(const ClipExport& Export) const
+void ActionSet::EnableFor(const ExportStates& States, int Row, const std::vector<int>& Rows) const
 {
+    const ClipExport shown = States.Of(Row);
+    const auto waits = [&](int Selected)
+    { return States.Of(Selected).State == ExportState::Queued; };
     using enum ActionId;
     for (const ActionId id : {OpenClipFile, OpenClipFolder, CopyClipPath})
     {
-        Get(id)->setEnabled(!Export.Path.empty());
+        Get(id)->setEnabled(!shown.Path.empty());
     }
     Get(ExportAgain)
-        ->setEnabled(Export.State == ExportState::Done || Export.State == ExportState::Failed ||
-                     Export.State == ExportState::Outdated);
-    Get(RemoveFromQueue)->setEnabled(Export.State == ExportState::Queued);
+        ->setEnabled(shown.State == ExportState::Done || shown.State == ExportState::Failed ||
+                     shown.State == ExportState::Outdated);
+    Get(RemoveFromQueue)->setEnabled(waits(Row) || std::ranges::any_of(Rows, waits));
 }
 
 void ActionSet::SwitchPlainKeys(QWidget* pFocused)

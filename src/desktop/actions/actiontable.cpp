@@ -130,9 +130,9 @@ constexpr auto Table = std::to_array<ActionInfo>({
     {ExportAgain, Group::Clips, "Export again", "", "Writes the clip to another file.",
      Call<&Commands::ExportAgain>},
     {RemoveFromQueue, Group::Clips, "Remove from queue", "",
-     "Takes the clip's waiting export back.",
-     [](Commands&, Session& Running)
-     { Running.Exports().RemoveFromQueue(Running.Panel().SelectedClipIndex()); }},
+     "Takes back the waiting exports of the selected clips.",
+     [](Commands& Target, Session& Running)
+     { Running.Exports().RemoveFromQueue(Target.SelectedRows()); }},
     {StopExport, Group::Clips, "Stop export", "Ctrl+Shift+E",
      "Stops the running export and removes its unfinished file.",
      [](Commands&, Session& Running) { Running.Exports().Stop(); }},

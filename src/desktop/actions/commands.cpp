@@ -228,7 +228,7 @@ void Commands::SeekOnPanel(void (MvClipControlPanel::*Action)(), ClipEnd Shown)
     document->Player().SetSeekFrame(std::nullopt);
 }
 
-void Commands::ExportClip()
+std::vector<int> Commands::SelectedRows() const
 {
     std::vector<int> rows = Running.Records().SelectedRows;
     const int row = Running.Panel().SelectedClipIndex();
@@ -236,7 +236,12 @@ void Commands::ExportClip()
     {
         rows.push_back(row);
     }
-    ActOnPanel([&](MvClipControlPanel&) { Running.Exports().Export(rows); });
+    return rows;
+}
+
+void Commands::ExportClip()
+{
+    ActOnPanel([this](MvClipControlPanel&) { Running.Exports().Export(SelectedRows()); });
 }
 
 void Commands::ExportAgain()

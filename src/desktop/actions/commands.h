@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 class MvClipControlPanel;
 class VideoDocument;
@@ -58,6 +59,8 @@ public:
     void ActOnPanel(const std::function<void(MvClipControlPanel&)>& Action);
     /// Calls an action of the panel that goes to a clip; the player shows that frame of it.
     void SeekOnPanel(void (MvClipControlPanel::*Action)(), ClipEnd Shown);
+    /// The rows of the selected clips, also where it is one.
+    std::vector<int> SelectedRows() const;
     void ExportClip(); ///< those that are selected
     void ExportAgain();
     /// Hands the path of the selected clip's file to Use; the status line says when there is none.
