@@ -622,7 +622,7 @@ private Q_SLOTS:
         stage.ClickRow(2);
         stage.ClickRow(3, Qt::ControlModifier);
         QVERIFY(!stage.ChooseInMenu().contains("Remove from queue"));
-        stage->Acts.StopAllExports();
+        stage->Acts.Run(ActionId::StopAllExports);
         QTRY_VERIFY(!stage.IsRunning());
     }
 
@@ -654,7 +654,7 @@ private Q_SLOTS:
         stage.ChooseInMenu("Open folder");
         QTRY_COMPARE(opener.Lines().value(0), address.left(address.lastIndexOf('/')));
         std::filesystem::remove(stage.Output());
-        stage->Acts.OpenClipFile();
+        stage->Acts.Run(ActionId::OpenClipFile);
         stage->Settle();
         QCOMPARE(stage->Status(), "The clip has no file: export it.");
     }
@@ -688,7 +688,7 @@ private Q_SLOTS:
         const std::filesystem::path source = stage.Folder.Path() / "source.mp4";
         std::filesystem::copy_file(Environment().One(), source);
         QVERIFY(stage->OpenFile(source));
-        stage->Acts.DeleteClip();
+        stage->Acts.Run(ActionId::DeleteClip);
         stage->Save(0.0, 1.0, "Intro");
         stage->Press(Qt::Key_E);
         QTRY_VERIFY(!stage->Exports().IsRunning());
@@ -901,7 +901,7 @@ private Q_SLOTS:
         {
             stage->Press(Qt::Key_E);
             QTRY_VERIFY(stage->Exports().Running() != nullptr);
-            stage->Acts.StopExport();
+            stage->Acts.Run(ActionId::StopExport);
             QTRY_VERIFY(!stage.IsRunning());
         };
         stop();
@@ -947,7 +947,7 @@ private Q_SLOTS:
         QVERIFY(!stage.HasOutput());
         // Also before the panel was asked.
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         QCOMPARE(stage.StateOf(0), ExportState::None);
     }
