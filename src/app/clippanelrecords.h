@@ -34,10 +34,10 @@ void ConnectPanelToRecords(MvClipControlPanel& Panel, ClipPanelRecords& Records)
 /// Another number whenever Panel's Clips or the rows of its table have changed, so nobody has to compare
 /// them. 0 without a table model.
 ///
-/// It is the table model's revision, and this covers every change of the clips: only three actions of the
-/// panel write them (saving appends one, renaming gives the selected one its name, deleting takes it
-/// out), and each goes on to RebuildTableModel, which sets all rows, before it calls anybody. All others
-/// read: loading and the two jumps work on a copy, an export too. SelectedClip() hands out a pointer through which a clip
-/// could be changed, but nobody writes through it but renaming. Where an action throws between its
-/// change and the rebuild, for want of memory, whoever catches that calls MarkChanged of the model.
+/// It is the table model's revision, and this covers every change of the clips. Only three actions of the
+/// panel write them: saving appends one, renaming gives the selected one its name, deleting takes it out.
+/// Each goes on to RebuildTableModel, which sets all rows, before it calls anybody. All others read:
+/// loading, the two jumps and an export work on a copy. Nobody but renaming writes through the pointer of
+/// SelectedClip(). An action that throws may have changed a clip and not set the rows (memory can run out
+/// in between): whoever catches that calls MarkChanged of the model.
 std::uint64_t ClipsRevision(const MvClipControlPanel& Panel);

@@ -239,6 +239,7 @@ bool ExportStates::CheckFiles()
         outcome->bFileGone = bGone;
         outcome->bSourceRewritten = bRewritten;
     }
+    ChangeCount += bChanged ? 1 : 0;
     return bChanged;
 }
 

@@ -1,8 +1,7 @@
 // The first window: the video of the document that the panel falls back to, and beside it the clip
 // panel of the whole application with the progress of its exports.
 //
-// Closing it ends the application. It asks first while an export runs or waits or when clips would be lost, never
-// twice for the same. UI thread only.
+// Closing it ends the application, after what closing.h asks. UI thread only.
 
 #pragma once
 
@@ -10,10 +9,9 @@
 #include "desktop/videowindow.h"
 
 class ClipPanelWidget;
+class Closing;
 class ExportBar;
 class PlainLabel;
-class QAbstractButton;
-class QMessageBox;
 class QSplitter;
 
 class MainWindow : public VideoWindow
@@ -35,25 +33,9 @@ protected:
     void closeEvent(QCloseEvent* pEvent) override;
 
 private:
-    /// What happens when no export runs or waits any more.
-    enum class AfterExports
-    {
-        Stay,
-        CloseWithFiles, ///< a failure is to be seen
-        Close,
-    };
-
-    void TakeIdle(bool bAllExported);
-    void SetAfterExports(AfterExports Wanted, int LossCount);
-    void AskAboutExports();
-    void AskAboutClips();
-    void OpenQuestion(QAbstractButton* pStay);
-
     QSplitter* pSplitter;
     ClipPanelWidget* pClipPanel;
     ExportBar* pExportBar;
     PlainLabel* pClosingNote;
-    QMessageBox* pQuestion = nullptr; ///< while it is open
-    AfterExports Then = AfterExports::Stay;
-    int AcceptedLossCount = 0; ///< clips without a file that the user has agreed to lose
+    Closing* pClosing;
 };

@@ -443,4 +443,21 @@ TEST_F(ExportStatesTest, EveryChangeMovesTheRevision)
     static_cast<void>(States.CountMissing());
     EXPECT_FALSE(hasMoved());
 }
+
+TEST_F(ExportStatesTest, ALookAtTheFilesMovesTheRevisionWhereARowIsAnother)
+{
+    const TempFolder folder;
+    const std::string file = (folder.Path() / "a.mkv").native();
+    WriteFile(file, "x");
+    Export(0, file);
+    const std::uint64_t before = States.Revision();
+    States.CheckFiles();
+    EXPECT_EQ(States.Revision(), before);
+    std::filesystem::remove(file);
+    States.CheckFiles();
+    const std::uint64_t after = States.Revision();
+    EXPECT_GT(after, before);
+    States.CheckFiles();
+    EXPECT_EQ(States.Revision(), after);
+}
 } // namespace

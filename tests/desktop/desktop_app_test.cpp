@@ -216,19 +216,19 @@ private Q_SLOTS:
         QCOMPARE(document.Speed(), 2.0);
         stage.Press(Qt::Key_J);
         QCOMPARE(document.Speed(), 1.0);
-        QVERIFY(!document.IsPlayingBackward());
+        QVERIFY(!document.Backward().IsRunning());
         stage.Press(Qt::Key_K);
         QVERIFY(!stage.Plays());
 
         stage.GoTo(3.0);
         stage.Press(Qt::Key_J);
-        QVERIFY(document.IsPlayingBackward());
+        QVERIFY(document.Backward().IsRunning());
         QTRY_VERIFY(stage.NowSec() < 2.9);
         stage.Press(Qt::Key_J);
         QCOMPARE(document.Speed(), 2.0);
         stage.Press(Qt::Key_L);
         QVERIFY(stage.Plays());
-        QVERIFY(!document.IsPlayingBackward());
+        QVERIFY(!document.Backward().IsRunning());
         QCOMPARE(document.Speed(), 1.0);
         stage.Press(Qt::Key_K);
         QVERIFY(!stage.Plays());
@@ -242,7 +242,7 @@ private Q_SLOTS:
         stage.Press(Qt::Key_J);
         stage.Acts.SeekTo(3.9);
         QTRY_VERIFY(stage.NowSec() > 3.0 && stage.NowSec() < 3.9);
-        QVERIFY(stage.Document().IsPlayingBackward());
+        QVERIFY(stage.Document().Backward().IsRunning());
         stage.Save(2.0, 3.0, "Clip");
         stage.Acts.Run(ActionId::JumpToOut);
         QVERIFY(stage.NowSec() > 2.0);

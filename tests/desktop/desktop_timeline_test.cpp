@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
@@ -847,11 +848,22 @@ private Q_SLOTS:
     // What is kept of an earlier painting must be what a new one would be.
     void APictureIsTheSameAsPaintedAnew()
     {
+        const auto normalText = qScopeGuard(
+            []
+            {
+                MvTheme::SetTextScale(1.0);
+                Theme::Apply();
+            });
         const std::uint32_t seed = std::random_device()();
         qInfo("seed %u", seed);
         std::mt19937 random(seed);
         const auto upTo = [&](int Most) { return std::uniform_int_distribution(0, Most)(random); };
         TimelineState state = TwentySeconds();
+        const auto anyGrip = [&]
+        {
+            return upTo(1) == 0 ? OnGrip(RangeEnd::In, state.RangeStartSec)
+                                : OnGrip(RangeEnd::Out, state.RangeEndSec);
+        };
         const std::vector<std::function<void()>> changes = {
             [&] { state.PlayheadSec = upTo(20); },
             [&] {
@@ -863,7 +875,7 @@ private Q_SLOTS:
             },
             [&]
             {
-                state.bHasRange = upTo(1) == 1;
+                state.bHasRange = upTo(3) > 0;
                 state.RangeStartSec = upTo(20);
                 state.RangeEndSec = upTo(20);
             },
@@ -875,13 +887,20 @@ private Q_SLOTS:
             [&] { pTimeline->TurnPages(upTo(2) - 1); },
             [&] { pTimeline->resize(800 + upTo(300), 90 + upTo(60)); },
             [&] { Move(QPoint(upTo(800), upTo(80))); },
+            [&] { Move(anyGrip()); },
+            [&]
+            {
+                Press(anyGrip());
+                Move(anyGrip());
+            },
+            [&] { Release(QPoint()); },
             [&]
             {
                 MvTheme::SetTextScale(1.0 + upTo(1));
                 Theme::Apply();
             },
         };
-        for (int i = 0; i < 300; ++i)
+        for (int i = 0; i < 600; ++i)
         {
             changes[static_cast<std::size_t>(upTo(static_cast<int>(changes.size()) - 1))]();
             pTimeline->SetState(state);
@@ -894,8 +913,6 @@ private Q_SLOTS:
             painter.end();
             QCOMPARE(Picture(*pTimeline, ratio), anew);
         }
-        MvTheme::SetTextScale(1.0);
-        Theme::Apply();
     }
 
     void ThePlayheadStandsAtItsTimeAtEveryDisplayScale()

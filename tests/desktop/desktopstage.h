@@ -245,7 +245,7 @@ public:
             for (VideoDocument* const document : Running.Documents())
             {
                 // Playing backward is one seek after the other.
-                if (document->Player().IsSeeking() && !document->IsPlayingBackward())
+                if (document->Player().IsSeeking() && !document->Backward().IsRunning())
                 {
                     return false;
                 }

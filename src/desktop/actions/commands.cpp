@@ -60,7 +60,7 @@ void Commands::PlayBackward()
     WithDocument(
         [](VideoDocument& Document)
         {
-            if (Document.IsPlayingBackward())
+            if (Document.Backward().IsRunning())
             {
                 Document.SetSpeed(std::min(Document.Speed() * 2.0, MaxShuttleSpeed));
             }
@@ -71,7 +71,7 @@ void Commands::PlayBackward()
             else
             {
                 Document.SetSpeed(1.0);
-                Document.PlayBackward();
+                Document.Backward().Begin();
             }
         });
 }
@@ -91,7 +91,7 @@ void Commands::PlayForward()
     WithDocument(
         [](VideoDocument& Document)
         {
-            if (Document.IsPlayingBackward())
+            if (Document.Backward().IsRunning())
             {
                 Document.SetSpeed(1.0);
             }

@@ -145,7 +145,7 @@ void Session::PumpPlayers()
     for (VideoDocument* const document : Documents())
     {
         document->Player().PumpEvents();
-        document->ContinueBackward();
+        document->Backward().Continue();
         const double timeSec = document->Player().CurrentTimeSec();
         if (timeSec != document->Timeline().DisplayedTimeSec())
         {

@@ -36,7 +36,7 @@ bool VideoDocument::LoadVideoFile(const std::string& Path, bool bPlay)
     const bool bLoaded = MvVideoWindow::LoadVideoFile(Path, bPlay);
     if (bLoaded)
     {
-        BackwardSince.reset();
+        PlayingBackward.End();
     }
     if (bLoaded && Path != earlierPath)
     {
@@ -195,68 +195,27 @@ void VideoDocument::SeekBy(double Sec)
 
 void VideoDocument::Play()
 {
-    BackwardSince.reset();
+    PlayingBackward.End();
     pVideo->Play();
 }
 
 void VideoDocument::Pause()
 {
-    BackwardSince.reset();
+    PlayingBackward.End();
     pVideo->Pause();
-}
-
-void VideoDocument::PlayBackward()
-{
-    if (!HasFile())
-    {
-        return;
-    }
-    pVideo->Pause();
-    const double fromSec = pVideo->CurrentTimeSec();
-    BackwardSince = {std::chrono::steady_clock::now(), fromSec, fromSec};
-    ContinueBackward();
-}
-
-void VideoDocument::ContinueBackward()
-{
-    if (!BackwardSince || pMpv->IsSeeking())
-    {
-        return;
-    }
-    if (pVideo->CurrentTimeSec() != BackwardSince->AskedSec)
-    {
-        PlayBackward();
-        return;
-    }
-    const std::chrono::duration<double> elapsed =
-        std::chrono::steady_clock::now() - BackwardSince->Time;
-    // At least one frame, or the seek would land at once on the picture that is there.
-    const double nowSec = pVideo->CurrentTimeSec();
-    const std::optional<FramePlace> before =
-        Frames() != nullptr ? Frames()->Before(UsOfSec(nowSec)) : std::nullopt;
-    const double beforeSec =
-        before ? static_cast<double>(Frames()->UsOf(before->Ticks)) / 1e6 : nowSec - 0.04;
-    const double targetSec =
-        std::min(BackwardSince->Sec - elapsed.count() * SpeedFactor, beforeSec);
-    SeekTo(targetSec);
-    BackwardSince->AskedSec = pVideo->CurrentTimeSec();
-    if (targetSec <= 0.0)
-    {
-        BackwardSince.reset();
-    }
 }
 
 bool VideoDocument::IsPlaying() const
 {
-    return IsPlayingBackward() || pMpv->IsPlaying();
+    return PlayingBackward.IsRunning() || pMpv->IsPlaying();
 }
 
 void VideoDocument::SetSpeed(double Factor)
 {
     SpeedFactor = std::clamp(Factor, 0.125, 8.0);
     pMpv->SetSpeed(SpeedFactor);
-    if (IsPlayingBackward())
+    if (PlayingBackward.IsRunning())
     {
-        PlayBackward();
+        PlayingBackward.Begin(); // its time counts from here at the new speed
     }
 }

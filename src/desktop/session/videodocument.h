@@ -5,10 +5,10 @@
 
 #pragma once
 
+#include "desktop/session/backwardplayback.h"
 #include "desktop/timeline/timelinelayout.h"
 #include "host/mvvideowindow.h"
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -51,12 +51,7 @@ public:
     void Play();
     /// Pauses, from playing in either direction.
     void Pause();
-    /// Plays backward at Speed(): a picture for each seek that has landed, so that the time is kept and
-    /// pictures are left out where the machine is slow. After a seek it goes on from there.
-    void PlayBackward();
-    /// Goes on playing backward; for the frame. Nothing happens while the last seek is under way.
-    void ContinueBackward();
-    bool IsPlayingBackward() const { return BackwardSince.has_value(); }
+    BackwardPlayback& Backward() { return PlayingBackward; }
     bool IsPlaying() const;
     void SetSpeed(double Factor); ///< kept between 1/8 and 8
     double Speed() const { return SpeedFactor; }
@@ -83,13 +78,5 @@ private:
     std::optional<PendingMark> PendingIn;
     std::optional<PendingMark> PendingOut;
     double SpeedFactor = 1.0;
-
-    /// Since when and from where the video has been playing backward.
-    struct BackwardStart
-    {
-        std::chrono::steady_clock::time_point Time;
-        double Sec = 0.0;
-        double AskedSec = 0.0; ///< where it has gone last; elsewhere means that somebody has sought
-    };
-    std::optional<BackwardStart> BackwardSince;
+    BackwardPlayback PlayingBackward{*this};
 };
