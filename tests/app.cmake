@@ -10,5 +10,7 @@ set(besidefront ${CMAKE_CURRENT_BINARY_DIR}/besidefront)
 file(GENERATE OUTPUT ${besidefront}/movane-encoder CONTENT "#!/bin/sh\n"
      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 set_target_properties(exportsocket_test PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${besidefront})
+movane_test(encodercheck_test SOURCES app/encodercheck_test.cpp LIBRARIES movane_app)
+movane_test(clipsrevision_test SOURCES app/clipsrevision_test.cpp LIBRARIES movane_app)
 movane_test(exportstates_test SOURCES app/exportstates_test.cpp LIBRARIES movane_app)
 movane_test(openingmark_test SOURCES app/openingmark_test.cpp LIBRARIES movane_app)

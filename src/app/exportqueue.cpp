@@ -1,6 +1,7 @@
 #include "app/exportqueue.h"
 
 #include "app/clipfile.h"
+#include "app/exporttexts.h"
 #include "export/leftovers.h"
 #include "host/apppaths.h"
 #include "host/core.h"
@@ -41,7 +42,6 @@ constexpr int MaxTryCount = 10000;
 constexpr std::size_t MaxToldFailures = 3;
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
-constexpr const char* StoppedText = "Clip export failed: stopped.";
 // The front's own word for it. What a status says may begin with the name of a file.
 constexpr const char* FrontStoppedText = "stopped.";
 
@@ -58,11 +58,6 @@ fs::path OutputPathOf(const std::string& StatusText, const std::string& ClipName
     }
     return fs::path(AppPaths::RecordingsDir()) / "clips" /
            StatusText.substr(begin.size(), StatusText.size() - begin.size() - End.size());
-}
-
-std::string SummaryText(std::size_t ExportedCount, std::size_t Count)
-{
-    return "Exported " + std::to_string(ExportedCount) + " of " + std::to_string(Count) + " clips";
 }
 
 void Watch(const UniqueFd& Poll, int Watched)
@@ -229,8 +224,8 @@ void ExportQueue::Pump()
         if (std::exchange(bStopFirst, false))
         {
             Next.emit(entry);
-            UserPanel.SetStatusTextInternal(StoppedText, true);
-            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, StoppedText});
+            UserPanel.SetStatusTextInternal(ExportStoppedText, true);
+            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, ExportStoppedText});
         }
         else
         {
@@ -388,7 +383,7 @@ bool ExportQueue::TakeResult()
     }
     if (!bSuccess && (Current->bStopping || bFrontStopped))
     {
-        End(ExportOutcome::Stopped, StoppedText);
+        End(ExportOutcome::Stopped, ExportStoppedText);
     }
     else if (!bSuccess && bNameTaken && TryCount < MaxTryCount)
     {
@@ -482,8 +477,8 @@ void ExportQueue::EndRound()
     }
     else if (!bNotifyEach)
     {
-        std::string text = SummaryText(round.ExportedCount, round.Count);
-        text += round.bStopped ? ", then stopped." : ".";
+        std::string text =
+            ExportSummary(round.ExportedCount, round.Count, round.bStopped ? "stopped" : "");
         const std::size_t toldCount = std::min(round.Failed.size(), MaxToldFailures);
         for (std::size_t i = 0; i < toldCount; ++i)
         {

@@ -46,6 +46,10 @@ ExportStates::ExportStates(const std::vector<SavedClip>& ClipsOfPanel)
 
 void ExportStates::Follow(int ActedOnRow)
 {
+    if (Entries.size() != Clips.size())
+    {
+        ++ChangeCount;
+    }
     if (Entries.size() == Clips.size() + 1 && EntryAt(ActedOnRow) != nullptr)
     {
         Entries.erase(Entries.begin() + ActedOnRow);
@@ -137,6 +141,7 @@ void ExportStates::Queue(int Row)
 {
     if (EntryAt(Row) != nullptr && static_cast<std::size_t>(Row) < Clips.size())
     {
+        ++ChangeCount;
         const auto index = static_cast<std::size_t>(Row);
         Entries[index].Waiting.push_back(Clips[index]);
     }
@@ -146,12 +151,14 @@ void ExportStates::Withdraw(ClipID ID)
 {
     if (Entry* const entry = Find(ID))
     {
+        ++ChangeCount;
         entry->Waiting.clear();
     }
 }
 
 void ExportStates::Begin(ClipID ID)
 {
+    ++ChangeCount;
     RunningID = ID;
     RunningFraction = 0.0;
     Entry* const entry = Find(ID);
@@ -165,12 +172,14 @@ void ExportStates::Begin(ClipID ID)
 
 void ExportStates::Progress(double Fraction)
 {
+    ++ChangeCount;
     RunningFraction = Fraction;
 }
 
 // The outcome to write down, null where the clip has left the list.
 ExportStates::Outcome* ExportStates::End()
 {
+    ++ChangeCount;
     Entry* const entry = Find(std::exchange(RunningID, 0));
     if (entry != nullptr && entry->pOutcome == nullptr)
     {
@@ -207,8 +216,8 @@ void ExportStates::EndStopped()
 bool ExportStates::CheckFiles()
 {
     bool bChanged = false;
-    std::unordered_map<std::string, std::optional<FileStamp>>
-        sources; // many clips have the same one
+    // Many clips have the same one.
+    std::unordered_map<std::string, std::optional<FileStamp>> sources;
     for (const Entry& entry : Entries)
     {
         Outcome* const outcome = entry.pOutcome.get();
@@ -230,6 +239,7 @@ bool ExportStates::CheckFiles()
         outcome->bFileGone = bGone;
         outcome->bSourceRewritten = bRewritten;
     }
+    ChangeCount += bChanged ? 1 : 0;
     return bChanged;
 }
 

@@ -68,6 +68,9 @@ public:
     ClipID IdOf(int Row) const;
     /// The state of a row; that of a new clip where there is none.
     ClipExport Of(int Row) const;
+    /// Grows with every call that may have changed the state of a row. A state also follows its clip:
+    /// ClipsRevision tells when those change.
+    std::uint64_t Revision() const { return ChangeCount; }
 
     // -- What happens to exports. A clip that has left the list meanwhile is passed over.
 
@@ -130,6 +133,7 @@ private:
     const std::vector<SavedClip>& Clips;
     std::vector<Entry> Entries;
     ClipID NextID = 1;
+    std::uint64_t ChangeCount = 0;
 
     // -- The running export.
     ClipID RunningID = 0; ///< 0 while none runs

@@ -1,5 +1,7 @@
 #include "export/encoderrun.h"
 
+#include "base/oneline.h"
+#include "base/openfile.h"
 #include "export/applicationlink.h"
 #include "export/encoderarguments.h"
 #include "export/encoderprogress.h"
@@ -25,7 +27,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/signalfd.h>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,18 +86,6 @@ bool HasNoRoom(int Fd)
     return fstatvfs(Fd, &disk) == 0 && disk.f_bavail == 0;
 }
 
-// Why nobody should open this; empty where it is a plain file. A pipe would be waited for.
-std::string SourceProblem(const std::string& Path)
-{
-    struct stat status = {};
-    if (stat(Path.c_str(), &status) != 0)
-    {
-        return FileNameOf(Path) + " can't be read: " + std::generic_category().message(errno) + '.';
-    }
-    return S_ISREG(status.st_mode) ? std::string()
-                                   : FileNameOf(Path) + " is not a file: choose a video file.";
-}
-
 class EncoderRun
 {
 public:
@@ -141,7 +130,7 @@ int EncoderRun::Fail(const std::string& Sentence)
 {
     Child.reset();
     Name.reset();
-    const std::string line = InOneLine(Sentence);
+    const std::string line = OneLine(Sentence);
     std::fprintf(stderr, "%s\n", line.c_str());
     Link.Send({ExportMessageType::Failed, line});
     return 1;
@@ -154,7 +143,8 @@ int EncoderRun::Run()
         return Fail("stopped.");
     }
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
-    std::string sentence = SourceProblem(Command.SourcePath);
+    // Before anything opens it: a pipe would be waited for.
+    std::string sentence = ReasonNotToOpen(Command.SourcePath, FileNameOf(Command.SourcePath));
     if (!sentence.empty())
     {
         return Fail(sentence);
@@ -163,7 +153,7 @@ int EncoderRun::Run()
     Name = ReservedName::Take(Command.OutputPath, bTaken, sentence);
     if (bTaken)
     {
-        std::fprintf(stderr, "%s\n", InOneLine(sentence).c_str());
+        std::fprintf(stderr, "%s\n", OneLine(sentence).c_str());
         Link.Send({ExportMessageType::Taken});
         return 1;
     }

@@ -5,7 +5,6 @@
 #include "desktop/actions/desktopopen.h"
 #include "desktop/clips/cliptablemodel.h"
 #include "desktop/desktopstage.h"
-#include "desktop/export/encodercheck.h"
 #include "desktop/export/exportbar.h"
 #include "desktop/notify/notificationcard.h"
 #include "support/fakeffmpeg.h"
@@ -623,7 +622,7 @@ private Q_SLOTS:
         stage.ClickRow(2);
         stage.ClickRow(3, Qt::ControlModifier);
         QVERIFY(!stage.ChooseInMenu().contains("Remove from queue"));
-        stage->Acts.StopAllExports();
+        stage->Acts.Run(ActionId::StopAllExports);
         QTRY_VERIFY(!stage.IsRunning());
     }
 
@@ -655,7 +654,7 @@ private Q_SLOTS:
         stage.ChooseInMenu("Open folder");
         QTRY_COMPARE(opener.Lines().value(0), address.left(address.lastIndexOf('/')));
         std::filesystem::remove(stage.Output());
-        stage->Acts.OpenClipFile();
+        stage->Acts.Run(ActionId::OpenClipFile);
         stage->Settle();
         QCOMPARE(stage->Status(), "The clip has no file: export it.");
     }
@@ -689,7 +688,7 @@ private Q_SLOTS:
         const std::filesystem::path source = stage.Folder.Path() / "source.mp4";
         std::filesystem::copy_file(Environment().One(), source);
         QVERIFY(stage->OpenFile(source));
-        stage->Acts.DeleteClip();
+        stage->Acts.Run(ActionId::DeleteClip);
         stage->Save(0.0, 1.0, "Intro");
         stage->Press(Qt::Key_E);
         QTRY_VERIFY(!stage->Exports().IsRunning());
@@ -783,18 +782,6 @@ private Q_SLOTS:
         stage.Press(Qt::Key_E);
         QCOMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
         QVERIFY(!stage.Exports().IsRunning());
-    }
-
-    void WithoutAnEncoderTheInstallCommandIsTold()
-    {
-        const TempFolder folder;
-        QVERIFY(EncoderProblem({}, {}).find("sudo apt install ffmpeg") != std::string::npos);
-        QVERIFY(EncoderProblem(" \t", {}).find("sudo apt install ffmpeg") != std::string::npos);
-        const FakeFfmpeg ffmpeg(folder.Path());
-        QCOMPARE(EncoderProblem({}, ffmpeg.Path()), std::string());
-        QCOMPARE(EncoderProblem(" \t" + ffmpeg.Path() + "\r\n", {}), std::string());
-        QVERIFY(!EncoderProblem('\v' + ffmpeg.Path(), {}).empty()); // a part of the name
-        QVERIFY(!EncoderProblem(folder.Path().native(), ffmpeg.Path()).empty()); // no program
     }
 
     void AnExportWhoseJobThrowsIsToldAndTheNextOneWorks()
@@ -900,7 +887,7 @@ private Q_SLOTS:
         QObject::connect(&stage->Running, &Session::NotificationQueued, &stage->Main(),
                          [&](const Movane::Notification& Told) { told.append(Told); });
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         QCOMPARE(told.size(), 1);
         QCOMPARE(told.first().Type, Movane::NotificationInfo);
@@ -914,7 +901,7 @@ private Q_SLOTS:
         {
             stage->Press(Qt::Key_E);
             QTRY_VERIFY(stage->Exports().Running() != nullptr);
-            stage->Acts.StopExport();
+            stage->Acts.Run(ActionId::StopExport);
             QTRY_VERIFY(!stage.IsRunning());
         };
         stop();
@@ -945,7 +932,7 @@ private Q_SLOTS:
         stage.AwaitRuns(2);
         QCoreApplication::processEvents();
         QVERIFY(stop.hasFocus());
-        stage->Acts.StopAllExports();
+        stage->Acts.Run(ActionId::StopAllExports);
         QTRY_VERIFY(!stage.IsRunning());
     }
 
@@ -954,13 +941,13 @@ private Q_SLOTS:
         SlowStage stage;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
         stage->Running.Frame();
-        stage->Acts.StopExport(); // the encoder may not be there yet
+        stage->Acts.Run(ActionId::StopExport); // the encoder may not be there yet
         QTRY_VERIFY(!stage.IsRunning());
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(!stage.HasOutput());
         // Also before the panel was asked.
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         QCOMPARE(stage.StateOf(0), ExportState::None);
     }
@@ -969,7 +956,7 @@ private Q_SLOTS:
     {
         SlowStage stage;
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         stage.LetItEnd();
         stage->Press(Qt::Key_E);
