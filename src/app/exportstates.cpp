@@ -216,8 +216,8 @@ void ExportStates::EndStopped()
 bool ExportStates::CheckFiles()
 {
     bool bChanged = false;
-    std::unordered_map<std::string, std::optional<FileStamp>>
-        sources; // many clips have the same one
+    // Many clips have the same one.
+    std::unordered_map<std::string, std::optional<FileStamp>> sources;
     for (const Entry& entry : Entries)
     {
         Outcome* const outcome = entry.pOutcome.get();

@@ -2,6 +2,7 @@
 
 #include "export/exportsentences.h"
 #include "media/containers.h"
+#include "media/refusedformat.h"
 
 extern "C"
 {
@@ -42,27 +43,10 @@ std::string ErrorText(int Error)
     return text.data();
 }
 
-// The name of a format that is known and not allowed; empty otherwise. Its content is looked at, and
-// nothing else is opened.
-std::string RefusedFormat(const std::string& Url)
-{
-    AVIOContext* pBytes = nullptr;
-    const AVInputFormat* pFormat = nullptr;
-    std::string name;
-    if (avio_open2(&pBytes, Url.c_str(), AVIO_FLAG_READ, nullptr, nullptr) >= 0 &&
-        av_probe_input_buffer2(pBytes, &pFormat, Url.c_str(), nullptr, 0, 0) >= 0 &&
-        av_match_list(pFormat->name, AllowedContainers, ',') <= 0)
-    {
-        name = pFormat->long_name != nullptr ? pFormat->long_name : pFormat->name;
-    }
-    avio_closep(&pBytes);
-    return name;
-}
-
 std::string OpenFailure(const std::string& Path, int Error)
 {
     const std::string name = FileNameOf(Path);
-    const std::string format = RefusedFormat("file:" + Path);
+    const std::string format = NameOfRefusedFormat(Path);
     if (!format.empty())
     {
         return RefusedFormatSentence(name, format);

@@ -6,11 +6,6 @@
 
 #include <string>
 
-/// What libavformat calls the format of a file that is not among AllowedContainers, such as "SDP"; empty for
-/// an allowed one, for one that it does not know, and for a file that can't be read. Nothing but the file's
-/// beginning is read.
-std::string NameOfRefusedFormat(const std::string& Path);
-
 /// Whether the file is a Matroska one whose header does not say how long it is: a recording that was
 /// never finished, or that was written into a pipe. The player's "duration" of such a file is only how
 /// far it has read by chance.

@@ -3,6 +3,7 @@
 #include "base/openfile.h"
 #include "media/containers.h"
 #include "media/mediafile.h"
+#include "media/refusedformat.h"
 #include "player/mpvnode.h"
 #include "process/threadroom.h"
 

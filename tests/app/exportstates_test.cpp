@@ -409,6 +409,7 @@ TEST_F(ExportStatesTest, NothingIsToBeExportedTwice)
     EXPECT_THAT(States.RowsToExport(), IsEmpty());
     EXPECT_EQ(States.CountMissingAfterExports(), 0);
 }
+
 TEST_F(ExportStatesTest, EveryChangeMovesTheRevision)
 {
     std::uint64_t last = States.Revision();
@@ -438,6 +439,9 @@ TEST_F(ExportStatesTest, EveryChangeMovesTheRevision)
         end(States);
         EXPECT_TRUE(hasMoved());
     }
+    EXPECT_TRUE(States.CheckFiles()); // no such file
+    EXPECT_TRUE(hasMoved());
+    EXPECT_FALSE(States.CheckFiles());
     States.Follow(-1);
     static_cast<void>(States.Of(0));
     static_cast<void>(States.CountMissing());

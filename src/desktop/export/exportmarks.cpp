@@ -1,12 +1,11 @@
 #include "desktop/export/exportmarks.h"
 
+#include "desktop/look/drawing.h"
 #include "desktop/look/theme.h"
 
 #include <QPainter>
 #include <QPainterPath>
 #include <QRect>
-
-#include <algorithm>
 
 namespace
 {
@@ -17,42 +16,30 @@ constexpr double MarkLine = 2.0;
 // The hands of a clock: it waits.
 QPainterPath ClockLines()
 {
-    QPainterPath path;
+    QPainterPath path = LineThrough({{8.0, 4.5}, {8.0, 8.0}, {10.5, 9.5}});
     path.addEllipse(QPointF(8.0, 8.0), 6.0, 6.0);
-    path.moveTo(8.0, 4.5);
-    path.lineTo(8.0, 8.0);
-    path.lineTo(10.5, 9.5);
     return path;
 }
 
 QPainterPath CheckLines()
 {
-    QPainterPath path;
-    path.moveTo(2.5, 8.5);
-    path.lineTo(6.5, 12.5);
-    path.lineTo(13.5, 3.5);
-    return path;
+    return LineThrough({{2.5, 8.5}, {6.5, 12.5}, {13.5, 3.5}});
 }
 
 QPainterPath CrossLines()
 {
-    QPainterPath path;
-    path.moveTo(3.5, 3.5);
-    path.lineTo(12.5, 12.5);
-    path.moveTo(12.5, 3.5);
-    path.lineTo(3.5, 12.5);
+    QPainterPath path = LineThrough({{3.5, 3.5}, {12.5, 12.5}});
+    path.addPath(LineThrough({{12.5, 3.5}, {3.5, 12.5}}));
     return path;
 }
 
 // An arrow that goes round: it is to be done once more.
 QPainterPath RoundArrowLines()
 {
-    QPainterPath path;
-    path.arcMoveTo(QRectF(2.5, 2.5, 11.0, 11.0), 20.0);
-    path.arcTo(QRectF(2.5, 2.5, 11.0, 11.0), 20.0, 300.0);
-    path.moveTo(13.8, 1.8);
-    path.lineTo(13.2, 6.2);
-    path.lineTo(8.9, 5.6);
+    const QRectF circle(2.5, 2.5, 11.0, 11.0);
+    QPainterPath path = LineThrough({{13.8, 1.8}, {13.2, 6.2}, {8.9, 5.6}});
+    path.arcMoveTo(circle, 20.0);
+    path.arcTo(circle, 20.0, 300.0);
     return path;
 }
 
@@ -85,12 +72,8 @@ Mark MarkOf(ExportState State)
 void PaintExportMark(QPainter& Painter, const QRect& Square, ExportState State)
 {
     const auto [lines, color] = MarkOf(State);
-    const double scale = std::min(Square.width(), Square.height()) / MarkGridSide;
     Painter.save();
-    Painter.setRenderHint(QPainter::Antialiasing);
-    Painter.translate(Square.center() + QPointF(0.5, 0.5));
-    Painter.scale(scale, scale);
-    Painter.translate(-MarkGridSide / 2.0, -MarkGridSide / 2.0);
+    FitGrid(Painter, Square, MarkGridSide);
     Painter.setBrush(Qt::NoBrush);
     Painter.setPen(QPen(color, MarkLine, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     Painter.drawPath(lines);

@@ -1,13 +1,12 @@
 #include "desktop/look/icons.h"
 
+#include "desktop/look/drawing.h"
 #include "desktop/look/theme.h"
 
 #include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
-
-#include <algorithm>
 
 namespace
 {
@@ -16,12 +15,7 @@ constexpr double GridSide = 24.0;
 
 QPainterPath Triangle(double LeftX, double TipX)
 {
-    QPainterPath path;
-    path.moveTo(LeftX, 4.0);
-    path.lineTo(TipX, 12.0);
-    path.lineTo(LeftX, 20.0);
-    path.closeSubpath();
-    return path;
+    return LineThrough({{LeftX, 4.0}, {TipX, 12.0}, {LeftX, 20.0}});
 }
 
 QPainterPath Bar(double LeftX, double WidthX)
@@ -33,15 +27,8 @@ QPainterPath Bar(double LeftX, double WidthX)
 
 QPainterPath Loudspeaker()
 {
-    QPainterPath path;
-    path.moveTo(3.0, 9.0);
-    path.lineTo(7.0, 9.0);
-    path.lineTo(12.0, 4.5);
-    path.lineTo(12.0, 19.5);
-    path.lineTo(7.0, 15.0);
-    path.lineTo(3.0, 15.0);
-    path.closeSubpath();
-    return path;
+    return LineThrough(
+        {{3.0, 9.0}, {7.0, 9.0}, {12.0, 4.5}, {12.0, 19.5}, {7.0, 15.0}, {3.0, 15.0}});
 }
 
 // What is filled of an icon.
@@ -79,10 +66,8 @@ QPainterPath Strokes(IconKind Kind)
     }
     else if (Kind == IconKind::SoundOff)
     {
-        path.moveTo(15.5, 9.0);
-        path.lineTo(21.5, 15.0);
-        path.moveTo(21.5, 9.0);
-        path.lineTo(15.5, 15.0);
+        path.addPath(LineThrough({{15.5, 9.0}, {21.5, 15.0}}));
+        path.addPath(LineThrough({{21.5, 9.0}, {15.5, 15.0}}));
     }
     return path;
 }
@@ -98,12 +83,8 @@ public:
     void paint(QPainter* pPainter, const QRect& Rect, QIcon::Mode Mode, QIcon::State) override
     {
         const QColor color = Mode == QIcon::Disabled ? Theme::TextDim.darker(140) : Theme::Text;
-        const double side = std::min(Rect.width(), Rect.height());
         pPainter->save();
-        pPainter->setRenderHint(QPainter::Antialiasing);
-        pPainter->translate(QRectF(Rect).center());
-        pPainter->scale(side / GridSide, side / GridSide);
-        pPainter->translate(-GridSide / 2.0, -GridSide / 2.0);
+        FitGrid(*pPainter, Rect, GridSide);
         pPainter->fillPath(Shape(Kind), color);
         pPainter->strokePath(Strokes(Kind),
                              QPen(color, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
