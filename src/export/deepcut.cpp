@@ -7,9 +7,9 @@ using namespace std::string_view_literals;
 
 namespace
 {
-// Nearer to the beginning a seek saves nothing.
+// Nearer to the beginning a seek saves no time.
 constexpr std::int64_t MinSeekMs = 1000;
-// What a margin of nothing is doubled to.
+// The first margin after none.
 constexpr std::int64_t MinMarginMs = 1000;
 
 std::int64_t FirstMarginMs(SeekTrust Trust)
@@ -19,8 +19,7 @@ std::int64_t FirstMarginMs(SeekTrust Trust)
     case SeekTrust::ByKeyFrame:
         return 30'000; // longer than the groups of pictures of usual broadcasts and cameras
     case SeekTrust::FromKeyFrame:
-        // The index leads to a key frame, and what is stored before that is not read. Sound may be
-        // stored this much ahead of the picture that it belongs to.
+        // ffmpeg reads from a key frame of the index on. Sound may be stored this long before its picture.
         return 5000;
     case SeekTrust::Exact:
     case SeekTrust::None:
@@ -70,9 +69,8 @@ Cut ChooseCut(SeekTrust Trust,
     {
         return {};
     }
-    // A whole second is a whole number of samples and of ticks in every rate that is a whole number, so
-    // that each time is rounded as in the plain command. Elsewhere one packet of sound in some hundred
-    // would come a millisecond earlier or later.
+    // A whole second is a whole number of samples and ticks for every integer rate, so each time is rounded as in
+    // the plain command. Otherwise about one sound packet in some hundred would be a millisecond off.
     const std::int64_t restMs = InMs % 1000;
     for (std::int64_t marginMs = FirstMarginMs(Trust); InMs - marginMs >= MinSeekMs;
          marginMs = std::max(2 * marginMs, MinMarginMs))

@@ -1,8 +1,8 @@
-// Where ffmpeg may begin to read, so that a clip late in a film is as quick as one at its beginning.
+// Where ffmpeg may begin to read, so that a clip late in a film is exported as fast as an early one.
 //
-// The plain command decodes all that lies before In. "-ss IN-M -i SOURCE -ss M" begins M before In and
-// gives the same streams, byte for byte, in the containers whose seeking can be relied on; which those
-// are, and with which margin M, tests prove. Everything else gets the plain command. Pure functions.
+// The plain command decodes everything before In. "-ss IN-M -i SOURCE -ss M" begins M before In, and gives the same
+// streams byte for byte in containers whose seeking is reliable. Tests prove which containers those are, and with
+// which margin M; all others get the plain command. Pure functions.
 
 #pragma once
 
@@ -14,22 +14,22 @@
 /// How far a container's seeking is trusted.
 enum class SeekTrust
 {
-    None,         ///< never: AVI, MPEG-PS, raw streams, Ogg and what nobody has proved
-    ByKeyFrame,   ///< where a key frame is read between the place and In: MPEG-TS
-    FromKeyFrame, ///< where the place has a key frame at or before it: Matroska and WebM
-    /// The same without a margin: MP4 and MOV, FLV, ASF. Where the pieces of an MP4 are found by the
-    /// times of decoding, the pictures shown before a key frame would be missing.
+    None,         ///< never: AVI, MPEG-PS, raw streams, Ogg, and all that no test proves
+    ByKeyFrame,   ///< if a key frame is read between the place and In: MPEG-TS
+    FromKeyFrame, ///< if a key frame is at the place or before it: Matroska and WebM
+    /// The same without a margin: MP4 and MOV, FLV, ASF. Without the key frame a fragmented MP4, which is searched
+    /// by decoding times, would lack the pictures that are shown before it.
     Exact,
 };
 
 /// The trust in a container by its name in libavformat.
 SeekTrust TrustInFormat(std::string_view FormatName);
 
-/// The trust in a file by its first bytes; nullopt where they do not tell. Only what they tell for
-/// certain counts, for an encoder is started by it before the file is looked into.
+/// The trust in a file by its first bytes; nullopt unless they tell for certain, because ffmpeg is started by it
+/// before the file is probed.
 std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes);
 
-/// At least this many bytes are wanted of a file's beginning.
+/// How many bytes of a file's beginning it needs.
 inline constexpr std::size_t FirstBytesWanted = 16;
 
 /// How an export is cut: M as above, or the plain command.
@@ -42,9 +42,8 @@ struct Cut
 
 /// Chooses the cut for a clip from InMs on. The place where ffmpeg begins is a whole second.
 ///
-/// HasKeyFrame  tells whether the first key frame of the picture that is read after a seek to the given
-///              time (milliseconds) is where the trust wants it. Where it is not, the margin is doubled, until the beginning of the file is
-///              reached.
+/// HasKeyFrame  tells whether the first key frame that is read after a seek to the given time (milliseconds) is where
+///              the trust wants it. If not, the margin is doubled, up to the beginning of the file.
 Cut ChooseCut(SeekTrust Trust,
               std::int64_t InMs,
               const std::function<bool(std::int64_t SeekMs)>& HasKeyFrame);

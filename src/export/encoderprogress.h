@@ -1,5 +1,5 @@
-// How far an export is, from what ffmpeg says on the descriptor of "-progress", and from its place in
-// the source as long as it says nothing. Pure but for ReadPartOf.
+// The progress of an export: from ffmpeg's "-progress" output, and before the first picture from its read position in
+// the source. Pure except for ReadPartOf.
 
 #pragma once
 
@@ -15,21 +15,21 @@
 class EncoderProgress
 {
 public:
-    /// DeclaredSec  how long the source says that it lasts, if it does.
+    /// DeclaredSec  the length that the source declares, if any.
     EncoderProgress(const PanelCommand& Command,
                     const EncoderPlan& Plan,
                     std::optional<double> DeclaredSec);
 
-    /// Takes a piece of ffmpeg's text, cut anywhere.
+    /// Takes a piece of ffmpeg's output; it may end within a line.
     void Take(std::string_view Text);
 
-    /// Takes how much of the source has been read, 0 to 1.
+    /// Takes the part of the source that was read, 0 to 1.
     void TakeReadPart(double Part);
 
     /// True until the first picture is out.
     bool IsSeeking() const { return EncodedSec <= 0.0; }
 
-    /// What is to be told; its fraction never falls.
+    /// The message to send. Its fraction never decreases.
     ExportMessage Message();
 
 private:
@@ -42,9 +42,9 @@ private:
     double SoughtPart = 0.0;
     double EncodedSec = 0.0;
     double Fraction = 0.0;
-    std::string Begun; ///< a line that is not at its end
+    std::string PartialLine;
 };
 
-/// How much of a plain file a process has read, 0 to 1; nullopt where it does not have it open, or its
-/// descriptors can't be seen.
+/// The part of a plain file that a process has read, 0 to 1; nullopt when it does not have it open or its descriptors
+/// can't be read.
 std::optional<double> ReadPartOf(const std::string& Path, pid_t Pid);
