@@ -25,6 +25,10 @@ ExportStates::ExportStates(const std::vector<SavedClip>& ClipsOfPanel)
 
 void ExportStates::Follow(int ActedOnRow)
 {
+    if (Entries.size() != Clips.size())
+    {
+        ++ChangeCount;
+    }
     if (Entries.size() == Clips.size() + 1 && EntryAt(ActedOnRow) != nullptr)
     {
         Entries.erase(Entries.begin() + ActedOnRow);
@@ -105,6 +109,7 @@ void ExportStates::Queue(int Row)
 {
     if (EntryAt(Row) != nullptr && static_cast<std::size_t>(Row) < Clips.size())
     {
+        ++ChangeCount;
         const auto index = static_cast<std::size_t>(Row);
         Entries[index].Waiting.push_back(Clips[index]);
     }
@@ -114,12 +119,14 @@ void ExportStates::Withdraw(ClipID ID)
 {
     if (Entry* const entry = Find(ID))
     {
+        ++ChangeCount;
         entry->Waiting.clear();
     }
 }
 
 void ExportStates::Begin(ClipID ID)
 {
+    ++ChangeCount;
     RunningID = ID;
     RunningFraction = 0.0;
     Entry* const entry = Find(ID);
@@ -132,12 +139,14 @@ void ExportStates::Begin(ClipID ID)
 
 void ExportStates::Progress(double Fraction)
 {
+    ++ChangeCount;
     RunningFraction = Fraction;
 }
 
 // The outcome to fill in; null when the clip has left the list.
 ExportStates::Outcome* ExportStates::End()
 {
+    ++ChangeCount;
     Entry* const entry = Find(std::exchange(RunningID, 0));
     if (entry != nullptr && entry->pOutcome == nullptr)
     {

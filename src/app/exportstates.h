@@ -56,6 +56,9 @@ public:
     ClipID IdOf(int Row) const;
     /// The state of a row; for a row without a clip, that of a new clip.
     ClipExport Of(int Row) const;
+    /// Grows with every call that may have changed the state of a row. A state also follows its clip:
+    /// ClipsRevision tells when those change.
+    std::uint64_t Revision() const { return ChangeCount; }
 
     // -- Events. Those of a clip that has left the list are ignored.
 
@@ -106,6 +109,7 @@ private:
     const std::vector<SavedClip>& Clips;
     std::vector<Entry> Entries;
     ClipID NextID = 1;
+    std::uint64_t ChangeCount = 0;
 
     // -- The running export.
     ClipID RunningID = 0; ///< 0 while none runs

@@ -6,8 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -291,5 +293,39 @@ TEST_F(ExportStatesTest, NothingIsToBeExportedTwice)
     States.Queue(2);
     EXPECT_THAT(States.RowsToExport(), IsEmpty());
     EXPECT_EQ(States.CountMissingAfterExports(), 0);
+}
+TEST_F(ExportStatesTest, EveryChangeMovesTheRevision)
+{
+    std::uint64_t last = States.Revision();
+    const auto hasMoved = [&]
+    {
+        const std::uint64_t before = std::exchange(last, States.Revision());
+        return last > before;
+    };
+    Save("D");
+    EXPECT_TRUE(hasMoved());
+    Delete(3);
+    EXPECT_TRUE(hasMoved());
+    States.Queue(0);
+    EXPECT_TRUE(hasMoved());
+    States.Withdraw(States.IdOf(0));
+    EXPECT_TRUE(hasMoved());
+    for (const auto end : {+[](ExportStates& Each) { Each.EndDone("/a.mkv"); },
+                           +[](ExportStates& Each) { Each.EndFailed("Clip export failed."); },
+                           +[](ExportStates& Each) { Each.EndStopped(); }})
+    {
+        States.Queue(0);
+        EXPECT_TRUE(hasMoved());
+        States.Begin(States.IdOf(0));
+        EXPECT_TRUE(hasMoved());
+        States.Progress(0.5);
+        EXPECT_TRUE(hasMoved());
+        end(States);
+        EXPECT_TRUE(hasMoved());
+    }
+    States.Follow(-1);
+    static_cast<void>(States.Of(0));
+    static_cast<void>(States.CountMissing());
+    EXPECT_FALSE(hasMoved());
 }
 } // namespace

@@ -809,7 +809,7 @@ private Q_SLOTS:
         QObject::connect(&stage->Running, &Session::NotificationQueued, &stage->Main(),
                          [&](const Movane::Notification& Told) { told.append(Told); });
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         QCOMPARE(told.size(), 1);
         QCOMPARE(told.first().Type, Movane::NotificationInfo);
@@ -825,7 +825,7 @@ private Q_SLOTS:
         stage.AwaitRuns(2);
         QCoreApplication::processEvents();
         QVERIFY(stop.hasFocus());
-        stage->Acts.StopAllExports();
+        stage->Acts.Run(ActionId::StopAllExports);
         QTRY_VERIFY(!stage.IsRunning());
     }
 
@@ -834,7 +834,7 @@ private Q_SLOTS:
         SlowStage stage;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
         stage->Running.Frame();
-        stage->Acts.StopExport(); // the encoder may not be there yet
+        stage->Acts.Run(ActionId::StopExport); // the encoder may not be there yet
         QTRY_VERIFY(!stage.IsRunning());
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(!stage.HasOutput());
@@ -844,7 +844,7 @@ private Q_SLOTS:
     {
         SlowStage stage;
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         stage.LetItEnd();
         stage->Press(Qt::Key_E);

@@ -39,12 +39,6 @@ protected:
 };
 } // namespace
 
-TEST(FileStem, KeepsLettersDigitsMinusAndUnderscore)
-{
-    const std::string kept = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
-    EXPECT_EQ(MvClipControlPanel::SanitizeFileStem(kept), kept);
-}
-
 TEST(FileStem, HasARuleForEveryByte)
 {
     const std::string kept = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";

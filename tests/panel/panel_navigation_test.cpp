@@ -4,8 +4,11 @@
 
 #include <cmath>
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace
 {
@@ -30,6 +33,18 @@ protected:
     {
         Clip().SourcePath = MakeFile("other.mp4");
         return Clip().SourcePath;
+    }
+
+    /// Lets an observer of the window change the clip while a file is opened.
+    void ChangeClipAtLoad() const
+    {
+        Host().OnCall = [this](const std::string& Call)
+        {
+            if (Call.starts_with("LoadVideoFile"))
+            {
+                Clip() = SavedClip();
+            }
+        };
     }
 
     void ExpectVideoUntouched() const
@@ -83,6 +98,18 @@ TEST_F(LoadClip, SeeksTheVideoThatLoadingLeft)
     Load();
     EXPECT_EQ(replacement.SeekTargetUs, 2000000);
     EXPECT_EQ(Video.SeekTargetUs, 777);
+}
+
+TEST_F(LoadClip, WorksOnTheClipAsItWasThoughItChangesMeanwhile)
+{
+    const std::string source = GiveOtherSource();
+    ChangeClipAtLoad();
+    EXPECT_EQ(Load(), "Loaded Intro onto the video timeline.");
+    EXPECT_THAT(Log(),
+                ElementsAre("GetWindow(7)", "GetChild(0)", "GetWindow(7)",
+                            "LoadVideoFile(" + source + ", false)",
+                            "SetDefaultVideoFile(" + source + ")", "SetRangeSelection(2, 5, false)",
+                            "Seek(4) to 2000000", "Status(Loaded Intro onto the video timeline.)"));
 }
 
 TEST_F(LoadClip, MarksAnOutBeforeItsInAsItIs)
@@ -219,6 +246,24 @@ TEST_F(JumpToClip, SeeksTheVideoThatLoadingLeft)
     }
 }
 
+TEST_F(JumpToClip, WorksOnTheClipAsItWasThoughItChangesMeanwhile)
+{
+    const std::string source = GiveOtherSource();
+    ChangeClipAtLoad();
+    EXPECT_EQ(JumpOut(), "Jumped to Out for Intro");
+    EXPECT_THAT(Log(), ElementsAre("GetWindow(7)", "LoadVideoFile(" + source + ", false)",
+                                   "SetDefaultVideoFile(" + source + ")", "Seek(4) to 5000000",
+                                   "Status(Jumped to Out for Intro)"));
+}
+
+TEST_F(JumpToClip, TellsTheSourceThatDidNotOpenThoughTheClipChangesMeanwhile)
+{
+    GiveOtherSource();
+    ChangeClipAtLoad();
+    Host().bLoadSucceeds = false;
+    EXPECT_EQ(Jump(), "Failed to load clip source: other.mp4");
+}
+
 TEST_F(JumpToClip, RefusesWithoutASelectionButResolvesTheWindow)
 {
     Select(-1);
@@ -309,6 +354,8 @@ TEST_F(SeekPosition, StaysOneMillisecondBeforeTheEndOfTheMedia)
                                            {10000000, 9.999, 9999000},
                                            {10000000, 9.998999, 9998999},
                                            {10000000, 0.0, 0},
+                                           {9000000000, 8000.0, 8000000000}, // beyond 32 bits
+                                           {9000000000, 1e6, 8999999000},
                                            {10000000, -1.0, 0},
                                            {500, 12.0, 0},
                                            {500, 0.0001, 0},
@@ -375,12 +422,22 @@ TEST_F(ClipSource, IsComparedByteForByte)
                                    "SetDefaultVideoFile(" + source + ")"));
 }
 
-TEST_F(ClipSource, SetsNoStatusOnSuccess)
+TEST_F(ClipSource, IsComparedAndToldBeyondANulByte)
 {
-    GiveOtherSource();
-    Panel->StatusText = "earlier";
-    EXPECT_TRUE(Panel->EnsureClipSourceLoaded(Clip(), &VideoWindow));
-    EXPECT_EQ(Panel->StatusText, "earlier");
+    const std::string nul("\0more", 5);
+    Clip().Name = "a" + nul;
+    Clip().SourcePath = MakeFile("a.mp4") + nul; // the file system knows it up to the NUL
+    Video.FilePath = Folder.Path() / "a.mp4";
+    EXPECT_EQ(Load(), "Loaded a" + nul + " onto the video timeline.");
+    EXPECT_EQ(Video.FilePath, Clip().SourcePath);
+    EXPECT_EQ(Log().at(4), "SetDefaultVideoFile(" + Clip().SourcePath + ")");
+    EXPECT_EQ(Jump(), "Jumped to a" + nul);
+    EXPECT_THAT(Log(), Not(Contains(StartsWith("LoadVideoFile"))));
+    Host().bLoadSucceeds = false;
+    Video.FilePath = "other";
+    EXPECT_EQ(Jump(), "Failed to load clip source: a.mp4" + nul);
+    Clip().SourcePath = "/gone" + nul;
+    EXPECT_EQ(Jump(), "Clip source file is missing: /gone" + nul);
 }
 
 TEST_F(ClipSource, NeedsAWindowWithAVideo)
@@ -391,23 +448,6 @@ TEST_F(ClipSource, NeedsAWindowWithAVideo)
     VideoWindow.pVideo = nullptr;
     EXPECT_FALSE(Panel->EnsureClipSourceLoaded(Clip(), &VideoWindow));
     EXPECT_THAT(Log(), ElementsAre(status, status));
-}
-
-TEST_F(ClipSource, ThatIsMissingIsReportedWithItsPath)
-{
-    Clip().SourcePath = Folder.Path() / "gone" / "a.mp4";
-    EXPECT_FALSE(Panel->EnsureClipSourceLoaded(Clip(), &VideoWindow));
-    EXPECT_THAT(Log(),
-                ElementsAre("Status(Clip source file is missing: " + Clip().SourcePath + ")"));
-}
-
-TEST_F(ClipSource, ThatDoesNotOpenIsReportedWithItsName)
-{
-    const std::string source = GiveOtherSource();
-    Host().bLoadSucceeds = false;
-    EXPECT_FALSE(Panel->EnsureClipSourceLoaded(Clip(), &VideoWindow));
-    EXPECT_THAT(Log(), ElementsAre("LoadVideoFile(" + source + ", false)",
-                                   "Status(Failed to load clip source: other.mp4)"));
 }
 
 TEST_F(ClipSource, MayBeAnyEntryThatTheWindowOpens)

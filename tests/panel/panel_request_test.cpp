@@ -119,6 +119,7 @@ TEST_F(ExportRequest, RefusesClipsShorterThanFiftyMilliseconds)
     };
     for (const Case& c : std::vector<Case>{{10.0, 10.04},
                                            {0.0, std::nextafter(0.05, 0.0)},
+                                           {0.0004, 0.0503}, // 0.050 between rounded times
                                            {10.0, 10.0},
                                            {10.0, 5.0},
                                            {-1.0, -2.0},
@@ -290,16 +291,6 @@ TEST_F(ExportRequest, CountsOneGenerationForEachStart)
     EXPECT_EQ(State(), (ExportState{7, true, false, false, ""}));
 }
 
-TEST_F(ExportRequest, LeavesARunningExportAloneWhenASecondOneIsRefused)
-{
-    Export();
-    EXPECT_EQ(Export(), "Clip export already in progress.");
-    EXPECT_EQ(Host().Jobs.size(), 1U);
-    FinishJob();
-    Panel->PumpExportResult();
-    EXPECT_EQ(Panel->StatusText, "Exported clip_00000_Intro.mkv");
-}
-
 TEST_F(ExportRequest, ShowsAWaitingResultBeforeItStarts)
 {
     Export();
@@ -327,6 +318,34 @@ TEST_F(ExportRequest, ShowsAWaitingResultBeforeItRefuses)
                             "Status(Select a saved clip to export it.)"));
 }
 
+TEST_F(ExportRequest, TakesTheClipThatIsSelectedAfterAWaitingResultWasShown)
+{
+    AddClip("Outro", 1.0, 2.0).SourcePath = Source;
+    Export();
+    FinishJob();
+    Panel->StatusChanged.connect(
+        [this](const std::string& Text)
+        {
+            if (Text.starts_with("Exported"))
+            {
+                Panel->DeleteSelectedClip();
+            }
+        });
+    EXPECT_EQ(Export(), "Exporting Outro to clip_00000_Outro.mkv...");
+    FinishJob();
+    EXPECT_EQ(Export(), "Select a saved clip to export it.");
+}
+
+TEST_F(ExportRequest, ExportsTheClipThatItTellsThoughAListenerChangesIt)
+{
+    Panel->StatusChanged.connect([this](const std::string&) { Panel->Clips.assign(1, {}); });
+    EXPECT_EQ(Export(), "Exporting Intro to clip_00000_Intro.mkv...");
+    FinishJob();
+    EXPECT_EQ(Ffmpeg.Arguments().at(5), Source);
+    EXPECT_EQ(Ffmpeg.Arguments().at(7), "10.000");
+    EXPECT_EQ(Ffmpeg.Arguments().at(9), "2.000");
+}
+
 TEST_F(ExportRequest, ShowsAWaitingResultBeforeItThrows)
 {
     Export();
@@ -341,6 +360,16 @@ TEST_F(ExportRequest, NamesTheClipAsItIs)
 {
     Clip().Name = "it's %d/\xC3\xA9";
     EXPECT_EQ(Export(), "Exporting it's %d/\xC3\xA9 to clip_00000_its_d.mkv...");
+}
+
+TEST_F(ExportRequest, KeepsNulBytesInWhatItTells)
+{
+    Clip().Name = std::string("a\0b", 3);
+    EXPECT_EQ(Export(), "Exporting " + Clip().Name + " to clip_00000_ab.mkv...");
+    FinishJob();
+    Clip().SourceLabel = std::string("c\0d", 3);
+    Clip().SourcePath.clear();
+    EXPECT_EQ(Export(), "Clip source file is missing: " + Clip().SourceLabel);
 }
 
 TEST_F(ExportRequest, RunsOnTheSpotWhenTheJobSystemDoesNotRun)
@@ -526,6 +555,20 @@ TEST_F(FfmpegSearch, KeepsARelativeEntryRelativeAndUntrimmed)
     EXPECT_EQ(Found(), "bin/ffmpeg");
     const EnvironmentGuard blanks("PATH", " bin ");
     EXPECT_EQ(Found(), " bin /ffmpeg");
+}
+
+TEST_F(FfmpegSearch, LeavesAnEntryAsItStands)
+{
+    MakeProgram("bin/ffmpeg");
+    std::filesystem::create_directories(InFolder("other"));
+    const EnvironmentGuard path("PATH", "~:$HOME:\"bin\":other/..//bin/.");
+    EXPECT_EQ(Found(), "other/..//bin/./ffmpeg");
+    EXPECT_THAT(Platform().AskedPaths, ElementsAre("~/ffmpeg", "$HOME/ffmpeg", "\"bin\"/ffmpeg",
+                                                   "other/..//bin/./ffmpeg"));
+    const EnvironmentGuard slash("PATH", "bin//");
+    EXPECT_EQ(Found(), "bin//ffmpeg");
+    const EnvironmentGuard override("MOVANE_FFMPEG_BIN", "other/..//bin/./ffmpeg");
+    EXPECT_EQ(Found(), "other/..//bin/./ffmpeg");
 }
 
 TEST_F(FfmpegSearch, PassesOverWhatCanNotRun)

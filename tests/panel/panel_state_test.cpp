@@ -226,21 +226,6 @@ TEST_F(Selection, TakesTheSelectedRowElseTheCurrentRow)
     }
 }
 
-TEST_F(Selection, IsNoneWithoutClips)
-{
-    Select(0);
-    EXPECT_EQ(Panel->SelectedClipIndex(), -1);
-    EXPECT_EQ(Panel->SelectedClip(), nullptr);
-}
-
-TEST_F(Selection, AsksNothingOfTheHost)
-{
-    AddClip("a");
-    Select(0);
-    Panel->SelectedClip();
-    EXPECT_THAT(Log(), IsEmpty());
-}
-
 TEST_F(TargetWindow, IsNoneWithoutACore)
 {
     p = nullptr;
@@ -327,6 +312,16 @@ TEST_F(TargetWindow, PassesOverMissingWindowsAndOtherKinds)
     EXPECT_THAT(Log(), ElementsAre("GetWindow(4)", "GetWindow(5)", "GetWindow(6)"));
 }
 
+TEST_F(TargetWindow, IsAskedForByItsWholeID)
+{
+    MvVideoWindow other = Qualifying();
+    MvVideoWindow fit = Qualifying();
+    Host().Windows[UINT_MAX] = &other;
+    Add(ULONG_MAX, &fit);
+    EXPECT_EQ(Panel->ResolveTargetVideoWindow(), &fit);
+    EXPECT_THAT(Log(), ElementsAre("GetWindow(" + std::to_string(ULONG_MAX) + ")"));
+}
+
 TEST_F(TargetWindow, FallsBackToWindow3WhateverItsState)
 {
     MvVideoWindow hidden;
@@ -364,14 +359,6 @@ TEST_F(TargetWindow, PrefersAnyQualifyingWindowToWindow3)
     Add(8, &fit);
     EXPECT_EQ(Panel->ResolveTargetVideoWindow(), &fit);
     EXPECT_THAT(Log(), ElementsAre("GetWindow(3)", "GetWindow(8)"));
-}
-
-TEST_F(TargetWindow, NeedsNoVideo)
-{
-    MvVideoWindow fit = Qualifying();
-    Add(5, &fit);
-    EXPECT_EQ(fit.pVideo, nullptr);
-    EXPECT_EQ(Panel->ResolveTargetVideoWindow(), &fit);
 }
 
 TEST_F(TargetTimeline, IsChild0OfTheTargetWindow)

@@ -69,15 +69,6 @@ TEST_F(StatusLine, MayBeSetToItself)
     EXPECT_THAT(Heard, ElementsAre(std::string(100, 'x')));
 }
 
-TEST_F(StatusLine, MayBeEmpty)
-{
-    Listen();
-    Panel->SetStatusTextInternal("Saved", true);
-    Panel->SetStatusTextInternal("", true);
-    EXPECT_EQ(StatusLabel.Text, "");
-    EXPECT_THAT(Heard, ElementsAre("Saved", ""));
-}
-
 TEST_F(StatusLine, IsStoredAndShownBeforeItIsAnnounced)
 {
     Panel->StatusChanged.connect(
@@ -126,8 +117,29 @@ TEST_F(StatusLine, StopsAtASlotThatThrowsWhenTheTextIsShownAlready)
     EXPECT_THAT(Heard, IsEmpty());
 }
 
-TEST_F(StatusLine, CallsNothingOfTheHost)
+TEST_F(StatusLine, MayBeSetAnewByAListener)
 {
+    Panel->StatusChanged.connect(
+        [this](const std::string& Text)
+        {
+            if (Text == "Saved")
+            {
+                Panel->SetStatusTextInternal("Renamed", true);
+            }
+        });
+    Listen();
     Panel->SetStatusTextInternal("Saved", true);
-    EXPECT_THAT(Log(), IsEmpty());
+    EXPECT_EQ(Panel->StatusText, "Renamed");
+    EXPECT_EQ(StatusLabel.Text, "Renamed");
+    EXPECT_THAT(Heard, ElementsAre("Renamed", "Saved"));
+}
+
+TEST_F(StatusLine, KeepsNulBytes)
+{
+    const std::string text("a\0b", 3);
+    Listen();
+    Panel->SetStatusTextInternal(text, true);
+    EXPECT_EQ(Panel->StatusText, text);
+    EXPECT_EQ(StatusLabel.Text, text);
+    EXPECT_THAT(Heard, ElementsAre(text));
 }

@@ -200,22 +200,6 @@ TEST_F(TableRows, AreSixTextsForEachClipInOrder)
                     ElementsAre("Outro", "01:01", "01:02", "00:01", "Amber", "holiday.mp4")));
 }
 
-TEST_F(TableRows, ReplaceAllEarlierRows)
-{
-    Panel->TableModel->Rows = {{"old"}, {"old"}, {"old"}};
-    AddClip("new");
-    Panel->RebuildTableModel();
-    ASSERT_THAT(Panel->TableModel->Rows, SizeIs(1));
-    EXPECT_EQ(Panel->TableModel->Rows[0][0], "new");
-}
-
-TEST_F(TableRows, AreGoneWithTheClips)
-{
-    Panel->TableModel->Rows = {{"old"}};
-    Panel->RebuildTableModel();
-    EXPECT_THAT(Panel->TableModel->Rows, IsEmpty());
-}
-
 TEST_F(TableRows, LeaveTheHeadersAlone)
 {
     Panel->TableModel->Headers = {"mine"};
@@ -234,22 +218,20 @@ TEST_F(TableRows, ShowANegativeLengthAsNone)
                 ElementsAre("none", "00:00", "00:05", "00:00", "Amber", "holiday.mp4"));
 }
 
+TEST_F(TableRows, RoundTheLengthByItself)
+{
+    AddClip("a", 0.5, 2.4);
+    Panel->RebuildTableModel();
+    EXPECT_THAT(Panel->TableModel->Rows[0],
+                ElementsAre("a", "00:01", "00:02", "00:02", "Amber", "holiday.mp4"));
+}
+
 TEST_F(TableRows, AreSetBeforeTheColumnsAreLaidOut)
 {
     AddClip("a");
     Panel->RebuildTableModel();
     EXPECT_THAT(Log(), ElementsAre("SetRows(1)", "ScaleTextPx(14, 8, 220)", "GetCellWidth(14)",
                                    "SetColumnFractions()"));
-}
-
-TEST_F(TableRows, LeaveTheSelectionAlone)
-{
-    AddClip("a");
-    Table.SelectedRow = 5;
-    Table.CurrentRow = 4;
-    Panel->RebuildTableModel();
-    EXPECT_EQ(Table.SelectedRow, 5);
-    EXPECT_EQ(Table.CurrentRow, 4);
 }
 
 TEST_F(TableRows, NeedAModelAndLayNothingOutWithoutOne)
@@ -401,6 +383,31 @@ TEST_F(ColumnLayout, ChangesNothingWhenThePaddingTakesAllThereIs)
     EXPECT_THAT(Log(), ElementsAreArray(WholeLayout));
 }
 
+TEST_F(ColumnLayout, ChangesNothingInAPanelWithoutAreaThoughItsInnerAreaHasOne)
+{
+    Panel->PaddingPx = -100.0; // makes the inner area larger than the panel
+    Panel->RelX1 = Panel->RelX2 = 0.5;
+    ExpectNothingChanges();
+    Panel->RelX1 = 0.0;
+    Panel->RelX2 = 1.0;
+    Panel->RelY1 = Panel->RelY2 = 0.5;
+    ExpectNothingChanges();
+}
+
+TEST_F(ColumnLayout, ChangesNothingInAnInnerAreaInsideOutThoughTheTableHasAnArea)
+{
+    Application.pCoreSDL->Height = 100000;
+    Panel->PaddingPx = Application.pCoreSDL->Width;
+    std::swap(Table.RelX1, Table.RelX2); // turns the table back
+    ExpectNothingChanges();
+    std::swap(Table.RelX1, Table.RelX2);
+    Application.pCoreSDL->Height = 720;
+    Application.pCoreSDL->Width = 100000;
+    Panel->PaddingPx = Application.pCoreSDL->Height;
+    std::swap(Table.RelY1, Table.RelY2);
+    ExpectNothingChanges();
+}
+
 TEST_F(ColumnLayout, ChangesNothingWithoutNumbers)
 {
     Panel->RelX2 = NotANumber;
@@ -486,6 +493,13 @@ TEST_F(ColumnLayout, MeasuresTheTimesAsTheyAreShown)
     EXPECT_EQ(Host().ColumnFractions[1], 86 / total);
     EXPECT_EQ(Host().ColumnFractions[2], 70 / total);
     EXPECT_EQ(Host().ColumnFractions[3], 54 / total);
+}
+
+TEST_F(ColumnLayout, MeasuresTheLengthThatIsRoundedByItself)
+{
+    AddClip("a", 0.6, 3600.2); // 00:01, 1:00:00 and a length of 1:00:00
+    Panel->UpdateTableColumnLayout();
+    EXPECT_EQ(Host().ColumnFractions[3], 70.0 / (94 + 54 + 70 + 70 + 54 + 102));
 }
 
 TEST_F(ColumnLayout, TakesTheSameShareOfTheRoomOfTheFirstFive)

@@ -46,7 +46,7 @@ ActionSet::ActionSet(QWidget& Window, Commands& Target)
         auto* const action = new QAction(QString::fromUtf8(info.Name), this);
         action->setToolTip(TooltipOf(info));
         action->setShortcuts(KeysOf(info));
-        connect(action, &QAction::triggered, &Target, info.Handler);
+        connect(action, &QAction::triggered, &Target, [&Target, &info] { Target.Run(info.Id); });
         Window.addAction(action);
         Actions.push_back(action);
     }

@@ -20,7 +20,7 @@ class ActionSet : public QObject
     Q_OBJECT
 
 public:
-    /// Adds an action for each table entry to Window, each calling its handler on Target. Both must
+    /// Adds an action for each table entry to Window, each run by Target. Both must
     /// outlive the set.
     ActionSet(QWidget& Window, Commands& Target);
 
