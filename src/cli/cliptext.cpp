@@ -99,7 +99,7 @@ private:
         {
             if (Rest.empty())
             {
-                OutError = "a quote is opened and not closed";
+                OutError = "a quote is not closed";
                 return false;
             }
             const char character = Rest.front();
@@ -117,7 +117,7 @@ private:
         Rest.remove_prefix(std::min(Rest.find_first_not_of(" \t"), Rest.size()));
         if (!AtFieldEnd())
         {
-            OutError = "text stands behind a closing quote (inside quotes, a quote is doubled)";
+            OutError = "there is text after a closing quote (inside quotes, a quote is doubled)";
             return false;
         }
         return true;

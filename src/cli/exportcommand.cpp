@@ -91,7 +91,7 @@ bool ReadRequests(const ExportOptions& Options,
     {
         OutError = Options.TablePaths.empty()
                        ? "No clip is given: add --clip [NAME=]IN-OUT or --clips FILE.csv."
-                       : Options.TablePaths.front() + " holds no clips.";
+                       : Options.TablePaths.front() + " has no clips.";
         return false;
     }
     return true;
@@ -156,7 +156,7 @@ bool PlaceInSource(const ClipRequest& Request,
     const bool bDurationKnown = DurationSec > 0.0;
     if (!Request.OutSec.has_value() && !bDurationKnown)
     {
-        OutError = Request.Origin + ": the length of " + Source + " is unknown, so give an Out.";
+        OutError = Request.Origin + ": the length of " + Source + " is unknown: give an Out.";
         return false;
     }
     OutClip = {Request.Origin, Request.Name, Request.InSec.value_or(0.0),
@@ -165,13 +165,12 @@ bool PlaceInSource(const ClipRequest& Request,
     if (bDurationKnown && std::round(OutClip.InSec * 1000.0) / 1000.0 >= DurationSec)
     {
         OutError = Request.Origin + ": In (" + SecondsText(OutClip.InSec) +
-                   ") lies at or past the end of " + Source + " (" + SecondsText(DurationSec) +
-                   ").";
+                   ") is not before the end of " + Source + " (" + SecondsText(DurationSec) + ").";
         return false;
     }
     if (OutClip.OutSec < OutClip.InSec)
     {
-        OutError = Request.Origin + ": Out (" + SecondsText(OutClip.OutSec) + ") lies before In (" +
+        OutError = Request.Origin + ": Out (" + SecondsText(OutClip.OutSec) + ") is before In (" +
                    SecondsText(OutClip.InSec) + ").";
         return false;
     }

@@ -353,10 +353,11 @@ std::string EncoderRun::ChildFailure(int Status) const
     {
         return FfmpegPath + " can't be started: " + std::generic_category().message(errno) + '.';
     }
-    return WIFSIGNALED(Status) ? "ffmpeg was ended by signal " + std::to_string(WTERMSIG(Status)) +
-                                     ": export again."
-                               : "ffmpeg ended with exit code " +
-                                     std::to_string(WEXITSTATUS(Status)) + " and did not say why.";
+    return WIFSIGNALED(Status)
+               ? "ffmpeg was ended by signal " + std::to_string(WTERMSIG(Status)) +
+                     ": export again."
+               : "ffmpeg ended with exit code " + std::to_string(WEXITSTATUS(Status)) +
+                     " and no message: export again.";
 }
 } // namespace
 
