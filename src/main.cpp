@@ -36,7 +36,7 @@ int main(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        // What leads here is a system without memory, threads or descriptors.
+        // The system has no memory, threads or descriptors left.
         PrintError(std::string("The program can't go on (") + error.what() +
                    "): end some programs and try again.");
     }

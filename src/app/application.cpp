@@ -30,7 +30,7 @@ Application::~Application()
         ApplicationCore.pJobSystem->Stop();
         ApplicationCore.pJobSystem->SetWakeUp({});
     }
-    pExports.reset(); // the last callbacks find its panel gone
+    pExports.reset(); // after the jobs: callbacks that come now find its panel gone and do nothing
     p = nullptr;
 }
 
@@ -42,8 +42,8 @@ void Application::StartJobs()
                                                   { EndExport(Failure); });
 }
 
-// The only jobs are exports. One that threw posts no result, and without any its panel would refuse
-// every further export.
+// Every job is an export. A job that threw posts no result, and without a result its panel would refuse all further
+// exports.
 void Application::EndExport(const JobSystem::Failure& Failure)
 {
     if (pExports->Running() != nullptr)

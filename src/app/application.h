@@ -1,8 +1,8 @@
 // The application without a face: what the windows, the command line, tests and measurements share.
 //
-// The core with the global p, the clip panel with the records that it points at, the queue of exports,
-// and the frame that brings them up to date. Who runs it adds video windows to the core, asks for frames
-// as RequestFrame wants them, and shows what the records hold. UI thread only.
+// It has the core with the global p, the clip panel with its records, the queue of exports, and the frame that
+// brings them up to date. A program adds video windows to the core, runs Frame whenever RequestFrame was called,
+// and shows the records. UI thread only.
 
 #pragma once
 
@@ -23,7 +23,7 @@ public:
     {
         std::unique_ptr<TTF> pFont = nullptr;            ///< null: the host's own
         std::unique_ptr<ExportSocket> pSocket = nullptr; ///< null: exports run ffmpeg itself
-        /// What the running export has started, for a thread that may kill it.
+        /// The processes of the running export, shared with a thread that may kill them.
         std::shared_ptr<WorkerChildren> pEncoder = std::make_shared<WorkerChildren>();
         std::function<void()> RequestFrame = [] {}; ///< asks for a frame; any thread calls it
         bool bStartsJobs = true;                    ///< otherwise StartJobs does
@@ -31,7 +31,7 @@ public:
 
     /// Builds the core, points the global p at it, and wires the panel.
     explicit Application(Setup How);
-    /// Ends a running export, stops the jobs, then takes everything down.
+    /// Ends a running export, stops the jobs, then destroys the rest.
     ~Application();
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
@@ -45,14 +45,14 @@ public:
     MvWindow& PanelPlace() { return Place; }
     ExportQueue& Exports() { return *pExports; }
 
-    /// Queues the selected clip for its export; without one the panel says why not.
+    /// Queues the selected clip for export. Without a selection the panel's status says so.
     void ExportSelectedClip();
 
-    /// Starts the workers. A job that throws ends the export that it belongs to.
+    /// Starts the workers. A job that throws ends its export as failed.
     void StartJobs();
 
-    /// Brings the records up to date: callbacks of jobs, exports, a finished result, the live labels. The
-    /// news of the players is taken before, by whoever has players.
+    /// Brings the records up to date: callbacks of jobs, exports, a finished result, the live labels. The caller
+    /// pumps the players' events before.
     void Frame();
 
 private:

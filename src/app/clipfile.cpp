@@ -23,7 +23,7 @@ constexpr int LastNumber = 9999;
 std::filesystem::path AddMissingExtension(const std::filesystem::path& File)
 {
     const std::string name = File.filename().native();
-    // A stem holds no dot, so one that is there begins the extension.
+    // A stem has no dot, so a dot begins the extension.
     const std::size_t dotAt = std::min(name.rfind('.'), name.size());
     const std::string digits = name.substr(std::min(NumberAt, name.size()), DigitCount);
     int number = 0;

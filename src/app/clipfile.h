@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-/// Gives a finished export the ending ".mkv" that its name lacks: a long name of a clip is cut with the
-/// extension, or a part of it.
+/// Completes the extension ".mkv" of a finished export: the panel cuts a long name, with the extension or a part of
+/// it.
 ///
-/// Replaces nothing: where the whole name is taken the next free number is used. Returns where the file
-/// is now, which is File itself when nothing is missing, no number is free or the file system refuses.
+/// Replaces no file: if the complete name is taken, uses the next free number. Returns the file's path, which is
+/// still File when its extension is complete, no number is free, or the file system refuses.
 std::filesystem::path AddMissingExtension(const std::filesystem::path& File);

@@ -1,4 +1,4 @@
-// The host's widgets that the clip panel points at, for the panel on the screen to show and to fill.
+// The host's widgets that the clip panel points at. The panel on the screen shows and fills them.
 //
 // They outlive the real widgets: the session owns them beside the panel. UI thread only.
 
@@ -16,8 +16,8 @@ class MvClipControlPanel;
 struct ClipPanelRecords
 {
     MvTable Table;
-    /// The rows that Export takes, in their order, where several are selected; the table's one is among
-    /// them. Otherwise empty.
+    /// The selected rows in their order, for Export, when several are selected; otherwise empty. The table's
+    /// selected row is among them.
     std::vector<int> SelectedRows;
     MvTextInput NameInput;
     MvLabel StatusLabel;
@@ -26,9 +26,8 @@ struct ClipPanelRecords
     MvLabel MarkersLabel;
 };
 
-/// Points Panel at the records, gives it an empty table model with the six column titles, and lets a
-/// selection of the user's fill the name input. To be called once; Panel must outlive every use of
-/// the records' table.
+/// Points Panel at the records, gives it an empty table model with the six column titles, and makes the user's
+/// selection fill the name input. Call it once; Panel must outlive every use of the records' table.
 void ConnectPanelToRecords(MvClipControlPanel& Panel, ClipPanelRecords& Records);
 
 /// Another number whenever Panel's Clips or the rows of its table have changed, so nobody has to compare

@@ -32,21 +32,21 @@ constexpr milliseconds LookEveryWhileStopping{20};
 constexpr milliseconds StopGrace{5000};
 // A front that has not connected by then can't be told.
 constexpr milliseconds ConnectGrace{1000};
-// What the end of the program waits for: the grace period, and the panel's result after it.
+// How long the program's end waits: the grace period, and then the panel's result.
 constexpr milliseconds ShutdownTime{10000};
 
-// As many numbers as the panel has for a name.
+// The panel has this many numbers for a name.
 constexpr int MaxTryCount = 10000;
 
-// Of those that failed, as many are named as a notification has room for.
-constexpr std::size_t MaxToldFailures = 3;
+// A notification has room for this many failures.
+constexpr std::size_t MaxNamedFailures = 3;
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
-// The front's own word for it. What a status says may begin with the name of a file.
+// The front's message for a stop. Compared as a whole: a sentence may begin with a file of that name.
 constexpr const char* FrontStoppedText = "stopped.";
 
-// The panel says where an export goes in its status alone. Its words and the clip's name are known, so
-// what is left between them is the file's name, whatever the name of the clip looks like.
+// Only the panel's status says where an export goes. Its words and the clip's name are known, so the rest is the
+// file's name, whatever characters the clip's name has.
 fs::path OutputPathOf(const std::string& StatusText, const std::string& ClipName)
 {
     const std::string begin = "Exporting " + ClipName + " to ";
@@ -60,11 +60,11 @@ fs::path OutputPathOf(const std::string& StatusText, const std::string& ClipName
            StatusText.substr(begin.size(), StatusText.size() - begin.size() - End.size());
 }
 
-void Watch(const UniqueFd& Poll, int Watched)
+void AddToPoll(const UniqueFd& Poll, int Descriptor)
 {
     epoll_event event = {};
     event.events = EPOLLIN;
-    if (epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Watched, &event) != 0)
+    if (epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Descriptor, &event) != 0)
     {
         throw std::system_error(errno, std::generic_category(), "epoll_ctl");
     }
@@ -84,10 +84,10 @@ ExportQueue::ExportQueue(MvClipControlPanel& NewUserPanel,
     , Timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
     , pEncoder(std::move(pNewEncoder))
 {
-    Watch(Poll, Timer.Get());
+    AddToPoll(Poll, Timer.Get());
     if (pSocket != nullptr)
     {
-        Watch(Poll, pSocket->Descriptor());
+        AddToPoll(Poll, pSocket->Descriptor());
     }
 }
 
@@ -232,7 +232,7 @@ void ExportQueue::Pump()
             Begin(entry);
         }
     }
-    EmitRemoved(); // what this pump has taken out
+    EmitRemoved(); // entries that this pump removed
     if (!Current.has_value() && Tally.Count > 0)
     {
         EndRound();
@@ -257,11 +257,11 @@ void ExportQueue::Begin(const QueuedExport& Entry)
     if (AskPanel(Entry))
     {
         Began.emit(*Current);
-        TakeResult(); // without a running job system it is there already
+        TakeResult(); // without a running job system the export has ended already
     }
 }
 
-// False when the panel refused, which has been told then.
+// Returns false when the panel refused, after emitting Ended.
 bool ExportQueue::AskPanel(const QueuedExport& Entry)
 {
     pDesk = std::make_unique<Desk>();
@@ -312,7 +312,7 @@ void ExportQueue::Look()
     }
     else if (pSocket == nullptr)
     {
-        // Known before a signal to the whole process group ends the shell above it.
+        // Collect now: a later signal to the whole process group may end the shell above the encoder.
         pEncoder->Collect();
     }
     Tell();
@@ -337,7 +337,7 @@ void ExportQueue::TakeMessages()
         bNameTaken = bNameTaken || message.Type == ExportMessageType::Taken;
         bFrontStopped = bFrontStopped || (message.Type == ExportMessageType::Failed &&
                                           message.Text == FrontStoppedText);
-        // A front that ends without its last word was killed.
+        // A front without a last message was killed.
         bFrontAtWork = message.Type == ExportMessageType::Output ||
                        message.Type == ExportMessageType::Progress;
     }
@@ -351,7 +351,7 @@ void ExportQueue::Tell()
 {
     Current->ElapsedSec = std::chrono::duration<double>(Now() - BeganAt).count();
     Current->SecondsLeft = Left.Update(Current->Fraction, Current->ElapsedSec);
-    if (bTells)
+    if (bEmits)
     {
         Progressed.emit(*Current);
     }
@@ -367,8 +367,8 @@ bool ExportQueue::TakeResult()
             return false;
         }
     }
-    TakeMessages(); // the front's last word came before the result
-    // The shell may end before what it ran: wait until both have.
+    TakeMessages(); // the front's last message came before the result
+    // The shell may end before its child: wait for both.
     if (!Current.has_value() || IsEncoderLeft())
     {
         return false;
@@ -402,13 +402,13 @@ bool ExportQueue::TakeResult()
 
 bool ExportQueue::IsEncoderLeft()
 {
-    // A front is connected still only where somebody ended the shell above it.
+    // A front that is still connected lost its shell to a signal.
     if (pSocket != nullptr && pSocket->IsConnected(Current->OutputPath.native()))
     {
         pSocket->SendStop(Current->OutputPath.native());
         return true;
     }
-    // The ffmpeg of a front that was killed ends a moment later, and its files can be removed only then.
+    // The ffmpeg of a killed front ends a moment later; only then can its files be removed.
     return (Current->bStopping && pEncoder->IsRunning()) ||
            (bFrontAtWork && IsBeingWritten(Current->OutputPath));
 }
@@ -428,7 +428,7 @@ void ExportQueue::End(ExportOutcome Outcome, const std::string& Message)
     }
     const fs::path file =
         Outcome == ExportOutcome::Exported ? AddMissingExtension(ended.OutputPath) : fs::path();
-    if (bTells)
+    if (bEmits)
     {
         UserPanel.SetStatusTextInternal(Message, true);
     }
@@ -449,7 +449,7 @@ void ExportQueue::Finish(const EndedExport& EndedOne)
             TakeOutAll();
         }
     }
-    if (!bTells)
+    if (!bEmits)
     {
         return;
     }
@@ -460,7 +460,7 @@ void ExportQueue::Finish(const EndedExport& EndedOne)
     Ended.emit(EndedOne);
 }
 
-// In the panel's own words and times; a stop is no error.
+// Uses the panel's own words and display times. A stop is not an error.
 void ExportQueue::Notify(const EndedExport& EndedOne) const
 {
     const bool bError = EndedOne.Outcome == ExportOutcome::Failed;
@@ -479,14 +479,14 @@ void ExportQueue::EndRound()
     {
         std::string text =
             ExportSummary(round.ExportedCount, round.Count, round.bStopped ? "stopped" : "");
-        const std::size_t toldCount = std::min(round.Failed.size(), MaxToldFailures);
-        for (std::size_t i = 0; i < toldCount; ++i)
+        const std::size_t namedCount = std::min(round.Failed.size(), MaxNamedFailures);
+        for (std::size_t i = 0; i < namedCount; ++i)
         {
             text += ' ' + round.Failed[i].Clip.Name + ": " + round.Failed[i].Message;
         }
-        if (round.Failed.size() > toldCount)
+        if (round.Failed.size() > namedCount)
         {
-            text += " And " + std::to_string(round.Failed.size() - toldCount) + " more failed.";
+            text += " And " + std::to_string(round.Failed.size() - namedCount) + " more failed.";
         }
         const bool bError = !round.Failed.empty();
         p->pMovane->QueueNotification(bError ? Movane::NotificationError : Movane::NotificationInfo,
@@ -497,7 +497,7 @@ void ExportQueue::EndRound()
 
 void ExportQueue::Shutdown()
 {
-    bTells = false;
+    bEmits = false;
     Entries.clear();
     TakenOut.clear();
     if (!Current.has_value())
@@ -521,7 +521,7 @@ void ExportQueue::Shutdown()
     }
 }
 
-// The first look comes soon; 0 disarms it.
+// The first expiry comes soon; a Period of 0 disarms the timer.
 void ExportQueue::ArmTimer(milliseconds Period)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Period);

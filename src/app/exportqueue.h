@@ -1,11 +1,11 @@
 // Exports clips one after the other, in the order of adding.
 //
-// Each export is run by a clip panel of the queue's own, with a table and a clip list of one row, so no
-// selection moves in the panel that the user sees; its status texts are passed on to that panel. A clip
-// that fails does not end the rest. An entry keeps its clip as it was when it was added.
+// The queue runs each export with a clip panel of its own, whose table and clip list have one row, so that the
+// selection in the user's panel never moves. It passes that panel's status texts on to the user's panel. When a clip
+// fails, the rest still run. An entry keeps its clip as it was when it was added.
 //
-// Signals are emitted by Pump alone, which the application calls in its frame; a slot may call whatever
-// it likes but Pump. UI thread only.
+// Only Pump, which the application calls in each frame, emits signals. A slot may call anything but Pump. UI thread
+// only.
 
 #pragma once
 
@@ -39,7 +39,7 @@ struct QueuedExport
 enum class ExportOutcome
 {
     Exported,
-    Failed, ///< also what the panel refused
+    Failed, ///< or refused by the panel
     Stopped,
 };
 
@@ -49,7 +49,7 @@ struct EndedExport
     MvClipControlPanel::SavedClip Clip;
     ExportOutcome Outcome = ExportOutcome::Failed;
     std::filesystem::path FilePath; ///< of the finished file; empty where there is none
-    std::string Message;            ///< the panel's last word on it, or why it could not be asked
+    std::string Message; ///< the panel's last status, or why the panel could not be asked
 };
 
 class ExportQueue
@@ -58,33 +58,33 @@ public:
     using Clip = MvClipControlPanel::SavedClip;
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// UserPanel gets the status texts. RequestFrame asks the application for a frame. With a socket,
-    /// exports go through the encoder front. Encoder is what the running export has started: whoever
-    /// holds it, too, can kill that from any thread.
+    /// UserPanel gets the status texts. RequestFrame asks the application for a frame. With a socket, exports use
+    /// the encoder front. Encoder holds the processes of the running export: its other owners may kill them from
+    /// any thread.
     ExportQueue(MvClipControlPanel& NewUserPanel,
                 std::function<void()> NewRequestFrame,
                 std::unique_ptr<ExportSocket> pNewSocket = nullptr,
                 std::shared_ptr<WorkerChildren> pNewEncoder = std::make_shared<WorkerChildren>(),
                 Clock NewNow = &std::chrono::steady_clock::now);
-    /// As Shutdown.
+    /// Calls Shutdown.
     ~ExportQueue();
     ExportQueue(const ExportQueue&) = delete;
     ExportQueue& operator=(const ExportQueue&) = delete;
 
-    // -- What is asked for. Nothing is emitted before the next Pump, which these ask for.
+    // -- Requests. Their signals are emitted by the next Pump, for which they request a frame.
 
-    /// Appends a clip. It is judged when its turn comes.
+    /// Appends a clip. The panel checks it when its turn comes.
     ExportId Add(const Clip& NewClip);
     std::vector<ExportId> Add(const std::vector<Clip>& NewClips);
-    /// Takes out an entry that waits; false when there is none of that number.
+    /// Removes a waiting entry; false when none has that number.
     bool Remove(ExportId Id);
-    /// Stops the running export, or the one that is about to begin; the next one follows. Without one
-    /// nothing happens.
+    /// Stops the running export, or the one that is about to begin; the next entry follows. Does nothing without
+    /// one.
     void Stop();
-    /// Stops the running export and takes out all that wait.
+    /// Stops the running export and removes all waiting entries.
     void StopAll();
 
-    // -- What is there.
+    // -- State.
 
     /// True while an export runs or waits, until Idle.
     bool IsRunning() const { return Current.has_value() || !Entries.empty() || Tally.Count > 0; }
@@ -96,12 +96,11 @@ public:
 
     // -- For the application.
 
-    /// Takes what the encoder and the panel have to say, and begins the next export.
+    /// Takes messages of the encoder and results of the panel, and begins the next export.
     void Pump();
-    /// Readable when Pump has something to do that no frame was asked for. Owned by the queue.
+    /// Readable when Pump has something to do although no frame was requested. Owned by the queue.
     int Descriptor() const { return Poll.Get(); }
-    /// Takes out all that wait and ends the running export, for which it waits some seconds. Tells
-    /// nobody.
+    /// Removes all waiting entries and ends the running export, waiting some seconds for it. Emits nothing.
     void Shutdown();
 
     /// An entry's turn has come: the panel is asked next, unless a stop was faster.
@@ -109,14 +108,14 @@ public:
     /// The panel has begun an export.
     Signal<RunningExport> Began;
     Signal<RunningExport> Progressed;
-    /// Every entry gets this in the end, unless it is taken out before.
+    /// Emitted once for every entry that is not removed before.
     Signal<EndedExport> Ended;
-    /// An entry was taken out before its turn.
+    /// An entry was removed before its turn.
     Signal<QueuedExport> Removed;
     /// Nothing runs or waits any more. The notification has been queued.
     Signal<> Idle;
 
-    bool bFailFast = false;   ///< a failure takes out all that wait
+    bool bFailFast = false;   ///< a failure removes all waiting entries
     bool bNotifyEach = false; ///< a notification for each clip instead of one for the whole queue
 
 private:
@@ -124,13 +123,13 @@ private:
     struct Desk
     {
         MvTable Table;
-        MvClipControlPanel Panel; // last, so that it goes before what it points at
+        MvClipControlPanel Panel; // declared last: destroyed before the table that it points at
     };
 
-    /// What became of the entries since the queue was idle last.
+    /// Results since the queue was last idle.
     struct Counts
     {
-        std::size_t Count = 0; ///< of those that ended or were taken out by a stop
+        std::size_t Count = 0; ///< of entries that ended or were removed by a stop
         std::size_t ExportedCount = 0;
         std::vector<EndedExport> Failed;
         bool bStopped = false;
@@ -159,13 +158,13 @@ private:
     Clock Now;
     std::unique_ptr<ExportSocket> pSocket; ///< null without the front
     UniqueFd Poll;                         ///< of the timer and the socket
-    UniqueFd Timer;                        ///< while an export runs that has to be looked at
+    UniqueFd Timer;                        ///< armed while an export runs
     ExportId LastId = 0;
     std::deque<QueuedExport> Entries;
-    std::vector<QueuedExport> TakenOut; ///< whose removal has not been told yet
-    bool bStopFirst = false; ///< the first of Entries counts as stopped before it has begun
+    std::vector<QueuedExport> TakenOut; ///< removed, but Removed not emitted yet
+    bool bStopFirst = false;            ///< the first entry was stopped before it began
     bool bPumping = false;
-    bool bTells = true; ///< false from Shutdown on
+    bool bEmits = true; ///< false from Shutdown on
     Counts Tally;
 
     // -- The running export.
@@ -175,14 +174,14 @@ private:
     TimeLeft Left;
     const std::shared_ptr<WorkerChildren> pEncoder;
     bool bAskedToEnd = false;
-    bool bNameTaken = false;    ///< by another program, before the front could
-    bool bFrontAtWork = false;  ///< connected, and its last word has not come
-    bool bFrontStopped = false; ///< by a signal from outside
+    bool bNameTaken = false;    ///< by another program, before the front could take it
+    bool bFrontAtWork = false;  ///< connected, and its last message has not come
+    bool bFrontStopped = false; ///< by a signal of another process
     int TryCount = 0;
     std::chrono::steady_clock::time_point StopAt;
     std::optional<std::string> JobFailure;
 
     friend class Application;
-    /// The job of the running export threw: no result will come.
+    /// Why the job of the running export threw: no result will come.
     void TakeJobFailure(const std::string& Text) { JobFailure = Text; }
 };

@@ -33,11 +33,11 @@ bool IsBlank(const std::string& Text)
     return Text.find_first_not_of(" \t\n\r") == std::string::npos;
 }
 
-bool Watch(const UniqueFd& Poll, const UniqueFd& Watched)
+bool AddToPoll(const UniqueFd& Poll, const UniqueFd& Descriptor)
 {
     epoll_event event = {};
     event.events = EPOLLIN;
-    return epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Watched.Get(), &event) == 0;
+    return epoll_ctl(Poll.Get(), EPOLL_CTL_ADD, Descriptor.Get(), &event) == 0;
 }
 } // namespace
 
@@ -45,7 +45,7 @@ std::unique_ptr<ExportSocket> ExportSocket::OpenForFront()
 {
     const std::string front = EncoderFrontPath();
     const std::string named = EnvironmentValue(FfmpegVariable);
-    // The front's own path is what another Movane has set, from which this one was started.
+    // The front's own path: another Movane set it and started this one.
     const bool bNamed = !IsBlank(named) && named != front;
     if (bNamed || front.empty() || FindFfmpeg().empty())
     {
@@ -54,7 +54,7 @@ std::unique_ptr<ExportSocket> ExportSocket::OpenForFront()
     auto socket = std::make_unique<ExportSocket>(AppPaths::RuntimeDir());
     // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs yet
     setenv(FfmpegVariable, front.c_str(), 1);
-    // A front takes a socket that nobody answers for that of a dead application.
+    // Unset it: a front takes a socket without an answer for that of a dead application.
     unsetenv(ExportSocketVariable);
     if (socket->bListens)
     {
@@ -88,7 +88,7 @@ ExportSocket::~ExportSocket()
 
 bool ExportSocket::Listen()
 {
-    // What a program that was killed has left; a file of another kind is nobody's to remove.
+    // Remove the socket of a killed process, but no other kind of file.
     struct stat info = {};
     if (fstatat(Folder.Get(), SocketName, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISSOCK(info.st_mode))
@@ -97,12 +97,12 @@ bool ExportSocket::Listen()
     }
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    // Through the folder's descriptor, for an address holds 107 bytes and a path may be longer.
+    // Use the folder's descriptor: an address holds 107 bytes, and a path may be longer.
     std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", Folder.Get(),
                   SocketName);
     return bind(Listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
            fchmodat(Folder.Get(), SocketName, S_IRUSR | S_IWUSR, 0) == 0 &&
-           listen(Listener.Get(), SOMAXCONN) == 0 && Watch(Poll, Listener);
+           listen(Listener.Get(), SOMAXCONN) == 0 && AddToPoll(Poll, Listener);
 }
 
 void ExportSocket::Accept()
@@ -114,14 +114,14 @@ void ExportSocket::Accept()
         {
             return;
         }
-        if (Watch(Poll, socket))
+        if (AddToPoll(Poll, socket))
         {
             Connections.push_back({std::move(socket), {}});
         }
     }
 }
 
-// False when the connection is over, or says what no front says.
+// Returns false when the connection is closed or its message is none of a front's.
 bool ExportSocket::Read(Connection& From,
                         const std::string& OutputPath,
                         std::vector<ExportMessage>& Out)

@@ -1,7 +1,7 @@
 // The socket on which the encoder front tells the application how far its export is.
 //
-// A front connects once, names the file that it writes, and then sends its messages; a connection that
-// closes here means to it that the application is dead. UI thread only.
+// A front connects once, names the file that it writes, and then sends its messages. When the connection closes,
+// the front takes the application for dead. UI thread only.
 
 #pragma once
 
@@ -16,15 +16,15 @@
 class ExportSocket
 {
 public:
-    /// Lets exports of this process go through the encoder front, and returns the socket for it; null
-    /// where the user names an ffmpeg, and where neither an ffmpeg nor the front is found.
+    /// Makes this process's exports use the encoder front, and returns the socket for it. Null when the user names
+    /// an ffmpeg, or when there is no ffmpeg or no front.
     ///
-    /// Writes the environment (MOVANE_FFMPEG_BIN, MOVANE_EXPORT_SOCKET): to be called before any thread
-    /// runs that reads it. The runtime folder must be there.
+    /// Writes the environment (MOVANE_FFMPEG_BIN, MOVANE_EXPORT_SOCKET): call it before starting any thread that
+    /// reads the environment. The runtime folder must exist.
     static std::unique_ptr<ExportSocket> OpenForFront();
 
-    /// Listens at "export.socket" in Folder, however long its path is. A failure is logged, and
-    /// OpenForFront names no socket then: a front works alone as well.
+    /// Listens at "export.socket" in Folder, whose path may have any length. A failure is logged; OpenForFront then
+    /// names no socket, and the front works without one.
     explicit ExportSocket(const std::filesystem::path& Folder);
     /// Closes all connections and removes the socket's file.
     ~ExportSocket();
@@ -36,7 +36,7 @@ public:
     /// Readable while there is something to take.
     int Descriptor() const { return Poll.Get(); }
 
-    /// Takes all that has come, and returns what the front that writes OutputPath has said.
+    /// Takes all messages, and returns those of the front that writes OutputPath.
     std::vector<ExportMessage> Take(const std::string& OutputPath);
     /// True while the front that writes OutputPath is connected, as far as Take has seen.
     bool IsConnected(const std::string& OutputPath) const;
@@ -47,7 +47,7 @@ private:
     struct Connection
     {
         UniqueFd Socket;
-        std::string OutputPath; ///< empty until the front has named it
+        std::string OutputPath; ///< empty until the front named it
     };
 
     bool Listen();

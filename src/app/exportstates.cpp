@@ -12,7 +12,7 @@ namespace
 {
 using SavedClip = MvClipControlPanel::SavedClip;
 
-// In all that a file depends on: its name is made of the clip's.
+// Compares all that the file depends on. Its name comes from the clip's.
 bool AreSame(const SavedClip& A, const SavedClip& B)
 {
     return A.SourcePath == B.SourcePath && A.StartSec == B.StartSec && A.EndSec == B.EndSec &&
@@ -82,7 +82,7 @@ ExportStates::ClipID ExportStates::IdOf(int Row) const
     return entry != nullptr ? entry->ID : 0;
 }
 
-// A clip that came and was not followed yet has no row, one that went no clip.
+// Between a change of the list and Follow, a new clip has no entry and a deleted one's entry no clip.
 bool ExportStates::HasFile(std::size_t Index) const
 {
     const Outcome* const outcome = Entries[Index].pOutcome.get();
@@ -176,7 +176,7 @@ void ExportStates::Progress(double Fraction)
     RunningFraction = Fraction;
 }
 
-// The outcome to write down, null where the clip has left the list.
+// The outcome to fill in; null when the clip has left the list.
 ExportStates::Outcome* ExportStates::End()
 {
     ++ChangeCount;

@@ -1,8 +1,7 @@
-// What has become of the export of each clip in the panel's list.
+// The export state of each clip in the panel's list.
 //
-// The panel's clips have no identity: a row is a place, and clips move up when one is deleted. So each clip
-// gets a number here when it appears in the list. Exports are reported under that number, and whoever shows
-// a row asks by the row. UI thread only.
+// The panel's clips have no identity: a row is a place, and clips move up when one is deleted. So each clip gets a
+// number here when it appears in the list. Exports use that number; widgets ask by the row. UI thread only.
 
 #pragma once
 
@@ -30,8 +29,8 @@ struct ClipExport
 {
     ExportState State = ExportState::None;
     double Fraction = 0.0;   ///< from 0 to 1 while it runs
-    std::string Path = {};   ///< the last whole file, any bytes; empty without one
-    std::string Reason = {}; ///< the panel's message where the last export failed, else empty
+    std::string Path = {};   ///< the last exported file, any bytes; empty without one
+    std::string Reason = {}; ///< the panel's message if the last export failed, else empty
     bool bStopped = false;   ///< an export after that was stopped by the user
 
     bool operator==(const ClipExport&) const = default;
@@ -50,41 +49,41 @@ class ExportStates
 {
 public:
     using SavedClip = MvClipControlPanel::SavedClip;
-    /// A clip's number: greater further down the list, never 0, never given twice.
+    /// A clip's number: it increases down the list, is never 0 and never reused.
     using ClipID = std::uint64_t;
 
     /// ClipsOfPanel is read whenever a row is asked for; it must outlive the object.
     explicit ExportStates(const std::vector<SavedClip>& ClipsOfPanel);
 
-    /// Takes over that clips came or went, to be called after each action of the panel.
+    /// Updates the list of clips. Call it after each action of the panel.
     ///
-    /// ActedOnRow  the row that was selected before the action: where one clip is gone, it was that one.
+    /// ActedOnRow  the row that was selected before the action: if one clip is gone, it was this one.
     ///
-    /// New clips stand at the end of the list. Without a change it costs a comparison, whatever the number
-    /// of clips.
+    /// New clips are at the end of the list. Without a change it costs one comparison, whatever the number of
+    /// clips.
     void Follow(int ActedOnRow);
 
-    /// The number of the clip in a row; 0 where there is none.
+    /// The number of the clip in a row; 0 for a row without one.
     ClipID IdOf(int Row) const;
-    /// The state of a row; that of a new clip where there is none.
+    /// The state of a row; for a row without a clip, that of a new clip.
     ClipExport Of(int Row) const;
     /// Grows with every call that may have changed the state of a row. A state also follows its clip:
     /// ClipsRevision tells when those change.
     std::uint64_t Revision() const { return ChangeCount; }
 
-    // -- What happens to exports. A clip that has left the list meanwhile is passed over.
+    // -- Events. Those of a clip that has left the list are ignored.
 
-    /// The clip in a row waits for its export. The export keeps what the clip is now.
+    /// The clip in a row waits for its export, which keeps the clip as it is now.
     void Queue(int Row);
     /// None of the clip's exports waits any more.
     void Withdraw(ClipID ID);
     /// The first of the clip's waiting exports begins.
     void Begin(ClipID ID);
-    /// The running export has come so far.
+    /// The running export has done this fraction.
     void Progress(double Fraction);
-    /// The running export has ended with a whole file,
+    /// The running export ended with a file.
     void EndDone(const std::string& Path);
-    /// without one,
+    /// The running export failed.
     void EndFailed(const std::string& Reason);
     /// or by the user's wish: the clip is again what it was before, and stopped.
     void EndStopped();

@@ -13,7 +13,7 @@
 
 namespace
 {
-// Enough for many paths; a file that is longer was not written here.
+// Room for many paths. This class wrote no longer file.
 constexpr std::size_t MaxMarkBytes = 65536;
 
 std::string MarkFile()
@@ -21,7 +21,7 @@ std::string MarkFile()
     return AppPaths::StateDir() + "/opening";
 }
 
-// Not open when the file is not there, is no regular one, or a living process opens a video.
+// Not open when the file is missing, is not a regular file, or a living process holds it.
 UniqueFd LockMark(int Flags)
 {
     UniqueFd file(open(MarkFile().c_str(), Flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
@@ -45,7 +45,7 @@ void OpeningMark::Add(const std::string& Path)
     }
     if (File.IsOpen())
     {
-        // With the NUL behind it, which no path has within.
+        // Each path ends with a NUL, which no path contains.
         const off_t end = lseek(File.Get(), 0, SEEK_END);
         [[maybe_unused]] const ssize_t written =
             pwrite(File.Get(), Path.c_str(), Path.size() + 1, end);
@@ -58,7 +58,7 @@ void OpeningMark::End()
     {
         return;
     }
-    // Emptied first: a process that has just opened the file must not take it for a leftover.
+    // Empty it first: another process that just opened the file must not take it for a leftover.
     [[maybe_unused]] const int result = ftruncate(File.Get(), 0);
     unlink(MarkFile().c_str());
     File.Close();

@@ -1,9 +1,9 @@
-// The mark that stays where a program dies while it opens a video.
+// A mark on disk that remains when the program dies while it opens a video.
 //
-// The paths stand in one file of the state folder, which the process that opens them keeps locked until they
-// are through. A process that ends in between, by a crash or killed because it hung, leaves the file unlocked;
-// the next start then knows what not to open by itself. Where the file can't be made there is no mark, and
-// while two processes open videos at the same time only the first one's are marked. Any one thread.
+// The paths are in one file of the state folder. The process that opens them keeps the file locked until they are
+// open. If it crashes or is killed before, the file remains, unlocked, and the next start does not open these videos
+// by itself. There is no mark when the file can't be made; of two processes that open videos at the same time, only
+// the first one's are marked. Any one thread.
 
 #pragma once
 
@@ -20,13 +20,12 @@ public:
     OpeningMark(const OpeningMark&) = delete;
     OpeningMark& operator=(const OpeningMark&) = delete;
 
-    /// Marks a path until End, beside those that are marked already.
+    /// Marks one more path until End.
     void Add(const std::string& Path);
-    /// Takes the mark away: all that was marked has come through.
+    /// Removes the mark: all marked videos are open.
     void End();
 
-    /// Returns what a process that is dead was opening, in that order, and takes its mark away. Empty for
-    /// none.
+    /// Returns the videos that a dead process was opening, in order, and removes its mark. Empty without one.
     static std::vector<std::string> TakeLeftover();
 
 private:

@@ -1,4 +1,4 @@
-// What is known of an export that is under way, as it is handed to whoever shows it.
+// The state of the running export, for display.
 
 #pragma once
 
@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-/// Number of an entry of an export queue, counting from 1; never given twice in a queue's life.
+/// Number of an entry of an export queue, counting from 1; never reused.
 using ExportId = std::uint64_t;
 
 struct RunningExport
@@ -18,9 +18,10 @@ struct RunningExport
     ExportId Id = 0;
     MvClipControlPanel::SavedClip Clip = {}; ///< as it was when it was queued
     std::filesystem::path OutputPath = {};
-    std::optional<ExportPhase> Phase = {};  ///< none while it starts or its encoder tells nothing
-    double Fraction = 0.0;                  ///< of the whole work, 0 to 1, never falls
-    double ElapsedSec = 0.0;                ///< since the export began
+    std::optional<ExportPhase> Phase =
+        {};                  ///< none while it starts, or if its encoder sends no progress
+    double Fraction = 0.0;   ///< of the whole work, 0 to 1, never decreases
+    double ElapsedSec = 0.0; ///< since the export began
     std::optional<double> SecondsLeft = {}; ///< none while it is unknown
     bool bStopping = false;                 ///< a stop was asked for
 };

@@ -1,4 +1,4 @@
-// How long an export will still take, from how far it is and how long that took.
+// An estimate of how long an export will still take, from its progress and the time so far.
 //
 // Pure arithmetic on what it is given; times are seconds since the export began.
 
@@ -9,12 +9,12 @@
 class TimeLeft
 {
 public:
-    /// Takes how far the export is (0 to 1) and returns the seconds that are left; nullopt while that
-    /// can't be said: in the first second, and before a hundredth of the work is done.
+    /// Takes the export's progress (0 to 1) and returns the remaining seconds. Nullopt in the first second, and
+    /// before a hundredth of the work is done.
     ///
-    /// A new guess counts for a quarter, so that a jump in the pace does not make the figure jump.
+    /// Each new estimate has a weight of a quarter, so that the figure does not jump with the pace.
     std::optional<double> Update(double Fraction, double ElapsedSec);
 
 private:
-    std::optional<double> EndSec; ///< the smoothed guess of the whole time
+    std::optional<double> EndSec; ///< the smoothed estimate of the whole time
 };

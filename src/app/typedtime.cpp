@@ -27,7 +27,7 @@ std::string_view TrimBlanks(std::string_view Text)
     return Text.substr(begin, Text.find_last_not_of(Blanks) - begin + 1);
 }
 
-// The text has been checked: digits, with a point and more digits or without.
+// The text was checked: digits, optionally a point and more digits.
 double NumberOf(std::string_view Digits)
 {
     double number = 0.0;
@@ -61,7 +61,7 @@ std::optional<double> ParseTime(std::string_view Text)
         }
         if (colon == std::string_view::npos)
         {
-            // Whole and decimals in one piece, so that 75.1 is the number nearest to 75.1.
+            // Convert whole and decimals together, so that "75.1" gives the double nearest to 75.1.
             return wholeSec * 60.0 + NumberOf(rest);
         }
         wholeSec = wholeSec * 60.0 + NumberOf(whole);

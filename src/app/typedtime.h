@@ -7,8 +7,8 @@
 
 /// Reads a time: "S", "M:S" or "H:M:S", the seconds with or without decimals.
 ///
-/// The first number may be as large as nine digits allow, the others must be below 60. There is no
-/// sign, no exponent and no comma; blanks around the time do not count. Anything else is no time.
+/// The first number has up to nine digits; the others must be below 60. A sign, an exponent or a comma is not
+/// allowed. Blanks around the time are ignored. Returns nullopt for any other text.
 ///
 ///     ParseTime("75.5") == 75.5
 ///     ParseTime("01:02:03.25") == 3723.25

@@ -34,7 +34,7 @@ bool WriteAll(int Fd, const std::string& Content)
     return fsync(Fd) == 0;
 }
 
-// The new name is safe from a power cut only once the folder is on the disk, too.
+// A rename survives a power cut only after the folder itself was flushed.
 void SyncFolder(const std::filesystem::path& Folder)
 {
     const UniqueFd folder(open(Folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -113,7 +113,7 @@ bool MakePrivateFolders(const std::filesystem::path& Folder)
             return true;
         }
     }
-    // It was there, or another program was quicker, or the path ends in "/" or "/.".
+    // The folder was there, another program made it first, or the path ends in "/" or "/.".
     const int error = errno;
     std::error_code ec;
     const bool bIsFolder = error == EEXIST && std::filesystem::is_directory(Folder, ec);

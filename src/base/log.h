@@ -1,13 +1,13 @@
-// The host's one way to tell a developer that something went wrong where no user can be asked.
+// The host's log: lines for developers about errors that no user can act on.
 //
-// A line goes to the sink that the program has set, at first standard error. Any thread.
+// Lines go to the sink that the program has set, and to standard error until then. Any thread.
 
 #pragma once
 
 #include <functional>
 #include <string>
 
-/// Writes one line, an error that the program has survived.
+/// Writes one line about an error that the program survived.
 void LogError(const std::string& Line);
 
 /// Sets where the lines go; an empty function means standard error again. The sink may be called from

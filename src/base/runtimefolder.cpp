@@ -25,14 +25,14 @@ std::string CannotMake(const fs::path& Folder, int Error)
            "): set MOVANE_RUNTIME_DIR to a folder that can be written.";
 }
 
-// The beginning of every lock file that this program writes. A file of the user's can have the name of
-// one, but not by chance these digits.
+// Every lock file of this program begins with this mark. A user's file may have the name of a lock file, but
+// not these digits by chance.
 constexpr std::string_view LockFileMark =
     "movane runtime folder 0b6e5d0c9f3147a2b1c4d7e8835a92f6\n";
-// Behind the mark: the folder was made here, too.
+// Follows the mark when this program made the folder, too.
 constexpr char FolderMadeHere = 'F';
 
-// All files that the program puts into its folder and into "temp". Whatever else lies there is the user's.
+// All files that the program puts into its folder and into "temp". All others are the user's.
 constexpr std::array FilesInFolder = {"export.socket"};
 constexpr std::array FilesInTemp = {"clip-export.log"};
 
@@ -58,7 +58,7 @@ UniqueFd MakeLock(const fs::path& LockFile)
     {
         return {};
     }
-    // Waits only for processes that look at the new file; nobody keeps one without the mark.
+    // This waits for moments only: another process unlocks a file without the mark at once.
     int result = 0;
     while ((result = flock(file.Get(), LOCK_EX)) != 0 && errno == EINTR)
     {
@@ -74,8 +74,8 @@ UniqueFd MakeLock(const fs::path& LockFile)
     return file;
 }
 
-// Not open, with errno EWOULDBLOCK, when the file is not to be had: a living process holds it, it belongs
-// to another user, or this program has not written it. ENOENT when it has just gone.
+// Fails with EWOULDBLOCK when a living process holds the file, it belongs to another user, or another program
+// wrote it; with ENOENT when it was removed just now.
 UniqueFd LockLeftover(const fs::path& LockFile)
 {
     UniqueFd file(open(LockFile.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
@@ -90,7 +90,7 @@ UniqueFd LockLeftover(const fs::path& LockFile)
         errno = EWOULDBLOCK;
         return {};
     }
-    // The owner may have removed the file between the two calls: then this lock says nothing.
+    // The owner may have removed the file between the two calls: the lock is on a file without a name then.
     if (!HasName(file, LockFile))
     {
         errno = ENOENT;
@@ -104,8 +104,7 @@ UniqueFd LockLeftover(const fs::path& LockFile)
     return file;
 }
 
-// Locks a lock file without waiting. bOutLeftover says that the file was there: a dead process's. Not open
-// on failure, with errno EWOULDBLOCK as from LockLeftover.
+// Locks a lock file without waiting; sets bOutLeftover when a dead process left it. Fails as LockLeftover does.
 UniqueFd TryLock(const fs::path& LockFile, bool& bOutLeftover)
 {
     for (;;)
@@ -124,8 +123,8 @@ UniqueFd TryLock(const fs::path& LockFile, bool& bOutLeftover)
     }
 }
 
-// Removes what the program has put into its folder, and the folder when nothing else is in it. One with the
-// lock file in it stays.
+// Removes the program's files from its folder, then the folder if it is empty. A folder that holds its lock file
+// stays.
 void RemoveMade(const fs::path& Folder)
 {
     constexpr int Flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -171,7 +170,7 @@ bool IsLockFileName(const std::string& Name)
                        [](char Digit) { return Digit >= '0' && Digit <= '9'; });
 }
 
-// Only beside a lock file that this program wrote and nobody holds.
+// Call only for folders whose lock file this program wrote and nobody holds.
 void RemoveFoldersOfDeadProcesses(const fs::path& Base)
 {
     std::error_code ec;
@@ -203,7 +202,7 @@ void RemoveFoldersOfDeadProcesses(const fs::path& Base)
 std::unique_ptr<RuntimeFolder> RuntimeFolder::MakeUnder(const std::filesystem::path& Base,
                                                         std::string& OutError)
 {
-    // Another process that ends may remove the base between the making of it and of what is in it.
+    // Another process may remove the base, at its end, before the folder is made in it: try again.
     for (int attempt = 0;; ++attempt)
     {
         if (!MakePrivateFolders(Base))
@@ -259,7 +258,7 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::TakeNamed(const std::filesystem::p
         return nullptr;
     }
     RemoveFoldersOfDeadProcesses(Named);
-    // A dead process's "temp" is still there where the user has put something into it.
+    // The "temp" of a dead process is still there when a user's file is in it.
     const fs::path temp = Named / "temp";
     if (mkdir(temp.c_str(), 0700) != 0 &&
         !(errno == EEXIST && bLeftover && BelongsToUser(temp, 077)))
@@ -310,7 +309,7 @@ std::unique_ptr<RuntimeFolder> RuntimeFolder::MakeNumbered(const std::filesystem
             error = errno;
             if (error == EEXIST)
             {
-                continue; // a folder of that name that is not ours stays
+                continue; // not made by this program
             }
         }
         OutError = CannotMake(path, error);
@@ -325,7 +324,7 @@ RuntimeFolder::~RuntimeFolder()
     {
         RemoveMade(Folder);
     }
-    // Before the lock is given up, so that nobody takes a file that goes.
+    // Unlock last: otherwise another process could lock a file that is about to go.
     if (Lock.IsOpen() && HasName(Lock, LockFile))
     {
         unlink(LockFile.c_str());

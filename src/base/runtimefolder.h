@@ -1,12 +1,12 @@
 // A folder for temporary files that belongs to one running process.
 //
-// A lock file (flock) says that the owner lives, so a folder that a dead process left behind is known
-// as such, whatever has become of its process number. The folder holds "temp". Made and destroyed on
-// the UI thread; the path may be used from any thread meanwhile.
+// The owner locks a file in it (flock) for as long as it lives. An unlocked folder is a dead process's, even when
+// another process has its number by now. The folder holds "temp". Make and destroy it on the UI thread; any
+// thread may use the path in between.
 //
-// Only what the program has made is ever removed: files by their names (the list is in the .cpp; a new one
-// is added there), folders once they are empty, and this beside a lock file that begins with the program's
-// mark. A file that the user has put there stays, and so do the folders above it.
+// Only what the program made is ever removed: files whose names are in the list of the .cpp (add new ones there)
+// and empty folders, both only beside a lock file that begins with the program's mark. Files of the user stay,
+// and so do the folders above them.
 
 #pragma once
 
@@ -19,21 +19,21 @@
 class RuntimeFolder
 {
 public:
-    /// Makes a folder of this process under Base, which is made when it is missing and must belong to
-    /// this user alone (mode 0700). Folders that dead processes left in Base are removed. Null sets
-    /// OutError to one sentence that names the folder.
+    /// Makes a folder for this process in Base and removes those of dead processes there. Base is made when it
+    /// is missing; it must belong to this user alone (mode 0700). On failure returns null and sets OutError to
+    /// one sentence that names the folder.
     static std::unique_ptr<RuntimeFolder> MakeUnder(const std::filesystem::path& Base,
                                                     std::string& OutError);
 
     /// Takes the folder that the user has named, making it when it is missing.
     ///
-    /// It stays at the end if it was there. The folder is one of this process's own below it when another
-    /// process has it already, when it is not this user's alone (mode 0700), and when it holds a "temp" or a
-    /// lock file that this program did not make.
+    /// A folder that was there before stays at the end. Instead of it a new folder in it is used when another
+    /// process has locked it, when it is not this user's alone (mode 0700), or when it holds a "temp" or a lock
+    /// file that this program did not make.
     static std::unique_ptr<RuntimeFolder> TakeNamed(const std::filesystem::path& Named,
                                                     std::string& OutError);
 
-    /// Removes what was made and gives the name free.
+    /// Removes what the program made and unlocks the folder.
     ~RuntimeFolder();
     RuntimeFolder(const RuntimeFolder&) = delete;
     RuntimeFolder& operator=(const RuntimeFolder&) = delete;

@@ -74,7 +74,7 @@ ValueOfLine(const std::string& Line, const std::string& Key, const std::string& 
     const bool bFromHome = Line.compare(quoteAt, 6, "\"$HOME") == 0;
     if (bFromHome && (value->size() == 5 || (*value)[5] == '/'))
     {
-        // Without its slashes in front: joined with one it would be a path from the root.
+        // Drop leading slashes: a path that begins with one would replace the home folder.
         const std::string inHome =
             value->substr(std::min(value->find_first_not_of('/', 5), value->size()));
         return WithoutSlashesAtEnd((fs::path(Home) / inHome).native());
@@ -113,7 +113,8 @@ UserDirFromText(const std::string& Text, const std::string& Key, const std::stri
 {
     std::string found;
     std::istringstream lines(Text);
-    lines.exceptions(std::ios::badbit); // or memory that runs out passes for the end of the text
+    lines.exceptions(
+        std::ios::badbit); // otherwise out of memory would look like the end of the text
     for (std::string line; std::getline(lines, line);)
     {
         if (const std::optional<std::string> value = ValueOfLine(line, Key, Home))

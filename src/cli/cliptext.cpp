@@ -15,7 +15,7 @@ bool IsBlank(std::string_view Text)
     return Text.find_first_not_of(" \t") == std::string_view::npos;
 }
 
-// A blank text leaves OutSec without a value; false when the text is neither blank nor a time.
+// For a blank text OutSec stays empty. Returns false when the text is neither blank nor a time.
 bool ParseOptionalTime(std::string_view Text, std::optional<double>& OutSec)
 {
     OutSec = ParseTime(Text);
@@ -44,7 +44,7 @@ struct CsvRow
     std::vector<std::string> Fields;
 };
 
-// Takes rows off the front of a text.
+// Reads a text row by row.
 class CsvReader
 {
 public:
@@ -99,7 +99,7 @@ private:
         {
             if (Rest.empty())
             {
-                OutError = "a quote is opened and not closed";
+                OutError = "a quote is not closed";
                 return false;
             }
             const char character = Rest.front();
@@ -117,7 +117,7 @@ private:
         Rest.remove_prefix(std::min(Rest.find_first_not_of(" \t"), Rest.size()));
         if (!AtFieldEnd())
         {
-            OutError = "text stands behind a closing quote (inside quotes, a quote is doubled)";
+            OutError = "there is text after a closing quote (inside quotes, a quote is doubled)";
             return false;
         }
         return true;
@@ -152,7 +152,7 @@ bool IsBlank(const CsvRow& Row)
     return Row.Fields.size() == 1 && IsBlank(Row.Fields.front());
 }
 
-// The error is a clause without the place it is about.
+// The error is a clause; the caller adds the place.
 bool ReadRequest(const CsvRow& Row, ClipRequest& OutRequest, std::string& OutError)
 {
     if (Row.Fields.size() < 2 || Row.Fields.size() > 3)

@@ -1,7 +1,7 @@
 // How people write clips: the --clip argument, and tables of clips in CSV.
 //
-// Pure functions on text, the same under every locale. Times are seconds from the start of the
-// source. Whether a clip fits its source is not judged here, only whether it is well written.
+// Pure functions on text, independent of the locale. Times are seconds from the start of the source. They check the
+// syntax, not whether a clip fits its source.
 
 #pragma once
 
@@ -13,22 +13,22 @@
 /// One clip that the user asks for.
 struct ClipRequest
 {
-    std::string Origin; ///< where it stands, for messages: the argument, or the file and the line
-    std::string Name;   ///< bytes as written; empty when the user leaves the naming to the program
-    std::optional<double> InSec;  ///< none stands for the beginning of the source
-    std::optional<double> OutSec; ///< none stands for the end of the source
+    std::string Origin;           ///< for messages: the argument, or the file and the line
+    std::string Name;             ///< bytes as written; when empty the program names the clip
+    std::optional<double> InSec;  ///< none: the beginning of the source
+    std::optional<double> OutSec; ///< none: the end of the source
 };
 
-/// Reads "[NAME=]IN-OUT", where a blank IN or OUT stands for the beginning or the end of the source.
-/// The last '=' ends the name, so a name may hold any character. False sets OutError to one sentence.
+/// Reads "[NAME=]IN-OUT". A blank IN or OUT means the beginning or the end of the source. The last '=' ends the name,
+/// so a name may contain any character. On failure returns false and sets OutError to one sentence.
 bool ParseClipArgument(const std::string& Argument, ClipRequest& OutRequest, std::string& OutError);
 
 /// Reads rows of start, end and name, and appends a request for each.
 ///
-/// Quoting is that of RFC 4180, so a quoted name may hold commas, doubled quotes and line ends. The
-/// name may be missing; a blank start or end is that of the source. Lines may end in CR LF, a byte
-/// order mark and blank lines do not count. There is no header line. False sets OutError to one
-/// sentence that names FileName and the line where the row begins.
+/// Quoting follows RFC 4180: a quoted name may contain commas, doubled quotes and line ends. The name may be missing;
+/// a blank start or end means that of the source. Lines may end in CR LF; a byte order mark and blank lines are
+/// ignored. There is no header line. On failure returns false and sets OutError to one sentence that names FileName
+/// and the row's first line.
 bool ParseClipTable(std::string_view Text,
                     const std::string& FileName,
                     std::vector<ClipRequest>& OutRequests,

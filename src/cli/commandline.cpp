@@ -27,15 +27,15 @@ Exit code: 0 all clips are exported, 1 some failed, 2 the call was wrong and not
 129, 130, 131 or 143 stopped by SIGHUP, SIGINT, SIGQUIT or SIGTERM.
 MOVANE_FFMPEG_BIN names another ffmpeg, MOVANE_RUNTIME_DIR another folder for temporary files.)";
 
-// The library's texts have several lines in places and no full stop.
+// Some texts of the library have several lines, and none a full stop.
 std::string Sentence(std::string Text)
 {
     std::replace(Text.begin(), Text.end(), '\n', ' ');
     return Text + " (see movane --help).";
 }
 
-// One value for each mention of the option: without this a list would take the arguments behind it
-// as well, and split a value in brackets at its commas.
+// One value for each use of the option. Otherwise CLI11 would take the following arguments as values, too, and split a
+// value in brackets at its commas.
 void AddRepeatedOption(CLI::App& App,
                        const std::string& Name,
                        std::vector<std::string>& OutValues,
@@ -52,7 +52,7 @@ void AddRepeatedOption(CLI::App& App,
 CLI::App* AddExportCommand(CLI::App& App, ExportOptions& OutOptions)
 {
     CLI::App* const command = App.add_subcommand("export", "Export clips of a video file");
-    command->allow_extras(false); // it would be taken over from App
+    command->allow_extras(false); // CLI11 would inherit the app's setting
     command->add_option("SOURCE", OutOptions.SourcePath, "The video file")
         ->type_name("")
         ->required();

@@ -1,6 +1,6 @@
 // The program's arguments, turned into a record.
 //
-// Only how the arguments are written is judged here. No file is touched and nothing is printed.
+// Checks only their syntax: touches no file and prints nothing.
 
 #pragma once
 
@@ -10,16 +10,16 @@
 #include <string>
 #include <vector>
 
-/// What "movane export" was asked to do.
+/// The options of "movane export".
 struct ExportOptions
 {
     std::string SourcePath;
     std::vector<std::string> ClipArguments;   ///< the values of --clip, in their order
     std::vector<std::string> TablePaths;      ///< the values of --clips, in their order
-    std::optional<std::string> RecordingsDir; ///< none when the user leaves it to the program
+    std::optional<std::string> RecordingsDir; ///< none: the program's default
     bool bJson = false;
-    bool bFailFast = false; ///< the first failure ends the rest
-    bool bDryRun = false;   ///< says what would be done, and touches nothing
+    bool bFailFast = false; ///< end at the first failure
+    bool bDryRun = false;   ///< print what would be done, touch nothing
 };
 
 struct CommandLine
@@ -38,5 +38,5 @@ struct CommandLine
     WindowOptions Window;
 };
 
-/// Reads the arguments of main. Never throws on what a user has written.
+/// Reads the arguments of main. Never throws on a user's mistake.
 CommandLine ParseCommandLine(int ArgumentCount, const char* const* Arguments);

@@ -48,7 +48,7 @@ struct ClipToExport
     double OutSec = 0.0;
 };
 
-// -- What the user wrote. Each step returns false with a sentence in OutError.
+// -- The user's input. Each step returns false with a sentence in OutError.
 
 bool ReadTable(const std::string& Path,
                std::vector<ClipRequest>& OutRequests,
@@ -91,13 +91,13 @@ bool ReadRequests(const ExportOptions& Options,
     {
         OutError = Options.TablePaths.empty()
                        ? "No clip is given: add --clip [NAME=]IN-OUT or --clips FILE.csv."
-                       : Options.TablePaths.front() + " holds no clips.";
+                       : Options.TablePaths.front() + " has no clips.";
         return false;
     }
     return true;
 }
 
-// Lexically, so that a name like "-x.mp4" or "a:b.mp4" is neither an option nor a protocol to ffmpeg.
+// An absolute path: ffmpeg would take "-x.mp4" for an option and "a:b.mp4" for a protocol.
 bool MakeAbsolute(const std::string& Path, std::string& OutPath, std::string& OutError)
 {
     std::error_code ec;
@@ -146,7 +146,7 @@ std::string SecondsText(double Sec)
     return text.data();
 }
 
-// Fills in the ends of the source for what was left blank and tests that the range lies in it.
+// Fills in blank ends and checks that the range is within the source.
 bool PlaceInSource(const ClipRequest& Request,
                    const std::string& Source,
                    double DurationSec,
@@ -156,22 +156,21 @@ bool PlaceInSource(const ClipRequest& Request,
     const bool bDurationKnown = DurationSec > 0.0;
     if (!Request.OutSec.has_value() && !bDurationKnown)
     {
-        OutError = Request.Origin + ": the length of " + Source + " is unknown, so give an Out.";
+        OutError = Request.Origin + ": the length of " + Source + " is unknown: give an Out.";
         return false;
     }
     OutClip = {Request.Origin, Request.Name, Request.InSec.value_or(0.0),
                Request.OutSec.value_or(DurationSec)};
-    // Rounded as ffmpeg gets it. From there on it would make a file without pictures and call it good.
+    // Round as for ffmpeg's command line. From the end on ffmpeg would make a file without pictures and exit with 0.
     if (bDurationKnown && std::round(OutClip.InSec * 1000.0) / 1000.0 >= DurationSec)
     {
         OutError = Request.Origin + ": In (" + SecondsText(OutClip.InSec) +
-                   ") lies at or past the end of " + Source + " (" + SecondsText(DurationSec) +
-                   ").";
+                   ") is not before the end of " + Source + " (" + SecondsText(DurationSec) + ").";
         return false;
     }
     if (OutClip.OutSec < OutClip.InSec)
     {
-        OutError = Request.Origin + ": Out (" + SecondsText(OutClip.OutSec) + ") lies before In (" +
+        OutError = Request.Origin + ": Out (" + SecondsText(OutClip.OutSec) + ") is before In (" +
                    SecondsText(OutClip.InSec) + ").";
         return false;
     }
@@ -211,7 +210,7 @@ public:
         queue.bFailFast = Options.bFailFast;
         queue.bNotifyEach = true;
         queue.Next.connect([this](const QueuedExport& Entry)
-                           { Report.PrintStatus(Saved.at(Entry.Id).StatusText); });
+                           { Report.PrintStatus(Entries.at(Entry.Id).StatusText); });
         queue.Began.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Progressed.connect([this](const RunningExport& Export) { ShowProgress(Export); });
         queue.Ended.connect([this](const EndedExport& Export) { TakeEnd(Export); });
@@ -244,7 +243,7 @@ public:
             const SavedClip& saved = Save(clip);
             WholeSec += saved.EndSec - saved.StartSec;
             const ExportId id = Program.Exports().Add(saved);
-            Saved[id] = {clip.Origin, Program.Panel().StatusText, Saved.size() + 1};
+            Entries[id] = {clip.Origin, Program.Panel().StatusText, Entries.size() + 1};
         }
         StopIfAsked();
         Program.Frame();
@@ -259,7 +258,7 @@ public:
         return ExportedCount;
     }
 
-    /// Says what Export would do; false when it would fail for a clip.
+    /// Prints what Export would do; false when it would fail for a clip.
     bool Plan(const std::vector<ClipToExport>& Clips)
     {
         bool bAllIsWell = true;
@@ -288,8 +287,8 @@ public:
 private:
     using SavedClip = MvClipControlPanel::SavedClip;
 
-    /// What is said of a clip when its turn has come.
-    struct Told
+    /// A saved clip, for messages when its turn has come.
+    struct SavedEntry
     {
         std::string Origin;
         std::string StatusText; ///< of its saving
@@ -305,7 +304,7 @@ private:
     {
         MvClipControlPanel& panel = Program.Panel();
         bSaving = true;
-        // Set for each clip: after a save the input shows the name of the saved one.
+        // Set the name for each clip: after a save the input shows the saved clip's name.
         Program.Records().NameInput.SetText(Clip.Name, false);
         Window().Timeline().SetRangeSelection(Clip.InSec, Clip.OutSec, false);
         panel.SaveCurrentRangeAsClip();
@@ -313,7 +312,7 @@ private:
         return panel.Clips.back();
     }
 
-    // Asked just before an export may begin, see StopSignals.
+    // Call just before an export may begin, see StopSignals.
     void StopIfAsked()
     {
         if (pStop->Received() != 0 && !std::exchange(bStopped, true))
@@ -333,7 +332,7 @@ private:
     ProgressOfAll OfAll(const RunningExport& Export) const
     {
         const double lengthSec = Export.Clip.EndSec - Export.Clip.StartSec;
-        return {Saved.at(Export.Id).Index, Saved.size(),
+        return {Entries.at(Export.Id).Index, Entries.size(),
                 WholeSec > 0.0 ? (DoneSec + Export.Fraction * lengthSec) / WholeSec : 0.0};
     }
 
@@ -352,11 +351,11 @@ private:
         Report.PrintResult({Export.Clip.Name, bExported, Export.FilePath.native(), Export.Message});
         if (!bExported)
         {
-            PrintError(Saved.at(Export.Id).Origin + ": " + Export.Message);
+            PrintError(Entries.at(Export.Id).Origin + ": " + Export.Message);
         }
     }
 
-    // A stop has a sentence of its own for all.
+    // After a stop one sentence at the end covers all clips.
     void TakeRemoval(const QueuedExport& Entry)
     {
         if (bStopped)
@@ -365,7 +364,7 @@ private:
         }
         const std::string text = "not exported: an earlier clip failed.";
         Report.PrintResult({Entry.Clip.Name, false, {}, text});
-        PrintError(Saved.at(Entry.Id).Origin + ": " + text);
+        PrintError(Entries.at(Entry.Id).Origin + ": " + text);
     }
 
     const WakeUp& Wake;
@@ -374,11 +373,11 @@ private:
     TerminalProgress Progress;
     bool bSaving = false;
     bool bStopped = false;
-    std::map<ExportId, Told> Saved;
+    std::map<ExportId, SavedEntry> Entries;
     std::size_t ExportedCount = 0;
     double WholeSec = 0.0; ///< of all clips
     double DoneSec = 0.0;  ///< of those that have ended
-    Application Program;   // last, so that it goes before what its slots use
+    Application Program;   // declared last: destroyed before what its slots use
 };
 
 // -- The command
@@ -404,7 +403,7 @@ std::string SignalName(int Number)
     }
 }
 
-// Everything that can be wrong with the call is found here, before the first export.
+// Finds every mistake of the call before the first export.
 bool Check(ExportSession& Session,
            const std::string& Source,
            const std::vector<ClipRequest>& Requests,
@@ -450,7 +449,7 @@ int ExportAll(const ExportOptions& Options,
               const StopSignals& Stop,
               const std::shared_ptr<WorkerChildren>& pEncoder)
 {
-    // The thread of the signals is there already: it reads no environment.
+    // OpenForFront writes the environment. Only the thread of the signals runs, which does not read it.
     ExportSession session(Options, Wake, &Stop, ExportSocket::OpenForFront(), pEncoder);
     std::vector<ClipToExport> clips;
     std::string error;

@@ -43,7 +43,7 @@ PlanProblem(const SavedClip& Clip, const std::filesystem::path& File, const std:
 std::filesystem::path PlannedFile(const std::string& ClipName, const std::set<std::string>& Planned)
 {
     const std::filesystem::path folder = std::filesystem::path(AppPaths::RecordingsDir()) / "clips";
-    // As much of the name as the panel keeps.
+    // The panel cuts names to this length.
     constexpr std::size_t MaxNameBytes = 63;
     const std::string stem = MvClipControlPanel::SanitizeFileStem(ClipName);
     for (int number = 0; number <= 9999; ++number)

@@ -1,6 +1,6 @@
-// What an export would do, found out without touching anything.
+// What an export would do, without touching anything.
 //
-// The panel's own rules, told a second time where the panel would write: a change there belongs here.
+// Repeats the panel's rules where the panel would write files. Keep both in step.
 
 #pragma once
 
@@ -10,17 +10,17 @@
 #include <set>
 #include <string>
 
-/// The file that a clip of that name would become: of the first number that neither a file in the clips
-/// folder has nor one of Planned; empty when all are taken.
+/// The file of a clip of that name, with the first number that no file in the clips folder and none of Planned has;
+/// empty when all are taken.
 std::filesystem::path PlannedFile(const std::string& ClipName,
                                   const std::set<std::string>& Planned);
 
-/// Why the panel would refuse the clip; empty when it would not.
+/// Why the panel would refuse the clip; empty if it would not.
 std::string PlanProblem(const MvClipControlPanel::SavedClip& Clip,
                         const std::filesystem::path& File,
                         const std::string& Ffmpeg);
 
-/// The command that makes it, for a shell.
+/// The shell command that exports the clip.
 std::string PlannedCommand(const MvClipControlPanel::SavedClip& Clip,
                            const std::filesystem::path& File,
                            const std::string& Ffmpeg);

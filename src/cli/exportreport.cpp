@@ -34,13 +34,13 @@ const char* KindName(Movane::NotificationType Type)
     return "info";
 }
 
-// Rounded down, so that 100 % is only there when it is finished.
+// Rounds down, so that 100 % appears only at the end.
 std::string PercentText(double Fraction)
 {
     return std::to_string(static_cast<int>(Fraction * 100.0));
 }
 
-// Line ends and tabs stay: they stand within quotes.
+// Keeps line ends and tabs: they are within quotes.
 std::string TerminalCommand(const std::string& Command)
 {
     std::string shown;
@@ -88,13 +88,14 @@ void ExportReport::PrintNotification(const Movane::Notification& Notification)
 void ExportReport::PrintProgress(const RunningExport& Export, const ProgressOfAll& All)
 {
     constexpr double MinPeriodSec = 0.5;
-    const bool bTooSoon = ToldId == Export.Id && Export.ElapsedSec - ToldElapsedSec < MinPeriodSec;
+    const bool bTooSoon =
+        LastProgressId == Export.Id && Export.ElapsedSec - LastProgressSec < MinPeriodSec;
     if (OutputForm != Form::Json || !Export.Phase.has_value() || bTooSoon)
     {
         return;
     }
-    ToldId = Export.Id;
-    ToldElapsedSec = Export.ElapsedSec;
+    LastProgressId = Export.Id;
+    LastProgressSec = Export.ElapsedSec;
     PrintLine(OneObject({{"type", "progress"},
                          {"clip", Export.Clip.Name},
                          {"index", All.Index},
@@ -117,7 +118,7 @@ void ExportReport::PrintPlan(const std::string& ClipName,
         return;
     }
     PrintLine(OneLine(ClipName + ": " + FilePath));
-    // In a pipe it keeps all its bytes, for a shell to run.
+    // A pipe gets all bytes, for a shell to run.
     PrintLine(isatty(STDOUT_FILENO) != 0 ? TerminalCommand(Command) : Command);
 }
 

@@ -1,8 +1,8 @@
 // What "movane export" prints on standard output: lines for people or JSON objects for programs.
 //
-// A line stays one line: control characters in names and paths are printed as '?'. JSON keeps them,
-// and replaces bytes that are not UTF-8. A planned command keeps its bytes, so that a shell can run it; a
-// terminal gets no control characters of it but line ends and tabs. UI thread only.
+// Lines print control characters in names and paths as '?'. JSON keeps them, and replaces bytes that are not UTF-8. A
+// planned command keeps its bytes, so that a shell can run it; only on a terminal its control characters other than
+// line ends and tabs become '?'. UI thread only.
 
 #pragma once
 
@@ -18,10 +18,10 @@ struct ClipResult
     std::string ClipName;
     bool bExported = false;
     std::string FilePath; ///< of the exported file, empty when there is none
-    std::string Text;     ///< the panel's last word on it, or what went wrong beside the panel
+    std::string Text;     ///< the panel's last status of it, or another error
 };
 
-/// Where the running export stands among all.
+/// The position of the running export among all.
 struct ProgressOfAll
 {
     std::size_t Index = 0; ///< of the clip, counting from 1
@@ -29,8 +29,8 @@ struct ProgressOfAll
     double Fraction = 0.0; ///< of the length of all clips
 };
 
-/// The progress as a line for a terminal, without a line end: percent and time of the clip, what is left
-/// of it, and where it stands among several. Independent of the locale.
+/// The progress as a line for a terminal, without a line end: the clip's percent, time and remaining time, and its
+/// position among several. Independent of the locale.
 ///
 ///     "  42 %  0:03, 0:04 left  (2 of 5, 31 % of all)"     "   - %  0:03" while nothing is known
 std::string ProgressLine(const RunningExport& Export, const ProgressOfAll& All);
@@ -50,24 +50,23 @@ public:
     }
 
     void PrintStatus(const std::string& Text);
-    /// Lines leave notifications out: they repeat the status.
+    /// Lines omit notifications: they repeat the status.
     void PrintNotification(const Movane::Notification& Notification);
-    /// Lines leave the progress out. Json says it at most twice a second, and only what the encoder says.
+    /// Lines omit the progress. Json prints it at most twice a second, and only progress of the encoder.
     void PrintProgress(const RunningExport& Export, const ProgressOfAll& All);
     void PrintResult(const ClipResult& Result);
-    /// What would be done for a clip: its file and the command.
+    /// Prints the file and the command of a planned clip.
     void
     PrintPlan(const std::string& ClipName, const std::string& FilePath, const std::string& Command);
 
-    /// Why standard output could not be written the first time, empty while all went well. Nothing is
-    /// tried after that.
+    /// The first error of writing to standard output, empty without one. After it nothing is written any more.
     const std::string& WriteError() const { return FirstWriteError; }
 
 private:
     void PrintLine(const std::string& Line);
 
     Form OutputForm;
-    ExportId ToldId = 0;         ///< whose progress was printed last
-    double ToldElapsedSec = 0.0; ///< when
+    ExportId LastProgressId = 0;  ///< whose progress was printed last
+    double LastProgressSec = 0.0; ///< when, in seconds since the export began
     std::string FirstWriteError;
 };

@@ -1,5 +1,5 @@
-// The progress of the running export as one line that is written over itself, on standard error when
-// that is a terminal. Elsewhere it does nothing. UI thread only.
+// The progress of the running export: one line that overwrites itself, on standard error if that is a terminal.
+// Otherwise it does nothing. UI thread only.
 
 #pragma once
 
@@ -11,10 +11,10 @@ class TerminalProgress
 public:
     TerminalProgress();
 
-    /// What the line shows from the next Show on; nothing when it is empty.
+    /// Sets the line for the next Show; an empty one shows nothing.
     void Set(std::string NewText) { Text = std::move(NewText); }
     void Show();
-    /// Takes the line away, before anything else is printed.
+    /// Removes the line. Call it before printing anything else.
     void Clear();
 
 private:

@@ -26,14 +26,14 @@ bool Connect(int Socket, std::string_view Path)
     }
     address.sun_family = AF_UNIX;
     std::copy(Path.begin(), Path.end(), address.sun_path);
-    // An application that accepts nobody must not hold the export up.
+    // An application that does not accept must not block the export.
     const timeval patience = {PatienceMs / 1000, 0};
     setsockopt(Socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
     const auto* const pAddress = reinterpret_cast<const sockaddr*>(&address);
     return connect(Socket, pAddress, sizeof(address)) == 0;
 }
 
-// A path that an address does not hold is reached through the descriptor of its folder.
+// A path too long for an address is reached through the descriptor of its folder.
 bool ConnectWhereverItIs(int Socket, const std::string& Path)
 {
     if (Path.size() < sizeof(sockaddr_un::sun_path))
@@ -74,7 +74,7 @@ void ApplicationLink::Send(const ExportMessage& Message)
     pollfd room = {Socket.Get(), POLLOUT, 0};
     if (Socket.IsOpen() && poll(&room, 1, patienceMs) > 0)
     {
-        // Reading finds out that the application died, after all that it had sent.
+        // Not the end yet: reading finds the application's death, after its last messages.
         send(Socket.Get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 }
@@ -94,7 +94,7 @@ bool ApplicationLink::ReadsStop()
             return errno != EAGAIN && errno != EWOULDBLOCK;
         }
         const auto message = ReadExportMessage({packet.data(), static_cast<std::size_t>(size)});
-        // A packet without bytes is the end of the connection.
+        // An empty packet means that the connection is closed.
         if (size == 0 || (message.has_value() && message->Type == ExportMessageType::Stop))
         {
             return true;

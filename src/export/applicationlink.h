@@ -1,7 +1,7 @@
 // The front's end of the socket between it and the application that started it.
 //
-// Without a socket in the environment all of this does nothing and the front works alone. A socket that
-// is named and that nobody answers is a dead application. One thread.
+// Without a socket in the environment it does nothing and the front works alone. If nobody answers a socket that is
+// named there, the application is dead. One thread.
 
 #pragma once
 
@@ -14,20 +14,20 @@ class ApplicationLink
 {
 public:
     /// Connects to the socket at SocketPath, which may be longer than an address holds, and sends
-    /// OutputPath as the first message. An empty path is none.
+    /// OutputPath as the first message. Without a path it does nothing.
     ApplicationLink(const std::string& SocketPath, const std::string& OutputPath);
 
-    /// False where the application that named the socket is dead already.
+    /// False when the application that named the socket is dead.
     bool IsApplicationAlive() const { return bAlive; }
 
-    /// To be polled for reading; -1 where there is nobody.
+    /// Poll it for reading; -1 without a connection.
     int Fd() const { return Socket.Get(); }
 
-    /// Sends one message. Progress that the application has no room for is left out; everything else
-    /// waits for it, a second at the longest.
+    /// Sends one message. Progress is dropped when the application has no room for it; other messages wait up to
+    /// a second.
     void Send(const ExportMessage& Message);
 
-    /// Reads what has come. True where the application wants a stop, or is dead.
+    /// Reads all messages. True when the application asks for a stop or is dead.
     bool ReadsStop();
 
 private:

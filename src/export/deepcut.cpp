@@ -7,9 +7,9 @@ using namespace std::string_view_literals;
 
 namespace
 {
-// Nearer to the beginning a seek saves nothing.
+// Nearer to the beginning a seek saves no time.
 constexpr std::int64_t MinSeekMs = 1000;
-// What a margin of nothing is doubled to.
+// The first margin after none.
 constexpr std::int64_t MinMarginMs = 1000;
 
 std::int64_t FirstMarginMs(SeekTrust Trust)
@@ -70,9 +70,8 @@ Cut ChooseCut(SeekTrust Trust,
     {
         return {};
     }
-    // A whole second is a whole number of samples and of ticks in every rate that is a whole number, so
-    // that each time is rounded as in the plain command. Elsewhere one packet of sound in some hundred
-    // would come a millisecond earlier or later.
+    // A whole second is a whole number of samples and ticks for every integer rate, so each time is rounded as in
+    // the plain command. Otherwise about one sound packet in some hundred would be a millisecond off.
     const std::int64_t restMs = InMs % 1000;
     for (std::int64_t marginMs = FirstMarginMs(Trust); InMs - marginMs >= MinSeekMs;
          marginMs = std::max(2 * marginMs, MinMarginMs))

@@ -1,8 +1,8 @@
-// Where ffmpeg may begin to read, so that a clip late in a film is as quick as one at its beginning.
+// Where ffmpeg may begin to read, so that a clip late in a film is exported as fast as an early one.
 //
-// The plain command decodes all that lies before In. "-ss IN-M -i SOURCE -ss M" begins M before In and
-// gives the same streams, byte for byte, in the containers whose seeking can be relied on; which those
-// are, and with which margin M, tests prove. Everything else gets the plain command. Pure functions.
+// The plain command decodes everything before In. "-ss IN-M -i SOURCE -ss M" begins M before In, and gives the same
+// streams byte for byte in containers whose seeking is reliable. Tests prove which containers those are, and with
+// which margin M; all others get the plain command. Pure functions.
 
 #pragma once
 
@@ -23,11 +23,11 @@ enum class SeekTrust
 /// The trust in a container by its name in libavformat.
 SeekTrust TrustInFormat(std::string_view FormatName);
 
-/// The trust in a file by its first bytes; nullopt where they do not tell. Only what they tell for
-/// certain counts, for an encoder is started by it before the file is looked into.
+/// The trust in a file by its first bytes; nullopt unless they tell for certain, because ffmpeg is started by it
+/// before the file is probed.
 std::optional<SeekTrust> TrustInFirstBytes(std::string_view FirstBytes);
 
-/// At least this many bytes are wanted of a file's beginning.
+/// How many bytes of a file's beginning it needs.
 inline constexpr std::size_t FirstBytesWanted = 16;
 
 /// How an export is cut: M as above, or the plain command.

@@ -27,10 +27,10 @@ EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartF
         Append(arguments, {"-ss", SecondsText(Command.InMs - *Plan.Where.MarginMs)});
         fromMs = *Plan.Where.MarginMs;
     }
-    // As "file:", so that no name is taken for another protocol.
+    // The prefix "file:" keeps names such as "http:x" from being taken for a protocol.
     Append(arguments, {"-format_whitelist", AllowedContainers, "-protocol_whitelist",
                        AllowedProtocols, "-i", "file:" + Command.SourcePath});
-    // V is a video that is no attached picture.
+    // V excludes attached pictures.
     Append(arguments, {"-ss", SecondsText(fromMs), "-t", SecondsText(Command.LengthMs), "-map",
                        "0:V:0?", "-map", "0:a?", "-c:v", "libx264", "-preset", "veryfast", "-crf",
                        "18", "-pix_fmt", "yuv420p", "-c:a", "copy"});
@@ -42,7 +42,7 @@ EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartF
     {
         Append(arguments, {"-enc_time_base", "-1"});
     }
-    // Named, for the extension may have been cut off; opened by its number, whatever its name becomes.
+    // Name the format: the extension may have been cut off. Open by descriptor: the name may change.
     Append(arguments, {"-f", "matroska", "file:/proc/self/fd/" + std::to_string(PartFd)});
     return arguments;
 }

@@ -8,17 +8,17 @@
 #include <string>
 #include <vector>
 
-/// What the source's looks decide.
+/// How an export is run, decided by a look into the source.
 struct EncoderPlan
 {
     Cut Where;
-    bool bPad = false;      ///< its width or height is odd, which the encoder does not take
-    bool bOwnTimes = false; ///< each picture keeps its time, off the beat of a guessed rate
+    bool bPad = false;      ///< pad an odd width or height, which the encoder refuses
+    bool bOwnTimes = false; ///< each picture keeps its time instead of that of a guessed rate
 
     bool operator==(const EncoderPlan&) const = default;
 };
 
-/// The arguments behind the program's name. ffmpeg must inherit two descriptors: it writes the file to
-/// PartFd, and its progress to ProgressFd, four times a second.
+/// The arguments after the program's name. ffmpeg must inherit two descriptors: PartFd for the file, and ProgressFd
+/// for its progress, four times a second.
 std::vector<std::string>
 EncoderArguments(const PanelCommand& Command, const EncoderPlan& Plan, int PartFd, int ProgressFd);

@@ -7,7 +7,7 @@
 std::string EncoderFrontPath()
 {
     std::error_code ec;
-    // A program that was replaced while it runs has " (deleted)" behind its name, but not its folder.
+    // The kernel adds " (deleted)" to the name of a program that was replaced, but not to its folder.
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ec);
     return ec ? std::string() : EncoderFrontPath(program.parent_path());
 }

@@ -1,13 +1,13 @@
-// Where the encoder front is, the program that stands in ffmpeg's place in an export.
+// The path of the encoder front, the program that an export calls instead of ffmpeg.
 
 #pragma once
 
 #include <filesystem>
 #include <string>
 
-/// The front that belongs to the running program: beside it, as in a build folder, otherwise in
-/// ../libexec/movane, as installed. Empty where neither place has one that can be run. Any thread.
+/// The front of the running program: beside it (in a build folder), otherwise in ../libexec/movane (installed).
+/// Empty when neither place has an executable one. Any thread.
 std::string EncoderFrontPath();
 
-/// The same for a program that lies in Folder.
+/// The same for a program in Folder.
 std::string EncoderFrontPath(const std::filesystem::path& Folder);

@@ -1,5 +1,5 @@
-// movane-encoder: stands where an export calls ffmpeg. An export's own arguments are carried out here,
-// all others by ffmpeg itself, in this process.
+// movane-encoder: the program that an export calls instead of ffmpeg. It runs an export itself; for any other
+// arguments it becomes ffmpeg (exec).
 
 #include "export/encoderrun.h"
 #include "export/exportmessages.h"
@@ -17,7 +17,7 @@
 
 namespace
 {
-// Descriptors 0 to 2 are open, so that no file takes their place.
+// Opens descriptors 0 to 2 if they are closed, so that no file gets their numbers.
 void OpenStandardStreams()
 {
     while (true)
@@ -44,7 +44,7 @@ std::string TakeFromEnvironment(const char* Name)
 int Run(std::span<char*> Words)
 {
     const std::string socketPath = TakeFromEnvironment(ExportSocketVariable);
-    TakeFromEnvironment("MOVANE_FFMPEG_BIN"); // it names this program
+    TakeFromEnvironment("MOVANE_FFMPEG_BIN"); // which names this program
     const std::string ffmpeg = FindFfmpeg();
     if (ffmpeg.empty())
     {

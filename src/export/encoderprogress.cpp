@@ -12,13 +12,13 @@
 
 namespace
 {
-// A second of the clip costs as much as this many that are only decoded on the way to In.
+// Encoding a second takes as long as decoding this many seconds on the way to In.
 constexpr double EncodeCost = 8.0;
 
-// The last pictures are written when the time has come to the end already.
+// At the end of the time ffmpeg still writes the last pictures.
 constexpr double MaxUnfinished = 0.99;
 
-// A line of ffmpeg's is far shorter; a longer one is none of its.
+// Lines of ffmpeg are far shorter; a longer one is not ffmpeg's.
 constexpr std::size_t MaxLineBytes = 1024;
 
 std::optional<std::int64_t> ReadNumber(std::string_view Text)
@@ -52,12 +52,12 @@ void EncoderProgress::Take(std::string_view Text)
 {
     for (std::size_t end = Text.find('\n'); end != std::string_view::npos; end = Text.find('\n'))
     {
-        TakeLine(Begun += Text.substr(0, end));
-        Begun.clear();
+        TakeLine(PartialLine += Text.substr(0, end));
+        PartialLine.clear();
         Text.remove_prefix(end + 1);
     }
-    Begun += Text;
-    Begun.resize(std::min(Begun.size(), MaxLineBytes));
+    PartialLine += Text;
+    PartialLine.resize(std::min(PartialLine.size(), MaxLineBytes));
 }
 
 void EncoderProgress::TakeLine(std::string_view Line)
@@ -73,7 +73,7 @@ void EncoderProgress::TakeLine(std::string_view Line)
 
 void EncoderProgress::TakeReadPart(double Part)
 {
-    // In lies as far into the file as into the time: near enough.
+    // Good enough: assumes that In is as far into the file as into the time.
     if (DeclaredSec.has_value() && InSec > 0.0)
     {
         SoughtPart = std::clamp(Part * *DeclaredSec / InSec, 0.0, 1.0);

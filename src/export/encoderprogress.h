@@ -1,5 +1,5 @@
-// How far an export is, from what ffmpeg says on the descriptor of "-progress", and from its place in
-// the source as long as it says nothing. Pure but for ReadPartOf.
+// The progress of an export: from ffmpeg's "-progress" output, and before the first picture from its read position in
+// the source. Pure except for ReadPartOf.
 
 #pragma once
 
@@ -23,16 +23,16 @@ public:
                     std::optional<double> DeclaredSec,
                     const std::optional<ExportMessage>& Earlier = std::nullopt);
 
-    /// Takes a piece of ffmpeg's text, cut anywhere.
+    /// Takes a piece of ffmpeg's output; it may end within a line.
     void Take(std::string_view Text);
 
-    /// Takes how much of the source has been read, 0 to 1.
+    /// Takes the part of the source that was read, 0 to 1.
     void TakeReadPart(double Part);
 
     /// True until the first picture is out.
     bool IsSeeking() const { return EncodedSec <= 0.0; }
 
-    /// What is to be told; its fraction never falls.
+    /// The message to send. Its fraction never decreases.
     ExportMessage Message();
 
 private:
@@ -47,9 +47,9 @@ private:
     double Begin = 0.0;         ///< the fraction at which this cut begins
     bool bOtherEncoded = false; ///< pictures of an earlier cut came out
     double Fraction = 0.0;
-    std::string Begun; ///< a line that is not at its end
+    std::string PartialLine;
 };
 
-/// How much of a plain file a process has read, 0 to 1; nullopt where it does not have it open, or its
-/// descriptors can't be seen.
+/// The part of a plain file that a process has read, 0 to 1; nullopt when it does not have it open or its descriptors
+/// can't be read.
 std::optional<double> ReadPartOf(const std::string& Path, pid_t Pid);

@@ -33,10 +33,10 @@
 
 namespace
 {
-constexpr std::chrono::milliseconds ReportEvery(250);
+constexpr std::chrono::milliseconds ProgressPeriod(250);
 constexpr std::size_t MaxErrorLineBytes = 4096;
 
-// The signals that mean a stop, kept for a descriptor. One that the caller ignored stays ignored.
+// Blocks the stop signals and returns a descriptor for them. A signal that the caller ignored stays ignored.
 UniqueFd TakeStopSignals()
 {
     sigset_t stops;
@@ -54,12 +54,12 @@ UniqueFd TakeStopSignals()
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ,
                 SIG_IGN);          // a limit on file sizes becomes an error of the write
-    std::signal(SIGCHLD, SIG_DFL); // ignored, it would take away how ffmpeg ended
+    std::signal(SIGCHLD, SIG_DFL); // if it were ignored, ffmpeg's exit status would be lost
     // NOLINTEND(concurrency-mt-unsafe)
     return UniqueFd(signalfd(-1, &stops, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-// Everything that waits in a pipe.
+// Reads all that a pipe holds now.
 std::string ReadAll(int Fd)
 {
     std::string text;
@@ -79,7 +79,7 @@ std::string FirstBytes(const std::string& Path)
     return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
-// Whether nothing more can be written to the disk of an open file.
+// Whether the disk of an open file is full.
 bool HasNoRoom(int Fd)
 {
     struct statvfs disk = {};
@@ -121,9 +121,9 @@ private:
     std::optional<EncoderPlan> ChildPlan;
     std::unique_ptr<FfmpegChild> Child;
     std::optional<ExportMessage> Told; // how far it is
-    std::string Errors; // the first line that says something, and what follows in one piece
+    std::string Errors;                // ffmpeg's output from its first non-blank line on, cut
     std::string LastErrors;
-    bool bFullDisk = false; // ffmpeg has spoken of it, in whichever line
+    bool bFullDisk = false; // any line of ffmpeg said so
 };
 
 int EncoderRun::Fail(const std::string& Sentence)
@@ -143,7 +143,7 @@ int EncoderRun::Run()
         return Fail("stopped.");
     }
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
-    // Before anything opens it: a pipe would be waited for.
+    // Check before anything opens it: opening a pipe would block.
     std::string sentence = ReasonNotToOpen(Command.SourcePath, FileNameOf(Command.SourcePath));
     if (!sentence.empty())
     {
@@ -161,7 +161,7 @@ int EncoderRun::Run()
     {
         return Fail(sentence);
     }
-    // ffmpeg takes its time to load, and so does libavformat here: both at once.
+    // ffmpeg and, here, libavformat both load slowly: start ffmpeg first, so that they load at the same time.
     if (const std::optional<EncoderPlan> guess = GuessPlan();
         guess.has_value() && !StartChild(*guess))
     {
@@ -186,7 +186,7 @@ int EncoderRun::Run()
         return Fail("stopped.");
     }
     int status = Child->Wait();
-    // No proof covers every muxer, and what a cut has lost can still be had.
+    // Tests can't prove every muxer's files. If the cut lacks sound, use the plain command.
     if (status == 0 && plan.Where.MarginMs.has_value() &&
         LacksSound(ReadClip(Name->PartFd()), Command, *Source))
     {
@@ -206,7 +206,7 @@ int EncoderRun::Run()
     {
         return Fail(failure);
     }
-    // Once more: the ffmpeg of a front that was just killed may have been dying when this one began.
+    // Again: at the start, the ffmpeg of a front killed just before may still have held its lock.
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
     if (!Name->Publish(sentence))
     {
@@ -230,7 +230,7 @@ bool EncoderRun::StartChild(const EncoderPlan& Plan)
     return Child != nullptr;
 }
 
-// What the plan will be, as a rule, from the source's first bytes.
+// The likely plan, by the source's first bytes.
 std::optional<EncoderPlan> EncoderRun::GuessPlan() const
 {
     const std::optional<SeekTrust> trust = TrustInFirstBytes(FirstBytes(Command.SourcePath));
@@ -265,11 +265,11 @@ EncoderPlan EncoderRun::MakePlan()
     return {ChooseCut(trust, Command.InMs, holdsAll), bOdd, bOwnTimes};
 }
 
-// Until ffmpeg has ended; false where a stop came first.
+// Waits until ffmpeg has ended; false when a stop came first.
 bool EncoderRun::Follow()
 {
     EncoderProgress progress(Command, *ChildPlan, Source->Facts().DeclaredSec, Told);
-    auto reported = std::chrono::steady_clock::now() - ReportEvery;
+    auto lastSentAt = std::chrono::steady_clock::now() - ProgressPeriod;
     std::array<pollfd, 5> watched = {{{StopSignals.Get(), POLLIN, 0},
                                       {Link.Fd(), POLLIN, 0},
                                       {Child->ProgressFd(), POLLIN, 0},
@@ -277,12 +277,13 @@ bool EncoderRun::Follow()
                                       {Child->EndFd(), POLLIN, 0}}};
     while (true)
     {
-        poll(watched.data(), watched.size(), static_cast<int>(ReportEvery.count()));
+        poll(watched.data(), watched.size(), static_cast<int>(ProgressPeriod.count()));
         if (ReadsStop())
         {
             return false;
         }
-        const bool bEnded = Child->HasEnded(); // asked first, so that its last words are read
+        const bool bEnded =
+            Child->HasEnded(); // before the reads below, so that they get its last output
         TakeErrors();
         progress.Take(ReadAll(Child->ProgressFd()));
         if (bEnded)
@@ -291,11 +292,11 @@ bool EncoderRun::Follow()
         }
         for (pollfd& pipe : {std::ref(watched[2]), std::ref(watched[3])})
         {
-            // Closed by ffmpeg, which still runs: it would be ready for ever.
+            // Stop polling a pipe that ffmpeg closed while it runs: it would always be ready.
             pipe.fd = (pipe.revents & POLLHUP) != 0 ? -1 : pipe.fd;
         }
         const auto now = std::chrono::steady_clock::now();
-        if (now - reported >= ReportEvery)
+        if (now - lastSentAt >= ProgressPeriod)
         {
             if (progress.IsSeeking())
             {
@@ -303,7 +304,7 @@ bool EncoderRun::Follow()
             }
             Told = progress.Message();
             Link.Send(*Told);
-            reported = now;
+            lastSentAt = now;
         }
     }
 }
@@ -325,7 +326,7 @@ void EncoderRun::TakeErrors()
     Errors.resize(std::min(Errors.size(), MaxErrorLineBytes));
 }
 
-// Why there is no whole file; empty where there is one.
+// Why the file is not complete; empty when it is.
 std::string EncoderRun::FailureSentence(int Status)
 {
     const std::string line = Errors.substr(0, Errors.find_first_of("\r\n"));
@@ -349,10 +350,11 @@ std::string EncoderRun::ChildFailure(int Status) const
     {
         return FfmpegPath + " can't be started: " + std::generic_category().message(errno) + '.';
     }
-    return WIFSIGNALED(Status) ? "ffmpeg was ended by signal " + std::to_string(WTERMSIG(Status)) +
-                                     ": export again."
-                               : "ffmpeg ended with exit code " +
-                                     std::to_string(WEXITSTATUS(Status)) + " and did not say why.";
+    return WIFSIGNALED(Status)
+               ? "ffmpeg was ended by signal " + std::to_string(WTERMSIG(Status)) +
+                     ": export again."
+               : "ffmpeg ended with exit code " + std::to_string(WEXITSTATUS(Status)) +
+                     " and no message: export again.";
 }
 } // namespace
 

@@ -26,13 +26,13 @@ constexpr std::array<BareName, 3> BareNames = {{{ExportMessageType::Taken, "take
                                                 {ExportMessageType::Judged, "judged"},
                                                 {ExportMessageType::Stop, "stop"}}};
 
-// Written so that not-a-number becomes 0.
+// NaN becomes 0.
 double HeldFraction(double Fraction)
 {
     return Fraction > 0.0 ? std::min(Fraction, 1.0) : 0.0;
 }
 
-// With a decimal point in every locale.
+// Independent of the locale.
 std::string FractionText(double Fraction)
 {
     std::array<char, 16> text{};

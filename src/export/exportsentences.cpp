@@ -8,7 +8,7 @@
 
 namespace
 {
-// A quota and a limit on the size of files are answered by the same step.
+// The same step helps against a quota and a limit on file sizes.
 constexpr std::array<int, 3> FullDiskErrors = {ENOSPC, EDQUOT, EFBIG};
 } // namespace
 

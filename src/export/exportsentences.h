@@ -1,17 +1,16 @@
-// What an export says that could not be done. Each is one sentence: the thing, then the next step.
+// Errors of the front. Each is one sentence: the thing, then the next step.
 
 #pragma once
 
 #include <string>
 
-/// A file at Path that could not be written, for the reason of an errno. A full disk has words of its
-/// own.
+/// The file at Path can't be written; Error is an errno. For a full disk it is DiskIsFull.
 std::string CanNotBeWritten(const std::string& Path, int Error);
 
-/// The clip did not fit on its disk.
+/// The clip's disk is full.
 std::string DiskIsFull(const std::string& Path);
 
-/// Whether words of ffmpeg's speak of a full disk.
+/// Whether output of ffmpeg reports a full disk.
 bool SpeaksOfFullDisk(const std::string& Words);
 
 /// The last part of a path, for people.

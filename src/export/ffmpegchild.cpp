@@ -42,11 +42,11 @@ std::vector<char*> Words(const std::string& Program, const std::vector<std::stri
     return words;
 }
 
-// In the child between fork and exec: system calls alone.
+// Runs in the child between fork and exec: only system calls are allowed.
 [[noreturn]] void
 Become(char* const* pWords, pid_t Parent, int ErrorFd, int ProgressFd, int KeptFd, int ReportFd)
 {
-    // A front that died before the call would send nothing.
+    // If the front died before the call above, no signal comes.
     const bool bAlone = prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != Parent;
     setpgid(0, 0);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGCHLD})
@@ -63,7 +63,7 @@ Become(char* const* pWords, pid_t Parent, int ErrorFd, int ProgressFd, int KeptF
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         fcntl(ProgressFd, F_SETFD, 0);
         fcntl(KeptFd, F_SETFD, 0);
-        execvp(pWords[0], pWords); // a script without an interpreter is given to the shell
+        execvp(pWords[0], pWords); // execvp gives a script without an interpreter to the shell
     }
     const int error = errno;
     [[maybe_unused]] const ssize_t told = write(ReportFd, &error, sizeof(error));
@@ -78,8 +78,8 @@ FfmpegChild::Start(const std::string& Program,
 {
     Pipe progress;
     Pipe errors;
-    Pipe report; // closed without a word once the program runs
-    if (!MakePipe(progress) || !MakePipe(errors) || !MakePipe(report))
+    Pipe startError; // exec closes it; a failure writes its errno to it
+    if (!MakePipe(progress) || !MakePipe(errors) || !MakePipe(startError))
     {
         return nullptr;
     }
@@ -91,20 +91,20 @@ FfmpegChild::Start(const std::string& Program,
     if (child->Child == 0)
     {
         Become(words.data(), parent, errors.WriteEnd.Get(), progress.WriteEnd.Get(), KeptFd,
-               report.WriteEnd.Get());
+               startError.WriteEnd.Get());
     }
     if (child->Child < 0)
     {
         return nullptr;
     }
-    setpgid(child->Child, child->Child); // whichever of both comes first
+    setpgid(child->Child, child->Child); // here and in the child, whichever comes first
     child->End = UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, child->Child, 0)));
     child->Progress = std::move(progress.ReadEnd);
     child->Errors = std::move(errors.ReadEnd);
-    report.WriteEnd.Close();
-    fcntl(report.ReadEnd.Get(), F_SETFL, 0);
+    startError.WriteEnd.Close();
+    fcntl(startError.ReadEnd.Get(), F_SETFL, 0);
     int error = 0;
-    if (read(report.ReadEnd.Get(), &error, sizeof(error)) == sizeof(error))
+    if (read(startError.ReadEnd.Get(), &error, sizeof(error)) == sizeof(error))
     {
         child.reset();
         errno = error;

@@ -1,8 +1,8 @@
 // The ffmpeg of one export, as a child that cannot outlive the front.
 //
-// It is a process group of its own, reads nothing, has no descriptors but those that it needs, and dies
-// with the front (PR_SET_PDEATHSIG), whatever ended that. One thread, which must be the same for the
-// child's whole life: the kernel's signal comes when the thread that started it ends.
+// It has a process group of its own, an empty standard input and only the descriptors that it needs. The kernel kills
+// it when the front ends (PR_SET_PDEATHSIG). Use it on one thread, which must live as long as the child: the kernel
+// kills the child when the thread that started it ends.
 
 #pragma once
 
@@ -18,21 +18,21 @@
 class FfmpegChild
 {
 public:
-    /// Starts Program. Arguments gets the number of the descriptor that progress goes to, in the child;
-    /// KeptFd is inherited under its own number. Null sets errno.
+    /// Starts Program. Arguments gets the child's descriptor for progress; the child inherits KeptFd under its own
+    /// number. On failure returns null and sets errno.
     static std::unique_ptr<FfmpegChild>
     Start(const std::string& Program,
           const std::function<std::vector<std::string>(int ProgressFd)>& Arguments,
           int KeptFd);
 
-    /// Kills what still runs of it and waits for its end.
+    /// Kills the process group and waits for its end.
     ~FfmpegChild();
     FfmpegChild(const FfmpegChild&) = delete;
     FfmpegChild& operator=(const FfmpegChild&) = delete;
 
     pid_t Pid() const { return Child; }
 
-    /// Readable once it has ended; -1 where the system has no such descriptors.
+    /// Readable once it has ended; -1 if the kernel has no such descriptors.
     int EndFd() const { return End.Get(); }
     bool HasEnded() const;
 
@@ -40,7 +40,7 @@ public:
     int ProgressFd() const { return Progress.Get(); }
     int ErrorFd() const { return Errors.Get(); }
 
-    /// Waits for its end. 0 where it exited with 0.
+    /// Waits for its end and returns its wait status, 0 for an exit code of 0.
     int Wait();
 
 private:

@@ -58,8 +58,8 @@ std::optional<Element> ReadElement(int Fd, std::uint64_t At)
                : std::optional(Element{At + IdBytes + static_cast<unsigned>(length), size});
 }
 
-// The header, then the segment with everything else in it. On a disk that gets full with the last
-// bytes ffmpeg may end well, and the segment then says more than there is.
+// The header, then the segment with everything else. When the disk gets full with the last bytes, ffmpeg may still
+// exit with 0; the segment's declared size is then larger than the file.
 bool HasAllItsBytes(int Fd)
 {
     struct stat status = {};
@@ -83,10 +83,10 @@ double ToSec(std::int64_t Ms)
     return static_cast<double>(Ms) / 1000.0;
 }
 
-// What a file says of its length may be this much too long, without anything missing in it.
+// A file's declared length may be this much too long although nothing is missing.
 constexpr double DeclaredSlackSec = 0.5;
 
-// Until where the source says that it has something of the clip.
+// The end of what the source declares of the clip.
 double WantedEndSec(const PanelCommand& Command, const SourceFacts& Source)
 {
     const double outSec = ToSec(Command.InMs + Command.LengthMs);
@@ -149,7 +149,7 @@ bool LacksSound(const std::optional<ClipFacts>& Clip,
                 const PanelCommand& Command,
                 SourceFile& Source)
 {
-    // Longer than a packet of sound.
+    // Longer than any packet of sound.
     constexpr double SlackSec = 0.3;
     const std::vector<int>& streams = Source.Facts().SoundStreams;
     const double outSec = ToSec(Command.InMs + Command.LengthMs);
@@ -210,7 +210,7 @@ JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, Sou
     {
         return DiskIsFull(Command.OutputPath);
     }
-    // Sound alone is all that there is where the source shows nothing.
+    // Sound alone is right when the source has no picture there.
     const bool bSoundAlone = facts.VideoStream.has_value() && !Clip->VideoSec.has_value() &&
                              Clip->EndSec() > 0.0 &&
                              Source.HasAnything(*facts.VideoStream, inSec, outSec) == false;
@@ -223,7 +223,7 @@ JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, Sou
     const double slackSec = facts.FrameSec + RoundingSec;
     const double endSec = inSec + Clip->EndSec();
     const double wantedEndSec = WantedEndSec(Command, facts);
-    // Of a variable rate the last picture may stay for long, and the source then goes on behind it.
+    // At a variable rate the last picture may be shown for long, and the source then continues after it.
     if (facts.DeclaredSec.has_value() && endSec < wantedEndSec - slackSec &&
         Source.Reaches(wantedEndSec - slackSec) == false)
     {

@@ -1,8 +1,7 @@
-// Whether a finished file is what was asked for, once, before it gets its name.
+// The check of a finished file, before it gets its name.
 //
-// The file's header tells: how long each stream is, and whether the file is as long as it says. The
-// source is only asked where that does not settle it, so a judgement costs milliseconds whatever the
-// length of the clip. One thread.
+// The file's header gives the length of each stream and the file's size. The source is read only when the header does
+// not settle it, so a check takes milliseconds whatever the clip's length. One thread.
 
 #pragma once
 
@@ -16,13 +15,13 @@
 /// What the header of a Matroska file says.
 struct ClipFacts
 {
-    bool bWhole = false;            ///< it has all the bytes that it says
+    bool bWhole = false;            ///< it is as large as its header says
     std::optional<double> VideoSec; ///< where the picture ends; none without one
     std::vector<double> SoundSec;   ///< where each sound ends; 0 for one with nothing in it
     double EndSec() const;          ///< where the last of them ends
 };
 
-/// Reads a file through its descriptor; nullopt where it is no Matroska file, or an empty one.
+/// Reads a file through its descriptor; nullopt if it is not Matroska or is empty.
 std::optional<ClipFacts> ReadClip(int Fd);
 
 /// Whether a sound is missing, or ends before the source's own does.
@@ -30,10 +29,10 @@ bool LacksSound(const std::optional<ClipFacts>& Clip,
                 const PanelCommand& Command,
                 SourceFile& Source);
 
-/// Why the file is not what was asked for, in one sentence; nullopt where it is.
+/// Why the file is not the wanted clip, in one sentence; nullopt if it is.
 std::optional<std::string>
 JudgeClip(const std::optional<ClipFacts>& Clip, const PanelCommand& Command, SourceFile& Source);
 
-/// Why there can be no picture, whatever ffmpeg says of it; nullopt where the source has one, or sound,
-/// between In and Out, or none at all, or does not tell.
+/// Why the clip has no picture, independent of ffmpeg's message. Nullopt when the source has a picture or sound between
+/// In and Out, has no video at all, or when that is unknown.
 std::optional<std::string> WhyNoPicture(const PanelCommand& Command, SourceFile& Source);

@@ -1,8 +1,8 @@
-// libavformat, loaded at its first call and not with the front.
+// Loads libavformat at its first call instead of at the start of the front.
 //
-// It comes with more than a hundred libraries, which take the loader longer than the front may take until
-// ffmpeg runs. So the functions that the front uses stand here under their own names and pass each call
-// on to the library of the version that the front was built with; ffmpeg runs by then.
+// Its more than a hundred libraries load more slowly than the front may take to start ffmpeg. So the functions that
+// the front uses are defined here under their own names; each passes its call on to the library of the version that
+// the front was built with. By then ffmpeg runs.
 
 extern "C"
 {
@@ -23,7 +23,7 @@ namespace
 void* FindFunction(const char* Name)
 {
     static void* const pLibrary = dlopen(LIBRARY_NAME(LIBAVFORMAT_VERSION_MAJOR), RTLD_NOW);
-    // Found as well where a library that it needs has it.
+    // Also finds functions of the libraries that libavformat needs.
     void* const pFunction = pLibrary == nullptr ? nullptr : dlsym(pLibrary, Name);
     if (pFunction == nullptr)
     {
@@ -34,7 +34,7 @@ void* FindFunction(const char* Name)
 }
 } // namespace
 
-// The header's own declaration checks the result and the parameters, which have its names.
+// FFmpeg's header declares the same function, so the compiler checks result and parameters.
 // NOLINTBEGIN(bugprone-macro-parentheses): a list of arguments has its own
 #define PASS_ON(Result, Name, Parameters, Arguments)                                               \
     extern "C" Result Name Parameters                                                              \

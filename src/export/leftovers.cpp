@@ -14,7 +14,7 @@
 
 namespace
 {
-// The names that exports give: "clip_00012_Name.mkv", cut anywhere behind the second underscore.
+// Names of exports: "clip_00012_Name.mkv", possibly cut after the second underscore.
 bool IsExportName(std::string_view Name)
 {
     constexpr std::string_view Begin = "clip_";
@@ -33,11 +33,11 @@ bool IsOwnFile(const struct stat& Status)
     return S_ISREG(Status.st_mode) && Status.st_uid == geteuid();
 }
 
-// Folder is a descriptor, so that all names mean the same folder whatever is renamed meanwhile.
+// Folder is a descriptor: it stays the same folder even if folders are renamed meanwhile.
 void RemoveIfAbandoned(int Folder, const std::string& Name)
 {
     const std::string part = Name + std::string(PartEnding);
-    // Writable: some network file systems lock for writers alone. A pipe must not be waited for.
+    // Open for writing: some network file systems lock only then. Non-blocking: it may be a pipe.
     const UniqueFd file(openat(Folder, part.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat opened = {};
     struct stat named = {};
@@ -46,13 +46,13 @@ void RemoveIfAbandoned(int Folder, const std::string& Name)
     {
         return;
     }
-    // Somebody else may have removed it and begun a new one between the opening and the lock.
+    // Another process may have replaced it between the open and the lock.
     if (fstatat(Folder, part.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
         named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
     {
         return;
     }
-    // The final name first: while the part is there nobody else takes the name.
+    // Remove the final name first: while the part exists no other export takes the name.
     if (fstatat(Folder, Name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && IsOwnFile(named) &&
         named.st_size == 0)
     {

@@ -1,8 +1,8 @@
-// What exports leave behind that were ended by a power cut, or whose front was killed.
+// Files that an export leaves when a power cut or a kill of the front ended it.
 //
-// An export holds its final name with an empty file and writes NAME.part beside it, which its front and
-// its ffmpeg keep locked (flock) as long as one of them lives. An unlocked one therefore belongs to
-// nobody. Any thread, any number of processes at once.
+// An export reserves its final name NAME with an empty file and writes NAME.part beside it. Front and ffmpeg keep
+// NAME.part locked (flock) as long as one of them lives, so an unlocked one is a leftover. Any thread, any number of
+// processes at once.
 
 #pragma once
 
@@ -10,15 +10,14 @@
 #include <string>
 #include <string_view>
 
-/// What the name of an unfinished export ends with, behind its final name.
+/// The suffix of an unfinished export's file.
 inline constexpr std::string_view PartEnding = ".part";
 
-/// Removes the pairs in Folder whose NAME.part nobody has locked: the part, and NAME where that is
-/// an empty file.
+/// Removes each unlocked NAME.part in Folder, and NAME if it is an empty file.
 ///
-/// Only names that exports give are looked at ("clip_", five digits, "_"), only plain files that belong
-/// to this user, and no link is followed. A folder that can't be read is left alone.
+/// It touches only names of exports ("clip_", five digits, "_") and regular files of this user, and follows no link.
+/// Ignores a folder that can't be read.
 void RemoveAbandonedExports(const std::filesystem::path& Folder);
 
-/// Whether somebody keeps the part of the export to OutputPath locked: its front or its ffmpeg lives.
+/// Whether the part file of OutputPath is locked: its front or its ffmpeg lives.
 bool IsBeingWritten(const std::filesystem::path& OutputPath);

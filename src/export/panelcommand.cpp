@@ -7,7 +7,7 @@
 
 namespace
 {
-// Where the list leaves a word open, this stands.
+// Stands for a word of the list that may be anything.
 constexpr std::string_view Open = {};
 constexpr std::array<std::string_view, 23> Pattern = {
     "-y",      "-hide_banner", "-loglevel", "error",  "-i",       Open,      "-ss",  Open,
@@ -50,7 +50,7 @@ std::string SecondsText(std::int64_t Ms)
 
 std::optional<std::int64_t> ReadSecondsText(std::string_view Text)
 {
-    // More digits than a film can need, and no more than a count of milliseconds can hold.
+    // Enough digits for any film, and few enough for a count of milliseconds.
     constexpr std::size_t MaxDigits = 15;
     const auto isDigit = [](char C) { return C >= '0' && C <= '9'; };
     const std::size_t point = Text.find('.');

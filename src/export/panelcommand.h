@@ -1,7 +1,7 @@
-// The arguments that an export gives to ffmpeg, recognised word by word.
+// Recognises the panel's arguments for ffmpeg, word by word.
 //
-// The front stands in ffmpeg's place for this one list. Whatever differs in a single word is somebody
-// else's call and goes to ffmpeg as it is. Pure functions; any thread.
+// The front exports only calls with exactly this list of arguments. A list that differs in any word goes to ffmpeg
+// unchanged. Pure functions; any thread.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-/// One export as its argument list says it. Times are whole milliseconds.
+/// One export, read from its arguments. Times are whole milliseconds.
 struct PanelCommand
 {
     std::string SourcePath;
@@ -20,11 +20,11 @@ struct PanelCommand
     std::string OutputPath;
 };
 
-/// Reads the arguments behind the program's name; nullopt for any other list.
+/// Reads the arguments after the program's name; nullopt for any other list.
 std::optional<PanelCommand> ReadPanelCommand(std::span<const char* const> Arguments);
 
 /// A time as ffmpeg reads it: seconds with three decimals, "12.500".
 std::string SecondsText(std::int64_t Ms);
 
-/// Reads such a time; nullopt where it has not exactly three decimals.
+/// Reads such a time; nullopt unless it has exactly three decimals.
 std::optional<std::int64_t> ReadSecondsText(std::string_view Text);

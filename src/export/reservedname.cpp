@@ -14,10 +14,10 @@
 
 namespace
 {
-// As ffmpeg makes its files: the umask takes what it takes.
+// The mode that ffmpeg uses; the umask applies.
 constexpr mode_t Mode = 0666;
 
-// Who has made the part makes the name at once, so a part without its name stays for moments only.
+// The process that made the part makes the name right after it, so a part without a name exists for moments only.
 constexpr int Looks = 200;
 
 UniqueFd MakeFile(const UniqueFd& Folder, const std::string& Name)
@@ -26,14 +26,14 @@ UniqueFd MakeFile(const UniqueFd& Folder, const std::string& Name)
                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, Mode));
 }
 
-// As the search for a free name sees it, which follows links.
+// Follows links, as the panel's search for a free name does.
 bool IsSeen(const UniqueFd& Folder, const std::string& Name)
 {
     struct stat status = {};
     return fstatat(Folder.Get(), Name.c_str(), &status, 0) == 0;
 }
 
-// NAME.part, once nobody has one; none where somebody else has the name or it stays in the way.
+// Makes NAME.part as soon as there is none; closed if another program has the name or the part stays.
 UniqueFd MakePart(const UniqueFd& Folder, const std::string& Name, const std::string& PartName)
 {
     UniqueFd part = MakeFile(Folder, PartName);
@@ -65,15 +65,15 @@ ReservedName::Take(const std::string& Path, bool& OutTaken, std::string& OutSent
         OutSentence = CanNotBeWritten(Path, errno);
         return nullptr;
     }
-    // The part first: one that is alone can be told from a file of somebody else's, an empty one not.
+    // Make the part first: a part without a name is recognisable as a leftover, an empty file is not.
     for (bool bGone = true; bGone;)
     {
         taken->Part = MakePart(taken->Folder, taken->Name, taken->PartName);
-        // A disk that has no locks is written to all the same; who can't lock removes nothing there.
+        // A disk without locks is used even so: other exports can't lock there either and remove nothing.
         while (taken->Part.IsOpen() && flock(taken->Part.Get(), LOCK_EX) != 0 && errno == EINTR)
         {
         }
-        // Before it was locked it may have been taken for a dead export's.
+        // Before it was locked another export may have removed it as a leftover.
         bGone = taken->Part.IsOpen() && !taken->IsOurs(taken->PartName, taken->Part.Get());
     }
     const bool bPart = taken->Part.IsOpen();
@@ -105,7 +105,7 @@ ReservedName::Take(const std::string& Path, bool& OutTaken, std::string& OutSent
 
 ReservedName::~ReservedName()
 {
-    // The name first: while the part is there nobody else takes it.
+    // Remove the name first: while the part exists no other export takes the name.
     struct stat status = {};
     if (Empty.IsOpen() && IsOurs(Name, Empty.Get()) && fstat(Empty.Get(), &status) == 0 &&
         status.st_size == 0)
@@ -137,13 +137,13 @@ bool ReservedName::Publish(std::string& OutSentence)
         OutSentence = CanNotBeWritten(Name, errno);
         return false;
     }
-    fsync(Folder.Get()); // the name is safe from a power cut only now
+    fsync(Folder.Get()); // only now does the rename survive a power cut
     Part.Close();
     Empty.Close();
     return true;
 }
 
-// Whether the file of that name is the one behind the descriptor.
+// Whether the name still means the descriptor's file.
 bool ReservedName::IsOurs(const std::string& FileName, int Fd) const
 {
     struct stat named = {};

@@ -1,9 +1,8 @@
-// The final name of an export, held from its first moment, and the file that is written for it.
+// The final name of an export, reserved at its start, and the file that becomes it.
 //
-// An empty file stands under the final name, made by this export alone, so that every other program's
-// search takes the next number. The clip is written into NAME.part beside it, which is locked (flock)
-// for as long as the front or its ffmpeg lives, and renamed over the empty file at the end. No link is
-// followed, and nothing that somebody else made is replaced or removed.
+// An empty file with the final name makes other exports take the next number. The clip is written to NAME.part
+// beside it, which stays locked (flock) as long as the front or its ffmpeg lives; at the end it is renamed over the
+// empty file. No link is followed, and no file of another program is replaced or removed.
 
 #pragma once
 
@@ -17,22 +16,22 @@
 class ReservedName
 {
 public:
-    /// Takes Path for this export. Null where that can't be; OutSentence then says why, and OutTaken
-    /// whether somebody else has the name, so that the next free one will do.
+    /// Reserves Path. On failure returns null and sets OutSentence; sets OutTaken if another program has the name,
+    /// so that the caller may try the next one.
     static std::unique_ptr<ReservedName>
     Take(const std::string& Path, bool& OutTaken, std::string& OutSentence);
 
-    /// Removes the pair where it was not published.
+    /// Removes both files unless published.
     ~ReservedName();
     ReservedName(const ReservedName&) = delete;
     ReservedName& operator=(const ReservedName&) = delete;
 
-    /// The descriptor of NAME.part, to be inherited by ffmpeg; it holds the lock. Readable and
-    /// writable, close-on-exec.
+    /// The descriptor of NAME.part, for ffmpeg to inherit; it holds the lock. Open for reading and writing,
+    /// close-on-exec.
     int PartFd() const { return Part.Get(); }
 
-    /// Gives the written file its final name once it is on the disk. False sets OutSentence, and
-    /// replaces nothing.
+    /// Flushes the written file to the disk and gives it its final name. On failure returns false, sets
+    /// OutSentence and replaces nothing.
     bool Publish(std::string& OutSentence);
 
 private:

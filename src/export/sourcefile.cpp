@@ -22,12 +22,12 @@ extern "C"
 
 namespace
 {
-// Pictures are stored up to this much away from the order of their times.
+// Pictures may be stored this much out of the order of their times.
 constexpr double ReorderSec = 2.0;
 // Where streams begin further apart than 10 s, ffmpeg takes the later ones for a clock that has jumped
 // ("-dts_delta_threshold"); half of that is far more than any broadcast has.
 constexpr double JumpSec = 5.0;
-// As many pictures as H.264 and HEVC may hold back (16), and the one itself.
+// H.264 and HEVC may hold back 16 pictures; plus the picture itself.
 constexpr std::size_t MaxReorderedPictures = 17;
 
 struct FreePacket
@@ -108,7 +108,7 @@ std::optional<double> ReadDurationTag(const AVStream& Stream)
 
 std::unique_ptr<SourceFile> SourceFile::Open(const std::string& Path, std::string& OutSentence)
 {
-    av_log_set_level(AV_LOG_QUIET); // ffmpeg says the same, and it is asked
+    av_log_set_level(AV_LOG_QUIET); // the ffmpeg process prints the same
     std::unique_ptr<SourceFile> source(new SourceFile);
     AVDictionary* pOptions = nullptr;
     av_dict_set(&pOptions, "format_whitelist", AllowedContainers, 0);
@@ -160,15 +160,15 @@ void SourceFile::Learn()
     Known.DeclaredSec = DeclaredSec();
 }
 
-// A subtitle may stay behind them, and then the length of the file says nothing.
+// A subtitle may end later; then the length of the file is of no use.
 std::optional<double> SourceFile::DeclaredSec() const
 {
-    // A guess from the rate of bits says nothing.
+    // An estimate from the bit rate is of no use.
     if (pFile->duration <= 0 || pFile->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE)
     {
         return std::nullopt;
     }
-    // In these the length counts from time 0, not from where the file begins.
+    // In these formats the length counts from time 0, not from the file's start.
     const bool bFromZero = av_match_list(pFile->iformat->name, "mov,matroska,webm,nut", ',') > 0;
     const double fileEndSec =
         static_cast<double>(pFile->duration) / AV_TIME_BASE - (bFromZero ? StartSec : 0.0);
@@ -192,7 +192,7 @@ std::optional<double> SourceFile::DeclaredSec() const
     return std::min(*endSec, fileEndSec);
 }
 
-// As ffmpeg seeks for "-ss" before its input.
+// Seeks as ffmpeg does for "-ss" before its input.
 bool SourceFile::Seek(double Sec)
 {
     const auto time = static_cast<std::int64_t>(std::llround((Sec + StartSec) * AV_TIME_BASE));
@@ -215,7 +215,7 @@ std::optional<SourceFile::Piece> SourceFile::Read()
         *piece.FromSec -= StartSec;
         piece.ToSec = *piece.FromSec + static_cast<double>(packet->duration) * av_q2d(base);
     }
-    // What an edit list hides is decoded and never shown: no place is looked for there.
+    // An edit list hides packets that are decoded and never shown: skip them.
     if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0)
     {
         piece.FromSec = piece.ToSec = -std::numeric_limits<double>::infinity();
@@ -304,7 +304,7 @@ std::optional<bool> SourceFile::HasAnything(int Stream, double FromSec, double T
 
 bool SourceFile::HasCrowdedPictures(double FromSec, double ToSec)
 {
-    // ffmpeg leaves out a picture that comes 0.6 of a beat too early. Jitter of a camera stays below this.
+    // ffmpeg drops a picture that comes 0.6 of a frame duration too early. A camera's jitter is smaller.
     constexpr double ClosestBeats = 0.75;
     if (Known.BeatSec <= 0.0 || !Known.VideoStream.has_value() || !Seek(FromSec))
     {
@@ -326,7 +326,7 @@ bool SourceFile::HasCrowdedPictures(double FromSec, double ToSec)
         {
             break;
         }
-        // Only what can no longer get a neighbour between is compared: pictures come out of their order.
+        // Pictures arrive out of order: compare only those between which no other can come any more.
         timesSec.insert(*piece->FromSec);
         while (timesSec.size() > MaxReorderedPictures)
         {

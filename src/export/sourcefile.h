@@ -1,7 +1,7 @@
-// The source of an export, asked of its container (libavformat).
+// The source of an export, read from its container by libavformat.
 //
-// Only what src/media/containers.h allows is opened. Times are seconds from the start of the source,
-// as ffmpeg counts them. One thread.
+// Opens only what src/media/containers.h allows. Times are seconds from the start of the source, as in ffmpeg. One
+// thread.
 
 #pragma once
 
@@ -13,26 +13,25 @@
 struct AVFormatContext;
 struct AVStream;
 
-/// "00:00:02.018000000": the time of a stream's end, which Matroska's muxers write into its tags.
+/// Reads "00:00:02.018000000", the end of a stream, which Matroska's muxers write into its tags.
 std::optional<double> ReadDurationTag(const AVStream& Stream);
 
 struct SourceFacts
 {
     std::string Format;             ///< libavformat's name
-    std::optional<int> VideoStream; ///< the first that is no attached picture
+    std::optional<int> VideoStream; ///< the first that is not an attached picture
     int WidthPx = 0;                ///< of that one
     int HeightPx = 0;
-    double FrameSec = 0.04; ///< how long one of its frames is shown, as a rule
-    double BeatSec = 0.0;   ///< of the rate that ffmpeg guesses; 0 where its rate is constant
+    double FrameSec = 0.04; ///< usual duration of a frame
+    double BeatSec = 0.0; ///< frame duration of the rate that ffmpeg guesses; 0 at a constant rate
     std::vector<int> SoundStreams;
-    std::optional<double> DeclaredSec; ///< when picture and sound end, as the source says
+    std::optional<double> DeclaredSec; ///< the end of picture and sound that the source declares
 };
 
 class SourceFile
 {
 public:
-    /// Opens the file. Null sets OutSentence, which names the format where it is one that is not
-    /// allowed.
+    /// Opens the file. On failure returns null and sets OutSentence, which names a format that is not allowed.
     static std::unique_ptr<SourceFile> Open(const std::string& Path, std::string& OutSentence);
     ~SourceFile();
     SourceFile(const SourceFile&) = delete;
@@ -46,16 +45,15 @@ public:
     /// asked, where the file tells when. Reads until all are met, or the file is past InSec.
     bool HoldsAll(double SeekSec, double LatestKeySec, double InSec);
 
-    /// Whether a stream has something that begins from FromSec on and before ToSec; nullopt where the
-    /// container's seeking or times do not tell. Reads from a key frame before FromSec.
+    /// Whether a packet of the stream begins at or after FromSec and before ToSec; nullopt when the container's
+    /// seeking or times don't tell. Reads from a key frame before FromSec.
     std::optional<bool> HasAnything(int Stream, double FromSec, double ToSec);
 
-    /// Whether two pictures of a range follow each other much faster than the guessed rate. ffmpeg writes
-    /// on the beat of that rate and would leave one of them out. False at a constant rate; otherwise the
-    /// range is read until two are found.
+    /// Whether two pictures of a range are much closer than the guessed rate allows: ffmpeg writes pictures at that
+    /// rate and would drop one of them. False at a constant rate; otherwise reads the range until it finds two.
     bool HasCrowdedPictures(double FromSec, double ToSec);
 
-    /// Whether picture or sound goes on until AtSec, the same way.
+    /// Whether picture or sound continues until AtSec; nullopt as above.
     std::optional<bool> Reaches(double AtSec);
 
 private:

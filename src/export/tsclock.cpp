@@ -14,13 +14,13 @@
 
 namespace
 {
-// ffmpeg takes a step of more than 10 s for a jump (its option -dts_delta_threshold). The shorter the
-// steps, the less a jump back can hide in one.
+// ffmpeg treats a step of more than 10 s as a jump (its option -dts_delta_threshold). Shorter steps here leave less
+// room for a hidden jump back.
 constexpr std::int64_t TicksASecond = 90'000;
 constexpr std::int64_t MaxStep = 4 * TicksASecond;
 constexpr std::int64_t WholeTurn = std::int64_t{1} << 33U; // the clock has 33 bits
 
-// A clock must come at least ten times a second, ISO 13818-1; this holds more than that at any rate.
+// ISO 13818-1 requires a clock at least ten times a second; this many bytes hold more than one at any bit rate.
 constexpr std::size_t MaxLookBytes = 4'000'000;
 constexpr std::size_t FirstLookBytes = 16'384;
 
@@ -33,7 +33,7 @@ struct Clock
     std::int64_t Ticks = 0;
 };
 
-// How far the clock has gone on, negative where it went back; it may have turned over.
+// The clock's advance, negative if it went back. The clock may have wrapped around.
 std::int64_t Advance(const Clock& From, const Clock& To)
 {
     const std::int64_t ticks = (To.Ticks - From.Ticks + WholeTurn) % WholeTurn;
@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    // Halves the way until each step is short enough.
+    // Halves the interval until each step is short enough.
     bool IsSteady(const Clock& From, const Clock& To)
     {
         const std::int64_t ticks = Advance(From, To);
@@ -88,7 +88,7 @@ private:
         return between.has_value() && IsSteady(From, *between) && IsSteady(*between, To);
     }
 
-    // The first clock from a byte on and before another.
+    // The first clock in a range of bytes.
     std::optional<Clock> Next(std::int64_t From, std::int64_t To)
     {
         for (std::size_t want = FirstLookBytes; want <= MaxLookBytes; want *= 4)
@@ -126,7 +126,7 @@ private:
         return std::nullopt;
     }
 
-    // Where packets begin; the end of what there is where none do.
+    // Where packets begin; the end of the data if there are none.
     std::size_t Synced(std::size_t Stride) const
     {
         constexpr std::size_t Packets = 4;
@@ -145,7 +145,7 @@ private:
         return Bytes.size();
     }
 
-    // The clock that a packet carries, of the program whose clock came first; ISO 13818-1, 2.4.3.5.
+    // The packet's clock, only of the program whose clock came first (ISO 13818-1, 2.4.3.5).
     std::optional<std::int64_t> ClockOf(const std::uint8_t* pPacket)
     {
         const bool bClock = pPacket[0] == SyncByte && (pPacket[3] & 0x20U) != 0 &&

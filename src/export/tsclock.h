@@ -1,12 +1,12 @@
-// Whether the clock of an MPEG-TS file runs through from its beginning to its end.
+// Whether the clock of an MPEG-TS file runs without jumps from beginning to end.
 //
-// A broadcast that was cut, or two recordings put together, has a clock that jumps. ffmpeg takes jumps
-// out while it reads from the beginning; after a seek behind one it counts from another place. Reads a
-// few kilobytes at places all over the file, about one for every seven seconds. Any thread.
+// The clock jumps in a cut broadcast and in joined recordings. When ffmpeg reads from the beginning it removes jumps;
+// after a seek behind a jump its times differ. Reads a few kilobytes about every seven seconds of the file. Any
+// thread.
 
 #pragma once
 
 #include <string>
 
-/// False where the clock goes back, or ahead by more than ffmpeg lets pass, and where no clock is found.
+/// False when the clock goes back, goes ahead by more than ffmpeg accepts, or is not found.
 bool HasSteadyTsClock(const std::string& Path);

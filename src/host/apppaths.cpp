@@ -18,7 +18,7 @@ namespace
 {
 namespace fs = std::filesystem;
 
-// Destroyed, and with it the folder removed, when the program ends.
+// Its destructor, at the end of the program, removes the folder.
 std::unique_ptr<RuntimeFolder> runtimeFolder;
 
 std::string AbsoluteFromEnvironment(const char* Name)
@@ -26,7 +26,7 @@ std::string AbsoluteFromEnvironment(const char* Name)
     const std::string value = EnvironmentValue(Name);
     std::error_code ec;
     const fs::path absolute = fs::absolute(value, ec);
-    // In a folder that was deleted a relative one stays so: it can't be made, and that is told.
+    // In a deleted folder a relative path stays relative: making it fails, and the error names it.
     return value.empty() || ec ? value : absolute.native();
 }
 
@@ -97,7 +97,7 @@ bool AppPaths::PrepareRecordingsDir(std::string& OutError)
                    " for exported clips can't be made: " + ec.message() + ".";
         return false;
     }
-    // By making a file: mode bits do not tell of a read-only file system.
+    // Make a file to find out: mode bits do not show a read-only file system.
     std::string probe = (clipsDir / ".movane-XXXXXX").native();
     const int file = mkstemp(probe.data());
     if (file < 0)

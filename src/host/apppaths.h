@@ -17,25 +17,24 @@
 class AppPaths
 {
 public:
-    /// The folder that holds this process's temporary files, an absolute path. It belongs to this
-    /// process and user alone, and "temp", mode 0700, is in it. Made at the first call here or in
-    /// PrepareRuntimeDir; when that fails, the sentence is logged and the path is returned all the same.
+    /// The folder for temporary files, an absolute path. It belongs to this process and user alone and holds
+    /// "temp" (mode 0700). The first call here or of PrepareRuntimeDir makes it; a failure is logged, and the path
+    /// is returned all the same.
     static std::string RuntimeDir();
 
-    /// The folder for recordings, an absolute path, read from the environment at each call. Not made
-    /// here. A relative one of the environment stays so where the current folder was deleted.
+    /// The folder for recordings, an absolute path, read from the environment at each call. Not made here. A
+    /// relative path in the environment stays relative if the current folder was deleted.
     static std::string RecordingsDir();
 
     /// Makes the runtime folder and clears those that dead processes left behind. False sets OutError
     /// to one sentence that names the folder.
     static bool PrepareRuntimeDir(std::string& OutError);
 
-    /// Removes the runtime folder, as the end of the program does by itself. The next RuntimeDir makes a
-    /// new one.
+    /// Removes the runtime folder, as the program's end does, too. The next RuntimeDir makes a new one.
     static void RemoveRuntimeDir();
 
-    /// Makes the recordings folder and tests that files can be made in its "clips". False sets
-    /// OutError to one sentence that names the folder; what was missing may have been made by then.
+    /// Makes the recordings folder and checks that files can be made in its "clips". On failure returns false and
+    /// sets OutError to one sentence that names the folder; missing folders may have been made by then.
     static bool PrepareRecordingsDir(std::string& OutError);
 
     /// Remembers the file as the default video, across runs. A failure is logged.

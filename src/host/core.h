@@ -1,7 +1,7 @@
-// The application's core: the one object through which its parts find each other.
+// The core: the one object through which the parts of the program find each other.
 //
-// Core owns them; the global p points at the running application's core and is null before it is
-// made and after it is gone. Made and destroyed on the UI thread by whoever runs the program.
+// Core owns them. The global p points at it, and is null before the core is made and after it is gone. The core
+// is made and destroyed on the UI thread.
 
 #pragma once
 
@@ -18,9 +18,9 @@ public:
     std::unique_ptr<Movane> pMovane;
     std::unique_ptr<Rend> pRend;
     std::unique_ptr<CoreSDL> pCoreSDL;
-    // Last, so that it goes first: its workers are joined while everything else still stands.
+    // Declared last, so that it is destroyed first: its workers are joined while their data still exists.
     std::unique_ptr<JobSystem> pJobSystem;
 };
 
-/// The running application's core, or null. Not owned.
-extern Core* p; // NOLINT(readability-identifier-naming): the name that the whole application uses
+/// The core, or null. Not owned.
+extern Core* p; // NOLINT(readability-identifier-naming): the name that all code uses

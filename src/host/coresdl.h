@@ -1,4 +1,4 @@
-// The size of the application's drawing surface.
+// The size of the drawing surface.
 
 #pragma once
 

@@ -19,7 +19,7 @@ JobSystem::JobSystem(unsigned WorkerCount)
     }
     catch (...)
     {
-        Stop(); // the workers that did start must not be left running
+        Stop(); // joins the workers that did start
         throw;
     }
 }
@@ -28,7 +28,7 @@ JobSystem::~JobSystem()
 {
     Stop();
     SetWakeUp({});
-    // What a callback captured may post another one when it goes, so they go while this still stands.
+    // Destroying a callback may post another one, so destroy them while the queue still exists.
     for (;;)
     {
         std::deque<MainThreadJob> dropped;
@@ -79,7 +79,7 @@ void JobSystem::PumpMainThread()
         const std::lock_guard lock(QueueMutex);
         lastOfThisPump = LastMainThreadJob;
     }
-    // By number and not by count: a callback may pump, too.
+    // Compare numbers, not counts: a callback may pump, too.
     while (const std::optional<std::function<void()>> job = TakeMainThreadJob(lastOfThisPump))
     {
         (*job)();
@@ -110,7 +110,7 @@ void JobSystem::Stop()
     {
         const std::lock_guard lock(QueueMutex);
         bRunning = false;
-        // Destroyed outside the lock: what a job captured may do anything when it goes.
+        // Destroy the job outside the lock: destructors of its captures may call anything.
         dropped.swap(Jobs);
     }
     JobWaits.notify_all();
@@ -172,7 +172,6 @@ void JobSystem::ReportFailure(const QueuedJob& Job, const char* Text)
     }
     catch (...)
     {
-        // Where not even a line of text can be made or logged, silence is better than the end of the
-        // program.
+        // Out of memory even for a log line: go on without one instead of ending the program.
     }
 }

@@ -4,10 +4,9 @@
 // PumpMainThread, which is the UI thread. A job that throws ends neither its worker nor the program:
 // the failure is logged and announced through JobFailed.
 //
-// The rule for stopping: Stop takes no further job, waits for the ones that run, and drops the ones
-// that have not begun. Callbacks are never lost by it: those that were posted before and those that
-// the last jobs post run in the next pumps; only what is still waiting when the object is destroyed
-// goes with it, without being run.
+// The rule for stopping: Stop takes no further job, waits for running jobs, and drops those that have not begun.
+// No callback is lost by it: callbacks posted before, and by the last jobs, run in the next pumps. Callbacks that
+// still wait when the object is destroyed are destroyed with it and do not run.
 
 #pragma once
 
@@ -23,7 +22,7 @@
 #include <thread>
 #include <vector>
 
-/// Number of a job, counting from 1; 0 stands for a job that was not taken.
+/// Number of a job, counting from 1; 0 for a job that was refused.
 using JobId = std::uint64_t;
 
 class JobSystem
@@ -48,13 +47,12 @@ public:
     /// the log and is copied. Any thread.
     JobId Enqueue(std::function<void()> Job, const char* Label);
 
-    /// Posts a callback for the UI thread. It is taken also while the system stops and after that.
-    /// Any thread.
+    /// Posts a callback for the UI thread, also while the system stops and after that. Any thread.
     void EnqueueMainThread(std::function<void()> Job);
 
-    /// Runs the callbacks that wait, in the order of posting; one that is posted meanwhile runs in the
-    /// next pump. An exception of a callback leaves the pump, and the callbacks behind it stay for the
-    /// next one. UI thread only.
+    /// Runs the waiting callbacks in the order of posting. Callbacks posted meanwhile run in the next pump. When
+    /// a callback throws, the exception leaves the pump and the callbacks after it wait for the next pump. UI
+    /// thread only.
     void PumpMainThread();
 
     /// True from the making until Stop is called. Any thread.
@@ -63,9 +61,9 @@ public:
     /// Stops by the rule above; a second call does nothing. UI thread only, never from a job.
     void Stop();
 
-    /// Sets what is called, on the posting thread, after each EnqueueMainThread: it wakes an event loop
-    /// that sleeps. It must be quick, and neither throw nor call back into the job system. An empty
-    /// function takes it away, and on return the earlier one is no longer running. Any thread.
+    /// Sets the function that wakes a sleeping event loop. It is called on the posting thread after each
+    /// EnqueueMainThread; it must be quick, not throw, and not call the job system. An empty function unsets it.
+    /// On return the earlier function is no longer running. Any thread.
     void SetWakeUp(std::function<void()> NewWakeUp);
 
     /// Emitted on the UI thread, in a pump, for each job that threw.

@@ -9,7 +9,7 @@ MvWindow* Movane::AddWindow(unsigned long WindowID, std::unique_ptr<MvWindow> pW
         return nullptr;
     }
     MvWindow* const window = pWindow.get();
-    std::list<unsigned long> id = {WindowID}; // beforehand, so that it is in both or in none
+    std::list<unsigned long> id = {WindowID}; // allocate first: the ID gets into both lists or none
     Windows[WindowID] = std::move(pWindow);
     WindowIDs.splice(WindowIDs.end(), id);
     return window;

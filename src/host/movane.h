@@ -1,4 +1,4 @@
-// The application object: its windows and its notifications. UI thread only.
+// The host's registry of windows and its notifications. UI thread only.
 
 #pragma once
 
@@ -31,7 +31,7 @@ public:
         std::uint64_t DurationMs = 0; ///< how long it is shown
     };
 
-    /// The ID of the first video window, the one that is used when no other is fit to be.
+    /// The ID of the first video window, the fallback when no other window can be used.
     static constexpr unsigned long FirstVideoWindowID = 3;
 
     /// Registers pWindow under an ID and appends the ID to WindowIDs. Returns the window, or null when

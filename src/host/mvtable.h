@@ -1,7 +1,7 @@
 // The record of a table on the screen: its place, its text, its columns and its selection.
 //
-// Whatever draws the table mirrors its own geometry into this record and follows ColumnFractions().
-// UI thread only; the rows themselves are in MvTableModel.
+// The widget that draws the table writes its geometry here and applies ColumnFractions(). MvTableModel holds the
+// rows. UI thread only.
 
 #pragma once
 
@@ -23,7 +23,7 @@ public:
     const std::vector<double>& ColumnFractions() const { return Fractions; }
 
     /// Selects a row for the user (-1 for none): writes SelectedRow and CurrentRow, then emits
-    /// SelectionChanged. Code that writes the two fields itself does its own telling.
+    /// SelectionChanged. Code that writes the two fields directly must notify by itself.
     void SelectRow(int Row);
     Signal<> SelectionChanged;
 

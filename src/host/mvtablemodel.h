@@ -68,8 +68,8 @@ public:
         Rows.resize(Count < 0 ? 0 : static_cast<std::size_t>(Count));
     }
 
-    /// Adds empty cells to a row until it has at least Width; never drops any. A row that does not
-    /// exist stays so.
+    /// Adds empty cells to a row until it has at least Width; never drops any. Ignores a row that does not
+    /// exist.
     void EnsureRowWidth(int RowIndex, int Width)
     {
         if (RowAt(RowIndex) != nullptr && Width > 0)
@@ -82,8 +82,8 @@ public:
         }
     }
 
-    /// Sets a cell, widening its row when needed. A row that does not exist, a negative column and
-    /// the last of all ints, behind which no width lies, change nothing.
+    /// Sets a cell, widening its row when needed. Ignores a row that does not exist, a negative column, and
+    /// the largest int as a column, whose width no int can hold.
     void SetCell(int RowIndex, int Column, const std::string& Text)
     {
         if (RowAt(RowIndex) != nullptr && Column >= 0 && Column < std::numeric_limits<int>::max())

@@ -14,12 +14,11 @@ public:
     MvTextInput(const MvTextInput&) = delete;
     MvTextInput& operator=(const MvTextInput&) = delete;
 
-    /// Replaces the text. bQuiet keeps the observers from hearing of it: for the code that carries the
-    /// user's typing into this record.
+    /// Replaces the text. With bQuiet, observers are not notified: for the widget that writes the user's typing
+    /// into this record.
     virtual void SetText(const std::string& NewText, bool bQuiet);
 
-    /// Emitted with the new text after every SetText that was not asked to be quiet, also when the
-    /// text is the one that was there.
+    /// Emitted with the text after every SetText without bQuiet, even if the text is the same as before.
     Signal<std::string> Changed;
 
     std::string Text;

@@ -57,7 +57,7 @@ void MvTimeControl::ShowSource(const std::string& Path, double NewDurationSec)
     SourceDurationSec = NewDurationSec;
     if (Path != SourcePath)
     {
-        // All that can fail comes first: halfway, the marking of a source would be lost.
+        // Allocate first: a failure after the move below would lose a source's marking.
         std::string newSourcePath = Path;
         Marking& earlier = MarkingOfHiddenSources[SourcePath];
         Marking& next = MarkingOfHiddenSources[newSourcePath];

@@ -1,8 +1,7 @@
 // The timeline of a video window: the displayed time, the In/Out range and the markers.
 //
-// Times are seconds from the start of the source. What is set is what is read back: nothing is
-// clamped, swapped or rounded here, so that a caller sees its own numbers. UI thread only; it neither
-// draws nor plays.
+// Times are seconds from the start of the source. Deliberate: nothing is clamped, swapped or rounded, so a caller
+// reads back exactly what was set. UI thread only; it neither draws nor plays.
 
 #pragma once
 
@@ -36,8 +35,8 @@ public:
     /// Length of the source, 0 while it is unknown or none is open.
     double DurationSec() const { return SourceDurationSec; }
 
-    /// Sets In and Out. bQuiet keeps the observers from hearing of it: for a caller that makes several
-    /// changes and tells of them once, or that is itself the observer.
+    /// Sets In and Out. With bQuiet, observers are not notified: for a caller that makes several changes and
+    /// notifies once, or that is the observer itself.
     void SetRangeSelection(double StartSec, double EndSec, bool bQuiet);
     /// Removes the range; bQuiet as in SetRangeSelection.
     void ClearRangeSelection(bool bQuiet);
@@ -47,13 +46,13 @@ public:
     void RemoveMarkerAt(double MarkerSec);
     void SetDisplayedTimeSec(double NewTimeSec);
 
-    /// Shows another source: the displayed time goes to 0, and the range and the markers become those
-    /// that this source had when it was shown last (none at first). The ones of the source that was
-    /// shown until now are kept for its return, so opening another file loses no marking. A call with
-    /// the source that is already shown only takes the duration.
+    /// Shows another source: sets the displayed time to 0 and restores the range and the markers that this source
+    /// had when it was shown last (none at first). Range and markers of the earlier source are kept for its
+    /// return, so opening another file loses no marking. For the source that is already shown, only the duration
+    /// changes.
     void ShowSource(const std::string& Path, double NewDurationSec);
 
-    /// Emitted after every change that was not asked to be quiet.
+    /// Emitted after every change without bQuiet.
     Signal<> Changed;
 
     /// Grows with every change of Markers by this class, so a view compares one number.

@@ -34,19 +34,19 @@ public:
 
     /// Opens the file at Path, paused at its start, in place of the one that was open.
     ///
-    /// On success FilePath is Path as given and pMediaInfo is set. On failure returns false and sets
-    /// OutError to one sentence for the user; the file that was open is open still or again, or no file
-    /// is open where that fails, too (it was deleted, say).
+    /// On success FilePath is Path as given and pMediaInfo is set. On failure returns false and sets OutError to
+    /// one sentence for the user. The earlier file then stays open or is opened again; if that fails as well (it
+    /// was deleted, say), no file is open.
     virtual bool Open(const std::string& Path, std::string& OutError) = 0;
 
     virtual void Play() = 0;
     virtual void Pause() = 0;
 
-    /// Carries out a SeekRequest. Any other number is ignored, and so is a request with no open file.
+    /// Carries out a SeekRequest. Ignores any other number, and every request while no file is open.
     virtual void Seek(int Request) = 0;
 
-    /// Returns the playhead in seconds, 0 while no file is open. After a Seek it is where the request
-    /// leads, whether the picture has arrived there or not.
+    /// Returns the playhead in seconds, 0 while no file is open. After a Seek it is the place sought, even before
+    /// the picture has arrived.
     virtual double CurrentTimeSec() const = 0;
 
     std::string FilePath;              ///< the open file, empty while none is open

@@ -22,17 +22,15 @@ public:
 
     /// Opens a file in the window's player and shows its timeline; bPlay starts playback at once.
     ///
-    /// Returns false, with LoadError() set, when there is no player or the file can't be opened; the
-    /// file that was open stays open then, with its range and markers. Where the player could not keep
-    /// it, no file is open and the timeline is the one without a file; they come back when that file is
-    /// opened.
+    /// Without a player, or for a file that can't be opened, returns false and sets LoadError(). The earlier file
+    /// then stays open with its range and markers. If the player could not keep it, no file is open and the
+    /// timeline shows none; range and markers return when that file is opened again.
     virtual bool LoadVideoFile(const std::string& Path, bool bPlay);
 
     /// Why the last LoadVideoFile failed, one sentence; empty after a success.
     const std::string& LoadError() const { return LastLoadError; }
 
-    /// The timeline, which every video window has from its making; nobody may have put another kind of
-    /// control in its place.
+    /// The timeline, made with the window. Nobody may put another kind of control in its place.
     MvTimeControl& Timeline();
 
     bool bFocused = false;

@@ -1,6 +1,6 @@
 // A window of the application: its state flags, its place on the drawing surface, its controls.
 //
-// The record is the truth; whatever draws a window mirrors its own state into it. UI thread only.
+// The widget that draws the window copies its state into this record. UI thread only.
 
 #pragma once
 
@@ -27,7 +27,7 @@ public:
     /// Puts pChild under Key, in place of an earlier one. Key 0 of a video window is its timeline.
     void SetChild(int Key, std::unique_ptr<MvChildWindow> pChild);
 
-    // -- Set when the window is made, when it is shown or hidden, and first thing when it goes away.
+    // -- Set when the window is made, shown or hidden, and before anything else when it goes away.
     bool bOpen = false;
     bool bVisible = false;
     bool bClosing = false;

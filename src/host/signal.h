@@ -1,4 +1,4 @@
-// Observer list: who wants to hear of an event, called in the order of connecting.
+// Observer list: slots are called in the order in which they were connected.
 //
 // Slots take their arguments by value, so each gets a copy of its own. UI thread only; a slot is
 // owned by the list and never removed, so what it captures must outlive the signal.
@@ -19,7 +19,7 @@ public:
     /// Appends NewSlot. An empty slot is accepted here and fails in emit.
     void connect(Slot NewSlot)
     {
-        // Shared, so that the copy that emit calls keeps for the next time what the slot holds.
+        // Shared: emit calls a copy, and the slot's state must survive to the next emit.
         slots.push_back([pSlot = std::make_shared<Slot>(std::move(NewSlot))](Args... Arguments)
                         { (*pSlot)(std::forward<Args>(Arguments)...); });
     }
@@ -31,7 +31,7 @@ public:
     /// must not destroy the signal.
     void emit(Args... Arguments)
     {
-        // By index and through a copy: a slot that connects another one moves the vector's storage.
+        // Use an index and a copy: a slot that connects another one moves the vector's storage.
         for (std::size_t i = 0; i < slots.size(); ++i)
         {
             const Slot slot = slots[i];
@@ -39,6 +39,6 @@ public:
         }
     }
 
-    /// In the order of calling. One that connect did not put here is copied for each call.
+    /// In the order of calling. A slot that was pushed in directly is copied for each emit and loses its state.
     std::vector<Slot> slots;
 };

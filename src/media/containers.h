@@ -1,9 +1,8 @@
 // Which containers a video may come in: one list for the player, the probes and the encoder.
 //
-// libavformat finds out by content what a file is, whatever it is called. Some of what it knows are lists
-// and descriptions (SDP, ffconcat, HLS, DASH, image sequences) that make it open other files and sockets.
-// So it is only ever allowed the containers below, through its option "format_whitelist", and the protocol
-// that reads a plain file, through "protocol_whitelist".
+// libavformat recognises a format by its content, whatever the file's name. Some formats are lists and descriptions
+// (SDP, ffconcat, HLS, DASH, image sequences) that make it open other files and sockets. So its option
+// "format_whitelist" is always set to the containers below, and "protocol_whitelist" to plain files.
 
 #pragma once
 
@@ -18,10 +17,10 @@ inline constexpr const char* AllowedContainers =
     "apng,swf,"
     "vivo,amv,cavsvideo";
 
-/// The value of "protocol_whitelist" beside it.
+/// The value of "protocol_whitelist".
 inline constexpr const char* AllowedProtocols = "file";
 
-/// What is said of the file Name whose container is known and not allowed; libavformat calls it Format.
+/// The error for the file Name whose Format, by libavformat's name, is known and not allowed.
 inline std::string RefusedFormatSentence(const std::string& Name, const std::string& Format)
 {
     return Name + " has the format " + Format +

@@ -18,11 +18,10 @@ namespace
 {
 constexpr std::int64_t UsPerSec = 1'000'000;
 constexpr std::int64_t MsPerSec = 1'000;
-// How many frames may follow one in the file that are shown before it: 16 in H.264 and HEVC, each of which
-// may be two fields.
+// How many later packets may be shown before a frame: 16 in H.264 and HEVC, each of which may be two fields.
 constexpr std::size_t MostReordered = 33;
 constexpr int PacketsAtOnce = 64;
-// Farther ahead a seek is quicker than reading on.
+// Beyond this a seek is quicker than reading on.
 constexpr std::int64_t ReadOnUs = 10 * UsPerSec;
 constexpr std::int64_t FirstStepBackUs = UsPerSec / 2;
 constexpr int MostSeeks = 9;
@@ -178,7 +177,7 @@ struct FrameReader::Input
     AVPacket* pPacket = av_packet_alloc();
 };
 
-// As "file:", so that no name is taken for another protocol.
+// The prefix "file:" keeps names such as "http:x" from being taken for a protocol.
 std::unique_ptr<FrameReader::Input> FrameReader::Input::Open(const std::string& Path,
                                                              const std::atomic<bool>& bStop)
 {
@@ -195,7 +194,7 @@ std::unique_ptr<FrameReader::Input> FrameReader::Input::Open(const std::string& 
     const int error =
         avformat_open_input(&input->pFormat, ("file:" + Path).c_str(), nullptr, &options);
     av_dict_free(&options);
-    // The start time of the file is only known after a look into its streams.
+    // The file's start time is known only after its streams were probed.
     if (error < 0 || avformat_find_stream_info(input->pFormat, nullptr) < 0)
     {
         return nullptr;
@@ -236,7 +235,7 @@ FrameReader::FrameReader(std::unique_ptr<Input> NewInput,
     Known.bFromStart = true;
     const std::string_view container = File->pFormat->iformat->name;
     Ticking.bSeeksAnywhere = container == "mpegts" || container == "mpeg";
-    // AVI tells no times of showing, and MPEG programs not those of all frames.
+    // AVI has no presentation times, and MPEG program streams not for all frames.
     bPtsKnown = container != "avi" && container != "mpeg";
 }
 
@@ -270,7 +269,7 @@ std::optional<FramePlace> FrameReader::Find(FrameSide Side, std::int64_t Limit)
     }
 }
 
-// To a key frame before Limit. Each further time it goes twice as far back, in the end to the start.
+// Seeks to a key frame before Limit: each further time twice as far back, in the end to the start.
 bool FrameReader::GoBack(std::int64_t Limit, int& Seeks)
 {
     while (Seeks < MostSeeks && !bStopped)
@@ -285,7 +284,7 @@ bool FrameReader::GoBack(std::int64_t Limit, int& Seeks)
     return Rewind();
 }
 
-// Where the file ends as far as its header or a guess tells: behind it no seek leads anywhere.
+// The end of the file by its header, or by an estimate: seeks behind it fail.
 std::int64_t FrameReader::LastTicks() const
 {
     const std::int64_t durationUs = File->pFormat->duration;
@@ -293,7 +292,7 @@ std::int64_t FrameReader::LastTicks() const
                           : std::numeric_limits<std::int64_t>::max() / 4;
 }
 
-// To the first packet of the file. Opened again, because no container promises a seek to lead there.
+// Goes to the first packet by opening the file again: no container guarantees that a seek leads there.
 bool FrameReader::Rewind()
 {
     std::unique_ptr<Input> input = Input::Open(FilePath, bStopped);
@@ -308,7 +307,7 @@ bool FrameReader::Rewind()
     return true;
 }
 
-// To the next key frame from Target on, or from before it; false when that is later than Latest.
+// Seeks to a key frame at or before Target, or the next one after it; false when that is later than Latest.
 bool FrameReader::SeekTo(std::int64_t Target, std::int64_t Latest)
 {
     if (av_seek_frame(File->pFormat, File->pStream->index, Target - Ticking.OffsetTicks,
@@ -328,7 +327,7 @@ bool FrameReader::SeekTo(std::int64_t Target, std::int64_t Latest)
         }
         if ((packet.flags & AV_PKT_FLAG_KEY) != 0)
         {
-            // What is shown before a key frame may have been stored before it, too.
+            // Frames shown before a key frame may be stored before it, too.
             LowestTicks = ticks;
             TakePacket();
             return ticks <= Latest;
@@ -377,8 +376,8 @@ bool FrameReader::ReadPacket()
     return true;
 }
 
-// Where a frame stands in the order of showing. Without times of showing the times of decoding are as good: the
-// frames are shown in the same beat, as much later as the first one is.
+// The presentation time of a frame. Where the container has none, the decoding time plus a fixed lead: frames are
+// shown at the rate at which they are decoded, as much later as the first one.
 std::int64_t FrameReader::TimeOfPacket()
 {
     const AVPacket& packet = *File->pPacket;

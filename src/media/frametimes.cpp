@@ -18,7 +18,7 @@ constexpr int PacketsBetweenQuestions = 64;
 constexpr std::int64_t EndOfAllTicks = std::numeric_limits<std::int64_t>::max() / 8;
 constexpr double LongestSec = 1e9;
 
-// As the command line of an export has it: three decimals.
+// Rounds to milliseconds, as in the command line of an export.
 std::int64_t UsOfText(double Sec)
 {
     const double limitedSec = Sec > 0.0 ? std::min(Sec, LongestSec) : 0.0;
@@ -26,7 +26,7 @@ std::int64_t UsOfText(double Sec)
 }
 } // namespace
 
-// What both threads know. The reading thread keeps it alive where a disk holds that thread up.
+// What both threads share. A reading thread that a disk blocks keeps it alive.
 struct FrameTimes::Shared
 {
     enum class Phase
@@ -43,14 +43,14 @@ struct FrameTimes::Shared
     // -- Guarded by Mutex.
     Phase Opening = Phase::Opening;
     FrameClock Clock;
-    bool bAsked = false; ///< until the answer is here
+    bool bAsked = false; ///< a question waits for its answer
     FrameSide Side = FrameSide::LastBefore;
     std::int64_t Limit = 0;
     std::optional<FramePlace> Answer;
     bool bCounted = false; ///< Whole holds all frames until the UI thread takes it
     FrameWindow Whole;
     std::function<void()> WhenCounted;
-    bool bEnded = false; ///< the thread
+    bool bEnded = false; ///< the thread has
 };
 
 FrameTimes::FrameTimes(std::string Path,
@@ -66,7 +66,7 @@ FrameTimes::FrameTimes(std::string Path,
     }
     catch (const std::system_error&)
     {
-        // No thread can be started: no frame is known.
+        // Without a thread no frame is ever known.
         pState->Opening = Shared::Phase::Failed;
         pState->bEnded = true;
     }
@@ -86,7 +86,7 @@ void FrameTimes::Run(const std::shared_ptr<Shared>& pShared, const std::string& 
 {
     Shared& shared = *pShared;
     std::unique_ptr<FrameReader> scan = FrameReader::Open(Path, shared.bStop);
-    std::unique_ptr<FrameReader> near; // for what the scan has not reached
+    std::unique_ptr<FrameReader> near; // for questions about places that the scan has not reached
     std::unique_lock lock(shared.Mutex);
     shared.Opening = scan != nullptr ? Shared::Phase::Open : Shared::Phase::Failed;
     shared.Clock = scan != nullptr ? scan->Clock() : FrameClock();
@@ -128,12 +128,12 @@ void FrameTimes::Run(const std::shared_ptr<Shared>& pShared, const std::string& 
     shared.Changed.notify_all();
 }
 
-// With the mutex held. Once an answer has not come in time, none is waited for until the thread is free again.
+// Call with the mutex held. After an answer that came too late it does not wait until the thread is free again.
 bool FrameTimes::WaitFor(std::unique_lock<std::mutex>& Lock, const std::function<bool()>& IsDone)
 {
-    const auto patience = bDiskSleeps ? std::chrono::milliseconds(0) : Patience;
+    const auto patience = bDiskSlow ? std::chrono::milliseconds(0) : Patience;
     const bool bDone = pState->Changed.wait_for(Lock, patience, IsDone);
-    bDiskSleeps = !bDone;
+    bDiskSlow = !bDone;
     return bDone;
 }
 
@@ -173,7 +173,7 @@ std::optional<FramePlace> FrameTimes::Find(FrameSide Side, std::int64_t Limit)
     }
     {
         std::unique_lock lock(pState->Mutex);
-        // An earlier question that was not waited for goes first.
+        // The thread answers an earlier, abandoned question first.
         if (!WaitFor(lock, [this] { return !pState->bAsked || pState->bEnded; }))
         {
             return std::nullopt;
@@ -192,7 +192,7 @@ std::optional<FramePlace> FrameTimes::Find(FrameSide Side, std::int64_t Limit)
             return pState->Answer;
         }
     }
-    // The whole file may have become known before the question was seen.
+    // The thread may have finished the whole file before it saw the question.
     return IsWholeKnown() ? Whole.Find(Side, Limit, lack) : std::nullopt;
 }
 
@@ -239,8 +239,8 @@ std::optional<FramePlace> FrameTimes::LastOfClip(double InSec, double OutSec)
 
 FrameTimes::Range FrameTimes::RangeOf(const FramePlace& First, const FramePlace& Last) const
 {
-    // The length is what must not reach the frame that follows: ffmpeg counts it from the first frame's own
-    // time, which is up to a millisecond later than In.
+    // The length must stop before the following frame: ffmpeg counts it from the first frame's own time, which is
+    // up to a millisecond later than In.
     const std::int64_t inMs = Clock.MsOf(First.Ticks);
     return {inMs, inMs + Clock.MsOf(Last.AfterTicks - First.Ticks)};
 }

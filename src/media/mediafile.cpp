@@ -19,7 +19,7 @@ struct CloseInput
 };
 using InputFile = std::unique_ptr<AVFormatContext, CloseInput>;
 
-// As "file:", so that no name is taken for another protocol. Null when that fails.
+// The prefix "file:" keeps names such as "http:x" from being taken for a protocol. Null on failure.
 InputFile OpenInput(const std::string& Path)
 {
     AVDictionary* options = nullptr;
@@ -35,7 +35,7 @@ InputFile OpenInput(const std::string& Path)
 bool IsMatroskaWithoutDuration(const std::string& Path)
 {
     const InputFile file = OpenInput(Path);
-    // Asked before the streams are looked into, which would put an estimate in its place.
+    // Don't probe the streams first: that would replace the length by an estimate.
     return file != nullptr && std::string_view(file->iformat->name).starts_with("matroska") &&
            (file->duration == AV_NOPTS_VALUE || file->duration <= 0);
 }

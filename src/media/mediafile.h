@@ -1,4 +1,4 @@
-// What a media file says of itself, asked of its container (libavformat) and not of a player.
+// Facts from a media file's container, read by libavformat without a player.
 //
 // Any thread. Each call opens and closes the file.
 
@@ -6,12 +6,10 @@
 
 #include <string>
 
-/// Whether the file is a Matroska one whose header does not say how long it is: a recording that was
-/// never finished, or that was written into a pipe. The player's "duration" of such a file is only how
-/// far it has read by chance.
+/// Whether the file is Matroska without a length in its header: an unfinished recording, or one that was written
+/// into a pipe. The player's "duration" of such a file is only how far it has read so far.
 bool IsMatroskaWithoutDuration(const std::string& Path);
 
-/// Whether the length that the file's header gives counts from time 0 and not from the file's start time:
-/// in Matroska, MP4, MOV and NUT. False where the header gives none: then the length is an estimate, from the
-/// start on.
+/// Whether the length in the file's header counts from time 0 instead of the file's start time: so in Matroska, MP4,
+/// MOV and NUT. False without a length in the header: libavformat then estimates it from the start time on.
 bool CountsLengthFromZero(const std::string& Path);

@@ -1,7 +1,7 @@
-// Reading the values that the player library answers with: trees of typed nodes.
+// Reads libmpv's answers: trees of typed nodes.
 //
-// What is missing or has another type than expected is an ordinary answer (a stream tells no length, a
-// still picture no rate) and reads as zero or false. Any thread; nothing is kept.
+// A value that is missing or has an unexpected type is ordinary (a stream without a length, a still picture without
+// a rate) and reads as zero or false. Any thread; nothing is kept.
 
 #pragma once
 

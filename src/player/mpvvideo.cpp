@@ -22,11 +22,11 @@
 namespace
 {
 constexpr double UsPerSec = 1e6;
-// Steps in a file that does not tell its frame rate.
+// For a file without a frame rate.
 constexpr double FallbackFrameRate = 25.0;
-// How much earlier than asked for a frame may begin that the player takes for the one that is meant.
+// The player shows a frame that begins up to this much before the time it seeks to.
 constexpr double PlayerToleranceSec = 0.005;
-// How far behind a frame's begin it is asked for, so that rounding never leads to the one before.
+// Seek this far behind a frame's begin, so that rounding never leads to the frame before.
 constexpr double BehindFrameSec = 0.0004;
 constexpr std::chrono::milliseconds ServePeriod{5};
 constexpr unsigned TopicBits = 8;
@@ -37,8 +37,8 @@ struct MpvOption
     const char* Value;
 };
 
-// No user's configuration, scripts or keys; nothing is read but the file that was asked for, so that
-// opening a list or a reference file reaches neither another file nor the network.
+// No user configuration, scripts or keys. Only the given file is read: a list or a reference file must not reach
+// another file or the network.
 constexpr std::array FixedOptions = {
     MpvOption{"config", "no"},
     MpvOption{"terminal", "no"},
@@ -55,17 +55,16 @@ constexpr std::array FixedOptions = {
     MpvOption{"sub-auto", "no"},
     MpvOption{"access-references", "no"},
     MpvOption{"ordered-chapters", "no"},
-    // The player's own readers know lists, archives and discs.
+    // The player's own readers would open lists, archives and discs.
     MpvOption{"demuxer", "lavf"},
     MpvOption{"idle", "yes"},
     MpvOption{"keep-open", "yes"},
-    // Pausing at the end is done here: were it the player's, a seek that is just under way would end
-    // up paused.
+    // This class pauses at the end itself. If the player did it, a seek under way would end up paused.
     MpvOption{"keep-open-pause", "no"},
     MpvOption{"pause", "yes"},
     MpvOption{"hr-seek", "yes"},
-    // The start time of the file is taken off here, as ffmpeg takes it off: the player's own idea of it
-    // is another one where the sound begins earlier.
+    // This class subtracts the file's start time as ffmpeg does. The player's own differs when the sound begins
+    // before the picture.
     MpvOption{"rebase-start-time", "no"},
     MpvOption{"hwdec", "no"},
     MpvOption{"gpu-hwdec-interop", "no"},
@@ -84,7 +83,7 @@ bool SetOptions(mpv_handle* pMpv, const MpvVideo::Options& Wanted, std::string& 
                    ": install libmpv 0.35 or newer.";
         return false;
     };
-    // The list has commas, so its length goes before it.
+    // mpv's syntax for a value with commas: its length first.
     const std::string readerOptions = "format_whitelist=%" +
                                       std::to_string(std::strlen(AllowedContainers)) + '%' +
                                       AllowedContainers + ",protocol_whitelist=" + AllowedProtocols;
@@ -108,8 +107,8 @@ std::string ReasonForNoHandle()
 
 std::unique_ptr<MpvVideo> MpvVideo::Create(const Options& Wanted, std::string& OutError)
 {
-    // The library waits for ever or crashes where it can't start its first threads, and takes a file for
-    // no video where it can't start those that open it (libmpv 0.35).
+    // libmpv 0.35 hangs or crashes when it can't start its first threads, and reports that a file is not a video
+    // when it can't start those that open it.
     if (!HasRoomForThreads())
     {
         OutError = NoRoomForThreads("The video player can't start");
@@ -222,7 +221,7 @@ bool MpvVideo::Load(const std::string& AbsolutePath)
     return false;
 }
 
-// The player gives the container's own length, which in some formats includes the time before the start.
+// The player's length is the container's, which in some formats includes the time before the start.
 void MpvVideo::TakeStartOffLength(const std::string& AbsolutePath)
 {
     const std::int64_t us = MediaInfo.DurationUs - std::llround(StartSec * UsPerSec);
@@ -233,7 +232,7 @@ void MpvVideo::TakeStartOffLength(const std::string& AbsolutePath)
     }
 }
 
-// Back to no open file; what the player still reports of the earlier one is no longer used.
+// Resets to no open file. Later answers about the earlier file are ignored.
 void MpvVideo::Forget()
 {
     ++Generation;
@@ -266,7 +265,7 @@ void MpvVideo::Play()
         SeekToUs(0);
     }
     SetPlaying(true);
-    // The picture may stand at its end before the playhead does; then no news of the end would come.
+    // The picture may be at its end before the playhead is; then no event would report the end, so ask.
     Ask(Topic::EndNow, "eof-reached");
 }
 
@@ -277,7 +276,7 @@ void MpvVideo::Pause()
         return;
     }
     SetPlaying(false);
-    // The picture stops a frame or two after the last report of the time.
+    // The picture stops a frame or two after the last time that the library sent.
     Ask(Topic::TimeNow, "time-pos");
 }
 
@@ -356,9 +355,8 @@ void MpvVideo::SeekToUs(std::int64_t TargetUs)
     bEndReached = bToEnd;
 }
 
-// The player shows the first frame that begins no earlier than 5 ms before the time it is asked for. In a fast
-// film that may be the frame before: there it is asked for a later time, and to look for the key frame where it
-// would have otherwise.
+// mpv may show a frame up to 5 ms early. On fast films that is the previous one, so seek later, and move the search
+// for the key frame back by the same amount.
 void MpvVideo::SeekToFrame(const FramePlace& Place)
 {
     const double sec = pFrames->ContainerSec(Place.Ticks);
@@ -367,13 +365,13 @@ void MpvVideo::SeekToFrame(const FramePlace& Place)
     const double middleSec = (pFrames->ContainerSec(Place.BeforeTicks) + sec) / 2.0;
     const double askedSec =
         Place.bFirst ? aimSec : std::max(aimSec, middleSec + PlayerToleranceSec);
-    // Where a seek leads anywhere, only the key frame's own place leads to that key frame.
+    // In a container without an index only a seek to the key frame's own time finds it.
     const double keySec =
         pFrames->SeeksAnywhere() ? pFrames->ContainerSec(Place.KeyTicks) - BehindFrameSec : aimSec;
     SendSeek(pFrames->UsOf(Place.Ticks), askedSec, askedSec - keySec);
 }
 
-// EarlierSec is how much before PlayerSec the key frame lies at the latest.
+// EarlierSec  how far before PlayerSec the player begins to look for the key frame.
 void MpvVideo::SendSeek(std::int64_t NewPlayheadUs, double PlayerSec, double EarlierSec)
 {
     ++Generation;
@@ -488,7 +486,7 @@ void MpvVideo::SetWhileWaiting(std::function<void()> NewWhileWaiting)
     WhileWaiting = std::move(NewWhileWaiting);
 }
 
-// On a thread of the library, which may hold its own locks meanwhile.
+// Runs on a thread of the library, which may hold locks of its own.
 void MpvVideo::OnWakeUp(void* pSelf)
 {
     auto* pVideo = static_cast<MpvVideo*>(pSelf);
@@ -582,7 +580,7 @@ void MpvVideo::TakeCommandReply(const mpv_event& Event)
 {
     if (Event.reply_userdata == Tag(Topic::Load))
     {
-        // The answer comes before the file starts, so its number is known in time.
+        // The answer arrives before the start of the file, so the number is known in time.
         EntryId =
             IntOf(static_cast<const mpv_event_command*>(Event.data)->result, "playlist_entry_id");
         if (Event.error < 0)
@@ -611,7 +609,7 @@ void MpvVideo::TakeOpened()
         return;
     }
     Loading = LoadPhase::Opened;
-    // The answers come in the order of asking: with the tracks everything is known.
+    // Answers arrive in the order of the requests: once the tracks are here, all is known.
     Ask(Topic::Duration, "duration");
     Ask(Topic::StartTime, "demuxer-start-time");
     Ask(Topic::Tracks, "track-list");
@@ -656,7 +654,7 @@ void MpvVideo::TakeProperty(const mpv_event& Event)
         Refuse(" is not a video: choose a video.");
         return;
     }
-    // What can't be told, such as the length of some streams, has another format and stays unknown.
+    // An unknown value, such as the length of some streams, has another format.
     if (pProperty->format == MPV_FORMAT_NODE)
     {
         TakeValue(static_cast<Topic>(Event.reply_userdata % (1U << TopicBits)),
@@ -692,7 +690,7 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
         }
         break;
     case Topic::End:
-        // Only a hint, which may be older than the last seek.
+        // Only a hint: it may be older than the last seek. Ask for the present state.
         if (bFollowing && bPlaying && IsTrue(Value))
         {
             Ask(Topic::EndNow, "eof-reached");
@@ -702,7 +700,7 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
         if (bFollowing && bPlaying && IsTrue(Value))
         {
             SetPlaying(false);
-            // On a slow machine the player leaves frames out, perhaps the last one, too.
+            // On a slow machine the player may have dropped the last frame.
             SeekToUs(FrameUs(pFrames->Last(),
                              MediaInfo.DurationUs > 0 ? MediaInfo.DurationUs : PlayheadUs));
             bEndReached = true;
@@ -717,7 +715,7 @@ void MpvVideo::TakeValue(Topic About, const mpv_node& Value)
 
 void MpvVideo::TakeTracks(const mpv_node& Tracks)
 {
-    // ffmpeg's 0:V:0, whatever the file says is its default.
+    // The first video, ffmpeg's 0:V:0, even if the file marks another one as its default.
     const mpv_node* pTrack = nullptr;
     const int count = Tracks.format == MPV_FORMAT_NODE_ARRAY ? Tracks.u.list->num : 0;
     for (int i = 0; i < count && pTrack == nullptr; ++i)
@@ -748,7 +746,7 @@ void MpvVideo::TakeTracks(const mpv_node& Tracks)
     bChanged = true;
 }
 
-// Why begins where the file's path ends.
+// Why continues a sentence that begins with the file's path.
 void MpvVideo::Refuse(const std::string& Why)
 {
     Refusal = Why;

@@ -1,14 +1,14 @@
 // A video player on libmpv: what a video window plays, seeks and steps through.
 //
-// The playhead is this class's own, in whole microseconds from the start of the file as ffmpeg counts, and
-// never leaves the file: what the library reports may lie past the end, and lags behind a seek. While the
-// video is paused the playhead stands on the own time of the frame that is shown (FrameTimes); only where the
-// file's frames can't be read does it stand where it was asked to. The library is only
-// spoken to by asynchronous calls once it runs, because a thread that also renders would lock up in a
-// synchronous one; so its answers, and the news of playback, arrive in PumpEvents.
+// This class keeps its own playhead, in whole microseconds from the start of the file as ffmpeg counts, and keeps it
+// within the file: the library's time may be past the end, and lags behind a seek. While paused the playhead is the
+// time of the shown frame (FrameTimes), or the time that was sought when the file's frames can't be read.
 //
-// UI thread only, but for the wake-up hook. LC_NUMERIC must be "C", or Create fails. The picture goes to
-// the options' video output: "null" for none, "libmpv" for a window that renders through Handle().
+// Once the library runs, it gets asynchronous calls only: a thread that also renders would deadlock in a synchronous
+// one. Its answers and events arrive in PumpEvents.
+//
+// UI thread only, except for the wake-up hook. Create fails unless LC_NUMERIC is "C". The picture goes to the video
+// output of the options: "null" for none, "libmpv" for a window that renders through Handle().
 
 #pragma once
 
@@ -42,40 +42,38 @@ public:
     /// Makes a player with no file open. Returns null on failure and sets OutError to one sentence.
     static std::unique_ptr<MpvVideo> Create(const Options& Wanted, std::string& OutError);
 
-    /// Stops everything and waits for the player's threads, a few milliseconds. With a render context, free
-    /// that first.
+    /// Stops everything and waits a few milliseconds for the player's threads. Free a render context first.
     ~MpvVideo() override;
 
-    /// As MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; as long again for the
-    /// earlier file after a failure.
+    /// See MvVideo::Open. Takes 10 to 30 ms, at most the options' OpenTimeout; after a failure as long again, to
+    /// reopen the earlier file.
     ///
-    /// Only a regular file with moving pictures in one of AllowedContainers is opened: sound alone, a still
-    /// picture or a list of other files is refused. Its first video is shown, as ffmpeg's 0:V:0 has it. A path that is no readable file leaves the open one alone; a file that
-    /// proves not to be a video takes its place for a moment, and then it comes back at its playhead,
-    /// playing if it played. If it can't come back (it was deleted, say), no file is open.
+    /// Opens only a regular file with moving pictures in one of AllowedContainers: sound alone, a still picture or
+    /// a list of other files is refused. Shows the first video stream, ffmpeg's 0:V:0. A path that can't be read
+    /// leaves the open file untouched. A file that turns out not to be a video closes it; then it is opened again
+    /// at its playhead, playing if it played. If that fails (it was deleted, say), no file is open.
     bool Open(const std::string& Path, std::string& OutError) override;
 
-    /// Plays on from the playhead, from the start when it is at the end; in a file of unknown length
-    /// that is known once it was reached by playing. Playback stops by itself at the end. Without an
-    /// open file nothing happens.
+    /// Plays from the playhead, or from the start when it is at the end. (In a file of unknown length the end is
+    /// known once playing has reached it.) Playback stops at the end. Does nothing without an open file.
     void Play() override;
     void Pause() override;
 
-    /// As MvVideo::Seek, to the frame that is on at the target (FrameTimes::ShownAt).
+    /// See MvVideo::Seek. Goes to the frame that is shown at that time (FrameTimes::ShownAt).
     ///
-    /// A step pauses and goes to the next or the previous frame. SeekToEnd goes to the last frame, and does
-    /// nothing when the length is unknown.
+    /// A step pauses and goes to the next or the previous frame. SeekToEnd goes to the last frame; it does nothing
+    /// when the length is unknown.
     void Seek(int Request) override;
 
-    /// A frame of a clip's file, as ffmpeg cuts it.
+    /// The first or the last frame of the clip that ffmpeg cuts from a range.
     struct ClipFrame
     {
         double InSec = 0.0;
         double OutSec = 0.0;
         bool bLast = false; ///< the last one, not the first
     };
-    /// Where the next SeekToTarget goes instead of SeekTargetUs, in the file that is open then: one number
-    /// of milliseconds can be the In of one frame and the Out of the frame before.
+    /// Replaces SeekTargetUs for the next SeekToTarget in the file that is open then: the same millisecond can be
+    /// the In of one frame and the Out of the frame before, so a time alone does not say which is meant.
     void SetSeekFrame(const std::optional<ClipFrame>& NewSeekFrame) { SeekFrame = NewSeekFrame; }
 
     double CurrentTimeSec() const override;
@@ -88,20 +86,19 @@ public:
     void SetVolume(double Percent); ///< kept within 0 and 100
     void SetMuted(bool bMuted);
 
-    /// Frames per second of the open file, 0 when unknown or no file is open. For a ruler: frames have
-    /// their own times.
+    /// Frames per second of the open file, 0 when unknown or no file is open. Only for the ruler: each frame has a
+    /// time of its own.
     double FramesPerSecond() const { return FrameRate; }
     /// The frames of the open file; null while none is open.
     FrameTimes* Frames() const { return pFrames.get(); }
 
-    /// By how much the open file's picture is to be turned clockwise before it is shown, 0 to 359.
+    /// The clockwise rotation that the open file asks for, 0 to 359 degrees.
     int RotationDegrees() const { return Rotation; }
-    /// Has the player hand over pictures as they are, whatever RotationDegrees says: its renderer in memory
-    /// ends the program where it should turn one by 90 or 270 degrees (libmpv 0.35). For all files from the
-    /// next Open on.
+    /// Makes the player deliver pictures without rotating them: its software renderer ends the program when it
+    /// rotates by 90 or 270 degrees (libmpv 0.35). Takes effect at the next Open.
     void LeaveRotationToSurface();
 
-    /// Takes what the player has reported, then emits Changed if anything is new. Never blocks.
+    /// Takes the player's events, then emits Changed if anything is new. Never blocks.
     void PumpEvents();
 
     /// Waits until the last Seek has landed; false when that takes longer than Timeout.
@@ -111,17 +108,16 @@ public:
     /// changed.
     Signal<> Changed;
 
-    /// Sets what is called when PumpEvents has something to take. It runs on a thread of the player, so
-    /// it must be quick, not throw, and call nothing of this class; posting an event is right. An empty
-    /// function takes it away, and on return the earlier one is no longer running.
+    /// Sets the function that is called when PumpEvents has something to take. It runs on a thread of the player:
+    /// it must be quick, not throw, and call nothing of this class; post an event instead. An empty function unsets
+    /// it. On return the earlier function is no longer running.
     void SetWakeUp(std::function<void()> NewWakeUp);
 
-    /// Sets what is called again and again, at least every 5 ms, while Open and WaitForSeek wait: a
-    /// window serves its render context there, without which loading and seeking stall. It must call
-    /// nothing of this class but Handle.
+    /// Sets the function that is called at least every 5 ms while Open and WaitForSeek wait. A window serves its
+    /// render context in it; otherwise loading and seeking stall. It may call nothing of this class but Handle.
     void SetWhileWaiting(std::function<void()> NewWhileWaiting);
 
-    /// The library's handle, for a render context. Owned by the player; only asynchronous calls, please.
+    /// The library's handle, for a render context. Owned by the player. Make only asynchronous calls.
     mpv_handle* Handle() const { return pMpv; }
 
 private:
@@ -135,10 +131,10 @@ private:
     };
     enum class SeekPhase
     {
-        Landed,   ///< no seek under way
-        Sent,     ///< the last seek is not taken yet: what lands now is an earlier one
-        Accepted, ///< taken, waiting for its turn
-        Begun,    ///< the next restart of playback is its landing
+        Landed, ///< no seek under way
+        Sent, ///< the library has not accepted the last seek: a landing now is that of an earlier one
+        Accepted, ///< but not begun
+        Begun,    ///< its landing is the next restart of playback
     };
     /// What a request and its answer, or a notice of the library, is about.
     enum class Topic : std::uint64_t
@@ -200,7 +196,7 @@ private:
     MvMediaInfo MediaInfo;
     double FrameRate = 0.0;
     int Rotation = 0;         ///< degrees, clockwise
-    bool bTrackAsked = false; ///< the library was asked to show another track than its own choice
+    bool bTrackAsked = false; ///< another track than the library's own choice was requested
     std::unique_ptr<FrameTimes> pFrames;
     double StartSec = 0.0; ///< the library's time at the start of the file
 
@@ -208,11 +204,10 @@ private:
     SeekPhase Seeking = SeekPhase::Landed;
     std::int64_t PlayheadUs = 0;
     bool bPlaying = false;
-    bool bEndReached = false; ///< by playing, and not left since
+    bool bEndReached = false; ///< by playing, and no seek since
     bool bChanged = false;
     std::optional<ClipFrame> SeekFrame;
-    /// Counts loads and seeks. A request carries it, and an answer to an older one is not used; notices
-    /// carry 0.
+    /// Counts loads and seeks. Requests carry it, and answers to older requests are ignored; notices carry 0.
     std::uint64_t Generation = 0;
 
     std::function<void()> WhileWaiting;

@@ -1,4 +1,4 @@
-// What the program's end says to whoever started it.
+// The program's exit codes.
 
 #pragma once
 
@@ -7,5 +7,5 @@ enum class ExitCode : int
 {
     Done = 0,
     Failed = 1,    ///< an export failed, or the program could not go on
-    CallWrong = 2, ///< told before anything was exported or written
+    CallWrong = 2, ///< and nothing was exported or written
 };

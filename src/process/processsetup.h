@@ -6,28 +6,26 @@
 /// command line need a decimal point.
 void KeepDecimalPoint();
 
-/// Opens /dev/null for each of the three standard streams that is closed. A file that is opened later
-/// would take its number otherwise, and what is printed would go into that file.
+/// Opens /dev/null for each standard stream that is closed. Otherwise a file that is opened later would get the
+/// stream's number, and printed text would go into that file.
 void OpenMissingStandardStreams();
 
-/// Makes writing to a closed pipe an error of the write instead of the end of the process: exports go
-/// on when nobody reads the output any longer. By a handler that does nothing, since an ignored SIGPIPE
-/// would stay ignored in the programs that are run.
+/// Makes writing to a closed pipe fail instead of ending the process: exports go on when nobody reads the output
+/// any longer. Installs an empty handler, because child processes would inherit an ignored SIGPIPE.
 void SurviveBrokenPipes();
 
-/// Takes back that SIGCHLD is ignored, which a caller may have handed down: nobody could learn how an
-/// ffmpeg ended then, and every export would count as failed.
+/// Sets SIGCHLD to its default. If a caller handed it down as ignored, the exit status of ffmpeg would be lost
+/// and every export would count as failed.
 void LearnHowChildrenEnd();
 
-/// Sets PATH to the system's default when it is unset or empty, which would stand for the current folder.
+/// Sets PATH to the system's default when it is unset or empty: an empty PATH means the current folder.
 void SetMissingPath();
 
-/// Turns standard input to /dev/null: ffmpeg would read the terminal and take what is typed for
-/// commands.
+/// Points standard input at /dev/null: ffmpeg reads the terminal and would take typed keys as commands.
 void PointStandardInputAtNull();
 
-/// Lets all threads share two heaps of the C library. Each of the many threads of a player would get one
-/// of its own, which stays at its largest when the player has gone.
+/// Limits the C library to two heaps. Otherwise each of a player's many threads gets its own, which keeps its
+/// largest size after the player is gone.
 void KeepFewHeaps();
 
 /// Sends the host's log lines to standard error.

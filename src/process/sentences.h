@@ -1,5 +1,4 @@
-// What a program says to whoever started it: one sentence for each error on standard error, texts on
-// standard output.
+// The program's output: one sentence for each error on standard error, texts on standard output.
 //
 // Any thread. A sentence stays one line, whatever bytes are in its names and paths.
 
@@ -8,7 +7,7 @@
 #include <exception>
 #include <string>
 
-/// What was thrown as one sentence, which names the path of a file-system error.
+/// An exception as one sentence; a file-system error names its path.
 std::string SentenceOf(const std::exception& Error);
 
 /// Prints a text of several lines on standard output. Returns false when that failed, after saying so.

@@ -16,7 +16,7 @@
 
 namespace
 {
-// Read and write end. Kept for the life of the process, since a handler may write at any time.
+// Read and write end. Never closed: a handler may write at any time.
 std::array<int, 2> signalPipe = {-1, -1};
 constexpr unsigned char EndOfListening = 0;
 
@@ -31,7 +31,7 @@ void WriteToPipe(unsigned char Number)
 extern "C" void NoteSignal(int Number)
 {
     const int savedErrno = errno;
-    // Here and not by the listener: a program that the same signal ended must not be seen to have
+    // Record the signal here, not in the listening thread: a child that the same signal ended must not count as
     // failed before the signal is known.
     int none = 0;
     firstSignal.compare_exchange_strong(none, Number);
@@ -59,7 +59,7 @@ void HandleWithPipe(int Number)
     sigaction(Number, &action, nullptr);
 }
 
-// Those that are not ignored of the two that system() ignores.
+// SIGINT and SIGQUIT, except for those that the caller ignored.
 sigset_t KeyboardSignals()
 {
     sigset_t signals;
@@ -77,7 +77,7 @@ sigset_t KeyboardSignals()
 
 StopSignals::StopSignals(std::function<void()> OnStop, std::function<void()> OnKill)
 {
-    // A full pipe must not hold up a handler.
+    // Non-blocking: a full pipe must not block a handler.
     if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
     {
         ThrowSystemError("pipe2");
@@ -145,7 +145,7 @@ int StopSignals::Received() const
     return firstSignal.load();
 }
 
-// All signals arrive through the pipe, whoever has taken them first.
+// All signals arrive through the pipe, those of the signalfd, too.
 int StopSignals::WaitForSignal() const
 {
     for (;;)

@@ -1,17 +1,16 @@
-// SIGINT, SIGQUIT, SIGTERM and SIGHUP as a wish to stop in order.
+// SIGINT, SIGQUIT, SIGTERM and SIGHUP as requests to stop in an orderly way.
 //
-// While system() runs a program it sets SIGINT and SIGQUIT to "ignored" for the whole process, and the
-// program inherits the caller's signal mask. Hence the four are not taken alike:
-//   SIGINT, SIGQUIT  are blocked in every thread and read from a signalfd: a signal that is blocked is
-//            kept although it is ignored. A program that system() runs has them blocked too, as long as
-//            it does not change that, so whoever uses this class ends it with SIGTERM. One gap stays:
-//            the system drops one that is waiting at the very moment in which system() begins. Ask
-//            Received just before that; then the gap is short, and the user presses again.
-//   SIGTERM, SIGHUP  have a handler that writes to a pipe. They are not blocked, so that they end a
-//            program that system() runs.
-// One that was ignored when the program began stays ignored: SIGHUP under nohup, SIGINT and SIGQUIT in a
-// job that a script has put into the background, where the user's Ctrl+C is meant for others. (ffmpeg
-// itself takes SIGINT all the same, so a Ctrl+C that reaches both ends the clip that is exported.)
+// system() sets SIGINT and SIGQUIT to "ignored" for the whole process while its child runs, and the child inherits
+// the caller's signal mask. So the signals are handled in two ways:
+//   SIGINT, SIGQUIT  are blocked in every thread and read from a signalfd: a blocked signal is kept although it
+//            is ignored. The child of system() has them blocked, too, so end it with SIGTERM. One gap stays: a
+//            signal that is pending at the moment when system() begins is lost. Call Received just before
+//            system(); then the gap is short, and the user presses again.
+//   SIGTERM, SIGHUP  have a handler that writes to a pipe. They are not blocked, so that they end the child of
+//            system().
+// A signal that was ignored at the program's start stays ignored: SIGHUP under nohup, SIGINT and SIGQUIT in a
+// background job of a script, where Ctrl+C is meant for other programs. (ffmpeg takes SIGINT even so: a Ctrl+C that
+// reaches both ends the running export.)
 
 #pragma once
 
@@ -25,21 +24,21 @@ class StopSignals
 public:
     /// Takes the signals over, once in the life of a program, before any other thread is started.
     ///
-    /// OnStop is called at the first signal. The next one that comes at least NextSignalMs later says
-    /// that the user waits no longer: OnKill is called, so that what is waited for ends at once. One
-    /// more ends the process itself, with no destructor run. (Earlier ones are the same wish: `timeout`
-    /// and a closed terminal send two.) Both functions are called on a thread of this object and must
-    /// not throw. Throws std::system_error when the system gives no descriptor.
+    /// The first signal calls OnStop. The next one, at least NextSignalMs later, calls OnKill: the user waits no
+    /// longer, so end the children at once. One more ends the process without running destructors. (A signal
+    /// within NextSignalMs counts as the same request: `timeout` and a closed terminal send two.) Both functions
+    /// run on a thread of this object and must not throw. Throws std::system_error when the system gives no
+    /// descriptor.
     StopSignals(std::function<void()> OnStop, std::function<void()> OnKill);
-    /// Ends the thread. The signals stay taken and go unheard: the program is about to end.
+    /// Ends the thread. Later signals have no effect: the program is about to end.
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
     static constexpr int NextSignalMs = 300;
 
-    /// The number of the first signal, 0 while none has come. It tells of every signal that was sent
-    /// before the call, also when the thread of this object has had no time for it. Any thread.
+    /// The number of the first signal, 0 while none has come. Knows every signal sent before the call, even if the
+    /// thread of this object has not run since. Any thread.
     int Received() const;
 
 private:

@@ -13,13 +13,13 @@ bool HasRoomForThreads()
     bool bStarted = true;
     try
     {
-        threads.reserve(Count); // or growing fails while threads stand
+        threads.reserve(Count); // growing could throw while threads are running
         for (int i = 0; i < Count; ++i)
         {
             threads.emplace_back([&bAllTried] { bAllTried.wait(false); });
         }
     }
-    catch (const std::exception&) // of the system's limits, or of memory
+    catch (const std::exception&) // no thread, or out of memory
     {
         bStarted = false;
     }

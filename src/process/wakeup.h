@@ -1,4 +1,4 @@
-// A sleep that other threads can end: an eventfd that counts the reasons to wake.
+// A sleep that other threads can end, made with an eventfd.
 
 #pragma once
 
@@ -10,14 +10,14 @@ public:
     /// Throws std::system_error when the system gives no descriptor.
     WakeUp();
 
-    /// Ends the sleep, or the next one when nobody sleeps. Never blocks. Any thread.
+    /// Ends the current sleep, or the next one if nobody sleeps. Never blocks. Any thread.
     void Post() const;
 
-    /// Sleeps until Post, or for TimeoutMs (a negative one stands for no limit). Calls of Post that
-    /// came earlier, however many, end one sleep at once. It may return early without reason.
+    /// Sleeps until Post, or for TimeoutMs (negative: no limit). Earlier calls of Post, however many, end one sleep
+    /// at once. May return early without a Post.
     void Sleep(int TimeoutMs) const;
 
-    /// Readable from the first Post on until a sleep, for who waits for other things, too.
+    /// Readable from the first Post until the next sleep; for polling together with other descriptors.
     int Descriptor() const { return Event.Get(); }
 
 private:

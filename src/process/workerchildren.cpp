@@ -33,7 +33,7 @@ std::vector<pid_t> ThreadsOf(pid_t Pid)
     return threads;
 }
 
-// By system call: the C library's header for these can't be linked from C++ (glibc 2.36).
+// A direct system call: glibc 2.36 can't link its own wrapper from C++.
 UniqueFd OpenProcess(pid_t Pid)
 {
     return UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, Pid, 0)));
@@ -49,7 +49,7 @@ bool HasEnded(const UniqueFd& Process)
 void WorkerChildren::Collect()
 {
     const std::lock_guard lock(MembersMutex);
-    // A number whose process has ended may mean another one by now.
+    // A process may have ended since its number was read, and another one may have got the number.
     std::erase_if(Members, [](const auto& Member) { return HasEnded(Member.second); });
     const pid_t self = ::getpid();
     for (const pid_t thread : ThreadsOf(self))

@@ -1,8 +1,8 @@
-// The programs that the worker threads of this process run, and everything below them.
+// The child processes of this process's worker threads, and their descendants.
 //
-// What the main thread starts (a file manager, say) never counts. Found through the kernel's lists of
-// children (proc(5), /proc/PID/task/TID/children), and held by descriptors, so that a number that is
-// given again means nobody else. Any thread.
+// Children of the main thread (a file manager, say) never count. The kernel lists the children of each thread
+// (proc(5), /proc/PID/task/TID/children). Each process is held by a descriptor, so that a reused process number
+// never means another process. Any thread.
 
 #pragma once
 
@@ -16,16 +16,16 @@
 class WorkerChildren
 {
 public:
-    /// Adds what is there now. What was found before stays, also when the program above it has ended.
+    /// Adds the processes that exist now. Those found before stay, even after their parent has ended.
     void Collect();
     void Clear();
     bool IsEmpty() const;
 
-    /// Sends a signal to each that runs.
+    /// Sends a signal to each running one.
     void Signal(int Number) const;
-    /// Ends all of it at once.
+    /// Kills all at once.
     void Kill();
-    /// True while one of them has not ended.
+    /// True while one of them runs.
     bool IsRunning() const;
 
 private:

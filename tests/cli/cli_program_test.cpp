@@ -118,7 +118,7 @@ TEST_F(CliWrongCall, NamesATableThatCanNotBeRead)
     ExpectRefusal({"export", SampleVideo(), "--clips", "/proc/self/mem"},
                   "/proc/self/mem can't be read: Input/output error.");
     ExpectRefusal({"export", SampleVideo(), "--clips", "."}, ". is a folder: name a CSV file.");
-    ExpectRefusal({"export", SampleVideo(), "--clips", "empty.csv"}, "empty.csv holds no clips.");
+    ExpectRefusal({"export", SampleVideo(), "--clips", "empty.csv"}, "empty.csv has no clips.");
 }
 
 TEST_F(CliWrongCall, NamesASourceThatIsNoVideo)
@@ -138,17 +138,16 @@ TEST_F(CliWrongCall, NamesAClipOutsideTheSource)
 {
     const std::string& source = SampleVideo();
     ExpectRefusal({"export", source, "--clip", "0-1", "--clip", "a=3-2.5"},
-                  "--clip \"a=3-2.5\": Out (2.500 s) lies before In (3.000 s).");
+                  "--clip \"a=3-2.5\": Out (2.500 s) is before In (3.000 s).");
     ExpectRefusal({"export", source, "--clip", "4-5"},
-                  "--clip \"4-5\": In (4.000 s) lies at or past "
-                  "the end of " +
-                      source + " (4.000 s).");
+                  "--clip \"4-5\": In (4.000 s) is not before the end of " + source +
+                      " (4.000 s).");
     ExpectRefusal({"export", source, "--clip", "1:00-"},
-                  "--clip \"1:00-\": In (60.000 s) lies at or past the end of " + source +
+                  "--clip \"1:00-\": In (60.000 s) is not before the end of " + source +
                       " (4.000 s).");
     WriteFile(Work / "clips.csv", "0,1\n\n9,10,late\n");
     ExpectRefusal({"export", source, "--clips", "clips.csv"},
-                  "clips.csv, line 3: In (9.000 s) lies at or past the end of " + source +
+                  "clips.csv, line 3: In (9.000 s) is not before the end of " + source +
                       " (4.000 s).");
 }
 
@@ -156,9 +155,9 @@ TEST_F(CliWrongCall, NeedsAnOutWhereTheLengthIsUnknown)
 {
     const fs::path source = Work / "a.h264"; // pictures and nothing about them
     MakeMedia("-i " + SampleVideo() + " -map 0:v -c copy", source.native());
-    ExpectRefusal({"export", source.native(), "--clip", "a=1-"},
-                  "--clip \"a=1-\": the length of " + source.native() +
-                      " is unknown, so give an Out.");
+    ExpectRefusal({"export", source.native(), "--clip", "a=1-"}, "--clip \"a=1-\": the length of " +
+                                                                     source.native() +
+                                                                     " is unknown: give an Out.");
 }
 
 TEST_F(CliWrongCall, NamesAPathInAFolderThatIsGone)

@@ -335,14 +335,13 @@ TEST(ClipTable, RefusesTooFewAndTooManyColumns)
 
 TEST(ClipTable, RefusesAQuoteThatIsNotClosed)
 {
-    EXPECT_EQ(TableError("1,2,a\n3,4,\"b\n5,6,c\n"),
-              "clips.csv, line 2: a quote is opened and not closed.");
-    EXPECT_EQ(TableError("1,2,\""), "clips.csv, line 1: a quote is opened and not closed.");
+    EXPECT_EQ(TableError("1,2,a\n3,4,\"b\n5,6,c\n"), "clips.csv, line 2: a quote is not closed.");
+    EXPECT_EQ(TableError("1,2,\""), "clips.csv, line 1: a quote is not closed.");
 }
 
 TEST(ClipTable, RefusesTextBehindAClosingQuote)
 {
     EXPECT_THAT(TableError("1,2,\"a\"b\n"),
-                HasSubstr("line 1: text stands behind a closing quote"));
+                HasSubstr("line 1: there is text after a closing quote"));
 }
 } // namespace

@@ -445,7 +445,7 @@ TEST_F(DesktopProgram, OpensNothingButTheGivenFileAndNoSocketWhateverItHolds)
         "-f", "-qq",          "-s",           "4096", "-e", "trace=open,openat,openat2,socket",
         "-o", trace.native(), MOVANE_PROGRAM, "--"};
     arguments.insert(arguments.end(), given.begin(), given.end());
-    const auto run = Start(arguments, (folder / given.back()).native() + " is not ");
+    const auto run = Start(arguments, (folder / given.back()).native() + " has the format SDP");
     Type("Ctrl+Q\n");
     EXPECT_EQ(run->Finish().ExitCode, 0);
 

@@ -474,7 +474,7 @@ TEST_F(EncoderFailure, WithoutAWordIsToldInASentence)
 {
     FfmpegIs("exit 3");
     EXPECT_EQ(Export(SampleVideo(), "1.000", "1.000").Err,
-              "ffmpeg ended with exit code 3 and did not say why.\n");
+              "ffmpeg ended with exit code 3 and no message: export again.\n");
     FfmpegIs("kill -9 $$");
     EXPECT_EQ(Export(SampleVideo(), "1.000", "1.000").Err,
               "ffmpeg was ended by signal 9: export again.\n");
