@@ -397,13 +397,13 @@ TEST_F(ColumnLayout, ChangesNothingInAPanelWithoutAreaThoughItsInnerAreaHasOne)
 TEST_F(ColumnLayout, ChangesNothingInAnInnerAreaInsideOutThoughTheTableHasAnArea)
 {
     Application.pCoreSDL->Height = 100000;
-    Panel->PaddingPx = Application.pCoreSDL->Width;
+    Panel->PaddingPx = 2.0 * Application.pCoreSDL->Width;
     std::swap(Table.RelX1, Table.RelX2); // turns the table back
     ExpectNothingChanges();
     std::swap(Table.RelX1, Table.RelX2);
     Application.pCoreSDL->Height = 720;
     Application.pCoreSDL->Width = 100000;
-    Panel->PaddingPx = Application.pCoreSDL->Height;
+    Panel->PaddingPx = 2.0 * Application.pCoreSDL->Height;
     std::swap(Table.RelY1, Table.RelY2);
     ExpectNothingChanges();
 }
@@ -598,10 +598,10 @@ TEST_F(ColumnLayout, RoundsHalfAPixelOfTextUp)
 TEST_F(ColumnLayout, MeasuresTheHeightAgainstOnePixelAtLeast)
 {
     Table.bAutoScaleText = true;
-    Table.TextPx = 10;
+    Table.TextPx = 100;
     Application.pRend->FontSmallPx = 0;
     Application.pCoreSDL->Height = 2;
-    EXPECT_EQ(ScaledText(), "ScaleTextPx(20, 8, 220)");
+    EXPECT_EQ(ScaledText(), "ScaleTextPx(200, 8, 220)");
 }
 
 TEST_F(ColumnLayout, ComesToTheSameBitsAsTheRules)
