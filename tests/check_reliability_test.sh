@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Shows that check_reliability.sh finds proofs that are not there or are not run, in a tree that is made up here.
+# Shows that check_reliability.sh finds proofs that are not there, promises without one and a stale page, in a
+# tree that is made up here.
 set -euo pipefail
 check=$(realpath "$(dirname "$0")/check_reliability.sh")
+proofs=$(realpath "$(dirname "$0")/../script/proofs")
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 
@@ -10,38 +12,48 @@ echo 'movane_test(a_test SOURCES a_test.cpp) movane_desktop_test(desktop_b_test 
     >"$tree/tests/all.cmake"
 printf '%s\n' 'TEST(Plain, Holds)' '{' '}' 'TEST_F(WithFixture,' '       HoldsIn2Lines)' 'TEST_P(WithTable, Holds)' \
     >"$tree/tests/a_test.cpp"
-printf '%s\n' 'class DesktopB : public QObject' '{' '    void Holds()' '    {' >"$tree/tests/desktop_b_test.cpp"
+printf '%s\n' 'class DesktopB : public QObject' '{' 'private Q_SLOTS:' '    void init()' '    void Holds()' '    {' \
+    'private:' '    void Helps()' '};' >"$tree/tests/desktop_b_test.cpp"
 echo 'TEST(Unbuilt, Holds)' >"$tree/tests/unbuilt_test.cpp"
 
 failures=0
-# expect good|bad LINE…: asks the check for a document of these lines.
+# expect good|bad LINE…: asks the check for a document of these lines, with the page that belongs to it.
 expect() {
     local wanted=$1 verdict=good said
     shift
     printf '%s\n' "$@" >"$tree/docs/reliability.md"
-    said=$("$check" "$tree") || verdict=bad
+    "$proofs" --print "$tree" >"$tree/docs/proofs.md" 2>/dev/null || true
+    said=$("$check" "$tree" 2>&1) || verdict=bad
     if [ "$verdict" != "$wanted" ]; then
         echo "'$*' is $wanted, the check says $verdict: $said"
         failures=$((failures + 1))
     fi
 }
 
-expect good '| a row | `Plain.Holds`, `WithFixture.HoldsIn2Lines`, `WithTable.Holds`, `DesktopB.Holds` |'
+expect good '- All: `Plain`, `WithFixture`, `WithTable.Holds`, `DesktopB.Holds`' '' '## Limits' '- Not this.'
+expect good '- A promise' '  in two lines. `Plain`' '- Another. `tests/a_test.cpp`'
 expect bad 'No test is named, `plain.Holds` and `std::string` are none.'
-expect bad '`Plain.Holds`, `Plain.Fails`'
-expect bad '`Missing.Holds`'
-expect bad '`WithFixture.Holds`'
-expect bad '`DesktopB.HoldsNot`'
-expect bad '`DesktopA.Holds`'
-expect bad '`Unbuilt.Holds`'
+expect bad '- `Plain.Holds`, `Plain.Fails`'
+expect bad '- `Missing`'
+expect bad '- `WithFixture.Holds`'
+expect bad '- `DesktopB.HoldsNot`'
+expect bad '- `DesktopB.Helps`'
+expect bad '- `DesktopB.init`'
+expect bad '- `DesktopA`'
+expect bad '- `Unbuilt`'
+expect bad '- `Plain`, `script/missing`'
+expect bad '- A promise without a proof.' '- One with a proof. `Plain`'
+expect bad '- `Plain`' '- A promise without a proof.' '' '## Limits' '- `Plain`'
 
-command="Run \`ctest --preset dev -R 'Plain|desktop_b'\`:"
-expect good '## One' "$command" '`Plain.Holds`, `DesktopB.Holds`'
-expect good '## One' "Run \`ctest -R" "'Plain|desktop_b'\`:" '`Plain.Holds`'
-expect bad '## One' "$command" '`Plain.Holds`, `WithTable.Holds`'
-expect bad '## One' "Run \`ctest -R 'DesktopB'\`:" '`DesktopB.Holds`'
-expect bad '## One' 'Run `ctest -R Plain`:' '`Plain.Holds`'
-expect good '`WithTable.Holds`' '## One' "$command" '### Two' '`Plain.Holds`' '## Three' '`WithTable.Holds`'
-expect bad '## One' "$command" '### Two' '`WithTable.Holds`'
+expect good '- `Plain`' '- `WithFixture`'
+[ "$(tail -n 7 "$tree/docs/proofs.md")" = "## Plain
+
+- holds
+
+## WithFixture
+
+- holds in 2 lines" ] || { echo "the page says: $(cat "$tree/docs/proofs.md")"; failures=$((failures + 1)); }
+echo 'TEST(Plain, HoldsToo)' >>"$tree/tests/a_test.cpp"
+! "$check" "$tree" >/dev/null 2>&1 || { echo "a stale page is not found"; failures=$((failures + 1)); }
 
 [ "$failures" -eq 0 ]

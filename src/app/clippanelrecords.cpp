@@ -16,3 +16,8 @@ void ConnectPanelToRecords(MvClipControlPanel& Panel, ClipPanelRecords& Records)
     Panel.TableModel->SetHeaders({"Name", "In", "Out", "Len", "Color", "Source"});
     Records.Table.SelectionChanged.connect([&Panel] { Panel.SyncNameInputFromSelection(); });
 }
+
+std::uint64_t ClipsRevision(const MvClipControlPanel& Panel)
+{
+    return Panel.TableModel != nullptr ? Panel.TableModel->Revision() : 0;
+}

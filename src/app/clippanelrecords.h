@@ -8,6 +8,7 @@
 #include "host/mvtable.h"
 #include "host/mvtextinput.h"
 
+#include <cstdint>
 #include <vector>
 
 class MvClipControlPanel;
@@ -29,3 +30,14 @@ struct ClipPanelRecords
 /// selection of the user's fill the name input. To be called once; Panel must outlive every use of
 /// the records' table.
 void ConnectPanelToRecords(MvClipControlPanel& Panel, ClipPanelRecords& Records);
+
+/// Another number whenever Panel's Clips or the rows of its table have changed, so nobody has to compare
+/// them. 0 without a table model.
+///
+/// It is the table model's revision, and this covers every change of the clips: only three actions of the
+/// panel write them (saving appends one, renaming gives the selected one its name, deleting takes it
+/// out), and each goes on to RebuildTableModel, which sets all rows, before it calls anybody. All others
+/// read: loading and the two jumps work on a copy, an export too. SelectedClip() hands out a pointer through which a clip
+/// could be changed, but nobody writes through it but renaming. Where an action throws between its
+/// change and the rebuild, for want of memory, whoever catches that calls MarkChanged of the model.
+std::uint64_t ClipsRevision(const MvClipControlPanel& Panel);

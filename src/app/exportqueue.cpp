@@ -1,6 +1,7 @@
 #include "app/exportqueue.h"
 
 #include "app/clipfile.h"
+#include "app/exporttexts.h"
 #include "export/leftovers.h"
 #include "host/apppaths.h"
 #include "host/core.h"
@@ -29,6 +30,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds LookEvery{250};
 constexpr milliseconds LookEveryWhileStopping{20};
 constexpr milliseconds StopGrace{5000};
+// A front that has not connected by then can't be told.
+constexpr milliseconds ConnectGrace{1000};
 // What the end of the program waits for: the grace period, and the panel's result after it.
 constexpr milliseconds ShutdownTime{10000};
 
@@ -39,7 +42,6 @@ constexpr int MaxTryCount = 10000;
 constexpr std::size_t MaxToldFailures = 3;
 constexpr std::uint64_t InfoMs = 2200;
 constexpr std::uint64_t ErrorMs = 3200;
-constexpr const char* StoppedText = "Clip export failed: stopped.";
 // The front's own word for it. What a status says may begin with the name of a file.
 constexpr const char* FrontStoppedText = "stopped.";
 
@@ -56,11 +58,6 @@ fs::path OutputPathOf(const std::string& StatusText, const std::string& ClipName
     }
     return fs::path(AppPaths::RecordingsDir()) / "clips" /
            StatusText.substr(begin.size(), StatusText.size() - begin.size() - End.size());
-}
-
-std::string SummaryText(std::size_t ExportedCount, std::size_t Count)
-{
-    return "Exported " + std::to_string(ExportedCount) + " of " + std::to_string(Count) + " clips";
 }
 
 void Watch(const UniqueFd& Poll, int Watched)
@@ -176,19 +173,22 @@ void ExportQueue::StopAll()
     RequestFrame();
 }
 
-// The encoder may not be there yet when the stop is asked for, so this is tried again with each look.
+// The encoder may not be there yet when the stop is asked for, so this is tried again with each look. /proc is
+// searched for it only where no front can be asked.
 void ExportQueue::PressStop()
 {
-    pEncoder->Collect();
     if (Now() - StopAt >= StopGrace)
     {
         pEncoder->Kill();
+        return;
     }
-    else if (!bAskedToEnd && pSocket != nullptr && pSocket->SendStop(Current->OutputPath.native()))
+    if (pSocket != nullptr && (bAskedToEnd || Now() - StopAt < ConnectGrace))
     {
-        bAskedToEnd = true;
+        bAskedToEnd = bAskedToEnd || pSocket->SendStop(Current->OutputPath.native());
+        return;
     }
-    else if (!bAskedToEnd && !pEncoder->IsEmpty())
+    pEncoder->Collect();
+    if (!bAskedToEnd && !pEncoder->IsEmpty())
     {
         bAskedToEnd = true;
         pEncoder->Signal(SIGTERM);
@@ -223,8 +223,9 @@ void ExportQueue::Pump()
         Entries.pop_front();
         if (std::exchange(bStopFirst, false))
         {
-            UserPanel.SetStatusTextInternal(StoppedText, true);
-            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, StoppedText});
+            Next.emit(entry);
+            UserPanel.SetStatusTextInternal(ExportStoppedText, true);
+            Finish({entry.Id, entry.Clip, ExportOutcome::Stopped, {}, ExportStoppedText});
         }
         else
         {
@@ -309,7 +310,7 @@ void ExportQueue::Look()
     {
         PressStop();
     }
-    else
+    else if (pSocket == nullptr)
     {
         // Known before a signal to the whole process group ends the shell above it.
         pEncoder->Collect();
@@ -382,7 +383,7 @@ bool ExportQueue::TakeResult()
     }
     if (!bSuccess && (Current->bStopping || bFrontStopped))
     {
-        End(ExportOutcome::Stopped, StoppedText);
+        End(ExportOutcome::Stopped, ExportStoppedText);
     }
     else if (!bSuccess && bNameTaken && TryCount < MaxTryCount)
     {
@@ -476,8 +477,8 @@ void ExportQueue::EndRound()
     }
     else if (!bNotifyEach)
     {
-        std::string text = SummaryText(round.ExportedCount, round.Count);
-        text += round.bStopped ? ", then stopped." : ".";
+        std::string text =
+            ExportSummary(round.ExportedCount, round.Count, round.bStopped ? "stopped" : "");
         const std::size_t toldCount = std::min(round.Failed.size(), MaxToldFailures);
         for (std::size_t i = 0; i < toldCount; ++i)
         {

@@ -104,7 +104,7 @@ public:
     /// nobody.
     void Shutdown();
 
-    /// An entry's turn has come: the panel is asked next.
+    /// An entry's turn has come: the panel is asked next, unless a stop was faster.
     Signal<QueuedExport> Next;
     /// The panel has begun an export.
     Signal<RunningExport> Began;

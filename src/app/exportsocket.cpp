@@ -80,7 +80,10 @@ ExportSocket::ExportSocket(const std::filesystem::path& NewFolder)
 
 ExportSocket::~ExportSocket()
 {
-    unlinkat(Folder.Get(), SocketName, 0);
+    if (bListens)
+    {
+        unlinkat(Folder.Get(), SocketName, 0);
+    }
 }
 
 bool ExportSocket::Listen()

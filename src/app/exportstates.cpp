@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
+
+#include <sys/stat.h>
 
 namespace
 {
@@ -15,6 +18,24 @@ bool AreSame(const SavedClip& A, const SavedClip& B)
     return A.SourcePath == B.SourcePath && A.StartSec == B.StartSec && A.EndSec == B.EndSec &&
            A.Name == B.Name;
 }
+
+std::optional<FileStamp> StampOf(const std::string& Path)
+{
+    struct stat info = {};
+    if (stat(Path.c_str(), &info) != 0)
+    {
+        return std::nullopt;
+    }
+    constexpr std::int64_t NsPerSec = 1'000'000'000;
+    return FileStamp{info.st_size, info.st_mtim.tv_sec * NsPerSec + info.st_mtim.tv_nsec};
+}
+
+// A file that can't be asked for is still there, as far as anybody knows.
+bool IsGone(const std::string& Path)
+{
+    std::error_code ec;
+    return std::filesystem::status(Path, ec).type() == std::filesystem::file_type::not_found;
+}
 } // namespace
 
 ExportStates::ExportStates(const std::vector<SavedClip>& ClipsOfPanel)
@@ -25,6 +46,10 @@ ExportStates::ExportStates(const std::vector<SavedClip>& ClipsOfPanel)
 
 void ExportStates::Follow(int ActedOnRow)
 {
+    if (Entries.size() != Clips.size())
+    {
+        ++ChangeCount;
+    }
     if (Entries.size() == Clips.size() + 1 && EntryAt(ActedOnRow) != nullptr)
     {
         Entries.erase(Entries.begin() + ActedOnRow);
@@ -61,8 +86,23 @@ ExportStates::ClipID ExportStates::IdOf(int Row) const
 bool ExportStates::HasFile(std::size_t Index) const
 {
     const Outcome* const outcome = Entries[Index].pOutcome.get();
-    return outcome != nullptr && !outcome->Path.empty() && Index < Clips.size() &&
+    return outcome != nullptr && !outcome->Path.empty() && !outcome->bFileGone &&
+           !outcome->bSourceRewritten && Index < Clips.size() &&
            AreSame(outcome->Exported, Clips[Index]);
+}
+
+// Of one that neither waits nor runs.
+ExportState ExportStates::StateOf(const Outcome& Last, int Row) const
+{
+    if (!Last.Reason.empty())
+    {
+        return ExportState::Failed;
+    }
+    if (Last.Path.empty() || Last.bFileGone)
+    {
+        return ExportState::None;
+    }
+    return HasFile(static_cast<std::size_t>(Row)) ? ExportState::Done : ExportState::Outdated;
 }
 
 ClipExport ExportStates::Of(int Row) const
@@ -75,7 +115,7 @@ ClipExport ExportStates::Of(int Row) const
     }
     if (entry->pOutcome != nullptr)
     {
-        shown.Path = entry->pOutcome->Path;
+        shown.Path = entry->pOutcome->bFileGone ? std::string() : entry->pOutcome->Path;
         shown.Reason = entry->pOutcome->Reason;
     }
     if (entry->ID == RunningID)
@@ -87,14 +127,10 @@ ClipExport ExportStates::Of(int Row) const
     {
         shown.State = ExportState::Queued;
     }
-    else if (!shown.Reason.empty())
+    else if (entry->pOutcome != nullptr)
     {
-        shown.State = ExportState::Failed;
-    }
-    else if (!shown.Path.empty())
-    {
-        shown.State =
-            HasFile(static_cast<std::size_t>(Row)) ? ExportState::Done : ExportState::Outdated;
+        shown.bStopped = entry->pOutcome->bStopped;
+        shown.State = StateOf(*entry->pOutcome, Row);
     }
     return shown;
 }
@@ -105,6 +141,7 @@ void ExportStates::Queue(int Row)
 {
     if (EntryAt(Row) != nullptr && static_cast<std::size_t>(Row) < Clips.size())
     {
+        ++ChangeCount;
         const auto index = static_cast<std::size_t>(Row);
         Entries[index].Waiting.push_back(Clips[index]);
     }
@@ -114,30 +151,35 @@ void ExportStates::Withdraw(ClipID ID)
 {
     if (Entry* const entry = Find(ID))
     {
+        ++ChangeCount;
         entry->Waiting.clear();
     }
 }
 
 void ExportStates::Begin(ClipID ID)
 {
+    ++ChangeCount;
     RunningID = ID;
     RunningFraction = 0.0;
     Entry* const entry = Find(ID);
     if (entry != nullptr && !entry->Waiting.empty())
     {
         RunningClip = std::move(entry->Waiting.front());
+        RunningSource = StampOf(RunningClip.SourcePath);
         entry->Waiting.erase(entry->Waiting.begin());
     }
 }
 
 void ExportStates::Progress(double Fraction)
 {
+    ++ChangeCount;
     RunningFraction = Fraction;
 }
 
 // The outcome to write down, null where the clip has left the list.
 ExportStates::Outcome* ExportStates::End()
 {
+    ++ChangeCount;
     Entry* const entry = Find(std::exchange(RunningID, 0));
     if (entry != nullptr && entry->pOutcome == nullptr)
     {
@@ -150,7 +192,7 @@ void ExportStates::EndDone(const std::string& Path)
 {
     if (Outcome* const outcome = End())
     {
-        *outcome = {.Path = Path, .Exported = std::move(RunningClip), .Reason = {}};
+        *outcome = {.Path = Path, .Exported = std::move(RunningClip), .Source = RunningSource};
     }
 }
 
@@ -159,12 +201,45 @@ void ExportStates::EndFailed(const std::string& Reason)
     if (Outcome* const outcome = End())
     {
         outcome->Reason = Reason;
+        outcome->bStopped = false;
     }
 }
 
 void ExportStates::EndStopped()
 {
-    End();
+    if (Outcome* const outcome = End())
+    {
+        outcome->bStopped = true;
+    }
+}
+
+bool ExportStates::CheckFiles()
+{
+    bool bChanged = false;
+    std::unordered_map<std::string, std::optional<FileStamp>>
+        sources; // many clips have the same one
+    for (const Entry& entry : Entries)
+    {
+        Outcome* const outcome = entry.pOutcome.get();
+        if (outcome == nullptr || outcome->Path.empty())
+        {
+            continue;
+        }
+        const std::string& path = outcome->Exported.SourcePath;
+        const auto [source, bNew] = sources.try_emplace(path);
+        if (bNew)
+        {
+            source->second = StampOf(path);
+        }
+        const bool bGone = IsGone(outcome->Path);
+        const bool bRewritten = outcome->Source.has_value() && source->second.has_value() &&
+                                outcome->Source != source->second;
+        bChanged =
+            bChanged || bGone != outcome->bFileGone || bRewritten != outcome->bSourceRewritten;
+        outcome->bFileGone = bGone;
+        outcome->bSourceRewritten = bRewritten;
+    }
+    return bChanged;
 }
 
 // -- Counts
@@ -188,9 +263,7 @@ std::vector<int> ExportStates::RowsToExport() const
     for (std::size_t i = 0; i < Entries.size(); ++i)
     {
         const int row = static_cast<int>(i);
-        std::error_code ec;
-        const bool bWhole = HasFile(i) && std::filesystem::exists(Entries[i].pOutcome->Path, ec);
-        if (!bWhole && !IsUnderWay(row))
+        if (!HasFile(i) && !IsUnderWay(row))
         {
             rows.push_back(row);
         }

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,7 @@ enum class ExportState
     Running,
     Done,
     Failed,
-    Outdated, ///< the file holds another range, name or source than the clip has now
+    Outdated, ///< the file holds another range, name or source than the clip has now, or the source has changed
 };
 
 /// One clip's export as its row shows it.
@@ -31,8 +32,18 @@ struct ClipExport
     double Fraction = 0.0;   ///< from 0 to 1 while it runs
     std::string Path = {};   ///< the last whole file, any bytes; empty without one
     std::string Reason = {}; ///< the panel's message where the last export failed, else empty
+    bool bStopped = false;   ///< an export after that was stopped by the user
 
     bool operator==(const ClipExport&) const = default;
+};
+
+/// What tells a file that was rewritten under its name.
+struct FileStamp
+{
+    std::int64_t SizeBytes = 0;
+    std::int64_t ModifiedNs = 0;
+
+    bool operator==(const FileStamp&) const = default;
 };
 
 class ExportStates
@@ -57,6 +68,9 @@ public:
     ClipID IdOf(int Row) const;
     /// The state of a row; that of a new clip where there is none.
     ClipExport Of(int Row) const;
+    /// Grows with every call that may have changed the state of a row. A state also follows its clip:
+    /// ClipsRevision tells when those change.
+    std::uint64_t Revision() const { return ChangeCount; }
 
     // -- What happens to exports. A clip that has left the list meanwhile is passed over.
 
@@ -72,15 +86,22 @@ public:
     void EndDone(const std::string& Path);
     /// without one,
     void EndFailed(const std::string& Reason);
-    /// or by the user's wish: the clip is again what it was before.
+    /// or by the user's wish: the clip is again what it was before, and stopped.
     void EndStopped();
+
+    /// Looks on the disk for what has become of the finished files and of their sources. A file that has gone
+    /// counts as none from then on, and a source that was rewritten since the export makes the clip outdated.
+    ///
+    /// Returns whether a row is another now. It asks for two files a clip, so it is for the moments when
+    /// somebody comes to look, not for each frame.
+    bool CheckFiles();
 
     /// Whether an export of what the clip is now waits or runs.
     bool IsUnderWay(int Row) const;
-    /// The rows, in order, whose clips have no file of what they are now and no export of it under way. A
-    /// file that has left the disk counts as none.
+    /// The rows, in order, whose clips have no file of what they are now and no export of it under way. The
+    /// disk is not asked, nor by what follows: CheckFiles does that.
     std::vector<int> RowsToExport() const;
-    /// How many clips have no file of what they are now; the disk is not asked.
+    /// How many clips have no file of what they are now.
     int CountMissing() const;
     /// The same without those whose export is under way.
     int CountMissingAfterExports() const;
@@ -88,9 +109,13 @@ public:
 private:
     struct Outcome
     {
-        std::string Path;   ///< empty without a file
-        SavedClip Exported; ///< what the file holds
-        std::string Reason; ///< empty after a success
+        std::string Path = {};   ///< empty without a file
+        SavedClip Exported = {}; ///< what the file holds
+        std::string Reason = {}; ///< empty after a success
+        bool bStopped = false;
+        std::optional<FileStamp> Source = {}; ///< what the source was; empty where nobody knows
+        bool bFileGone = false;
+        bool bSourceRewritten = false;
     };
     struct Entry
     {
@@ -102,14 +127,17 @@ private:
     Entry* Find(ClipID ID);
     const Entry* EntryAt(int Index) const;
     bool HasFile(std::size_t Index) const;
+    ExportState StateOf(const Outcome& Last, int Row) const;
     Outcome* End();
 
     const std::vector<SavedClip>& Clips;
     std::vector<Entry> Entries;
     ClipID NextID = 1;
+    std::uint64_t ChangeCount = 0;
 
     // -- The running export.
     ClipID RunningID = 0; ///< 0 while none runs
     SavedClip RunningClip;
+    std::optional<FileStamp> RunningSource;
     double RunningFraction = 0.0;
 };

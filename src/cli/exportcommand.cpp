@@ -1,8 +1,12 @@
 #include "cli/exportcommand.h"
 
 #include "app/application.h"
+#include "app/encodercheck.h"
 #include "app/exportsocket.h"
+#include "app/exporttexts.h"
 #include "base/atomicfile.h"
+#include "base/environment.h"
+#include "base/openfile.h"
 #include "cli/cliptext.h"
 #include "cli/exportplan.h"
 #include "cli/exportreport.h"
@@ -100,7 +104,7 @@ bool MakeAbsolute(const std::string& Path, std::string& OutPath, std::string& Ou
     OutPath = fs::absolute(Path, ec).native();
     if (ec)
     {
-        OutError = Path + " has no place: " + ec.message() + '.';
+        OutError = NoCurrentFolder(Path);
     }
     return !ec;
 }
@@ -125,7 +129,7 @@ bool FindPaths(const ExportOptions& Options, std::string& OutSource, std::string
 {
     if (Options.SourcePath.empty())
     {
-        OutError = "SOURCE is empty: name a video file.";
+        OutError = ReasonNotToOpen({});
         return false;
     }
     if (!MakeAbsolute(Options.SourcePath, OutSource, OutError))
@@ -260,7 +264,7 @@ public:
     {
         bool bAllIsWell = true;
         std::set<std::string> planned;
-        const std::string ffmpeg = PlannedFfmpeg();
+        const std::string ffmpeg = EncoderPath(EnvironmentValue("MOVANE_FFMPEG_BIN"));
         for (const ClipToExport& clip : Clips)
         {
             const SavedClip& saved = Save(clip);
@@ -345,13 +349,10 @@ private:
         DoneSec += Export.Clip.EndSec - Export.Clip.StartSec;
         const bool bExported = Export.Outcome == ExportOutcome::Exported;
         ExportedCount += bExported ? 1 : 0;
-        const std::string text = Export.Outcome == ExportOutcome::Stopped
-                                     ? "the export was stopped, and its unfinished file is removed."
-                                     : Export.Message;
-        Report.PrintResult({Export.Clip.Name, bExported, Export.FilePath.native(), text});
+        Report.PrintResult({Export.Clip.Name, bExported, Export.FilePath.native(), Export.Message});
         if (!bExported)
         {
-            PrintError(Saved.at(Export.Id).Origin + ": " + text);
+            PrintError(Saved.at(Export.Id).Origin + ": " + Export.Message);
         }
     }
 
@@ -425,15 +426,6 @@ bool Check(ExportSession& Session,
     return true;
 }
 
-bool TellWriteError(const ExportSession& Session)
-{
-    if (!Session.WriteError().empty())
-    {
-        PrintError("Standard output can't be written: " + Session.WriteError() + '.');
-    }
-    return Session.WriteError().empty();
-}
-
 int PlanAll(const ExportOptions& Options,
             const std::string& Source,
             const std::vector<ClipRequest>& Requests)
@@ -447,8 +439,8 @@ int PlanAll(const ExportOptions& Options,
         return Refuse(error);
     }
     const bool bAllIsWell = session.Plan(clips);
-    return static_cast<int>(TellWriteError(session) && bAllIsWell ? ExitCode::Done
-                                                                  : ExitCode::Failed);
+    const bool bWritten = !PrintWriteError(session.WriteError());
+    return static_cast<int>(bWritten && bAllIsWell ? ExitCode::Done : ExitCode::Failed);
 }
 
 int ExportAll(const ExportOptions& Options,
@@ -468,12 +460,11 @@ int ExportAll(const ExportOptions& Options,
         return Refuse(error);
     }
     const std::size_t exportedCount = session.Export(clips);
-    const bool bWritten = TellWriteError(session);
+    const bool bWritten = !PrintWriteError(session.WriteError());
     if (Stop.Received() != 0)
     {
-        PrintError("Export stopped by " + SignalName(Stop.Received()) + ": " +
-                   std::to_string(exportedCount) + " of " + std::to_string(clips.size()) +
-                   " clips are exported.");
+        PrintError(ExportSummary(exportedCount, clips.size(),
+                                 "stopped by " + SignalName(Stop.Received())));
         return 128 + Stop.Received();
     }
     const bool bAllIsWell = exportedCount == clips.size() && bWritten;

@@ -1,7 +1,6 @@
 #include "cli/exportplan.h"
 
-#include "base/environment.h"
-#include "export/ffmpegsearch.h"
+#include "app/encodercheck.h"
 #include "host/apppaths.h"
 
 #include <algorithm>
@@ -26,17 +25,6 @@ std::string ThreeDecimals(double Sec)
 }
 } // namespace
 
-std::string PlannedFfmpeg()
-{
-    // White space is these four, as in an export.
-    constexpr const char* WhiteSpace = " \t\n\r";
-    const std::string named = EnvironmentValue("MOVANE_FFMPEG_BIN");
-    const std::size_t begin = named.find_first_not_of(WhiteSpace);
-    return begin == std::string::npos
-               ? FindFfmpeg()
-               : named.substr(begin, named.find_last_not_of(WhiteSpace) - begin + 1);
-}
-
 std::string
 PlanProblem(const SavedClip& Clip, const std::filesystem::path& File, const std::string& Ffmpeg)
 {
@@ -49,11 +37,7 @@ PlanProblem(const SavedClip& Clip, const std::filesystem::path& File, const std:
     {
         return "Could not create clip export path.";
     }
-    if (Ffmpeg.empty())
-    {
-        return NoFfmpegSentence;
-    }
-    return IsProgram(Ffmpeg) ? std::string() : "MOVANE_FFMPEG_BIN is not executable: " + Ffmpeg;
+    return EncoderProblem(Ffmpeg);
 }
 
 std::filesystem::path PlannedFile(const std::string& ClipName, const std::set<std::string>& Planned)

@@ -10,9 +10,6 @@
 #include <set>
 #include <string>
 
-/// The ffmpeg that an export would run; empty when there is none.
-std::string PlannedFfmpeg();
-
 /// The file that a clip of that name would become: of the first number that neither a file in the clips
 /// folder has nor one of Planned; empty when all are taken.
 std::filesystem::path PlannedFile(const std::string& ClipName,

@@ -1,5 +1,6 @@
 #include "cli/exportreport.h"
 
+#include "base/oneline.h"
 #include "process/sentences.h"
 
 #include <nlohmann/json.hpp>

@@ -3,6 +3,7 @@
 #include "app/exportsocket.h"
 #include "app/openingmark.h"
 #include "base/environment.h"
+#include "base/openfile.h"
 #include "desktop/actions/commands.h"
 #include "desktop/actions/widgetkeys.h"
 #include "desktop/desktop.h"
@@ -106,8 +107,8 @@ SurfaceKind SurfaceOf(const std::string& Video)
                            : SurfaceKind::Automatic;
 }
 
-// A name that is mistyped, or a command that is not there, is told where it was typed.
-std::string FirstMissingFile(const WindowOptions& Options)
+// A mistyped name or command is reported in the terminal where it was typed, not in a window.
+std::string MissingFileProblem(const WindowOptions& Options)
 {
     const auto missing = std::find_if(Options.FilePaths.begin(), Options.FilePaths.end(),
                                       [](const std::string& Path)
@@ -115,15 +116,15 @@ std::string FirstMissingFile(const WindowOptions& Options)
                                           std::error_code ec;
                                           return !std::filesystem::exists(Path, ec);
                                       });
-    return missing == Options.FilePaths.end() ? std::string() : *missing;
+    return missing == Options.FilePaths.end() ? std::string() : ReasonNotToOpen(*missing);
 }
 } // namespace
 
 int RunDesktop(const WindowOptions& Options)
 {
-    if (const std::string missing = FirstMissingFile(Options); !missing.empty())
+    if (const std::string problem = MissingFileProblem(Options); !problem.empty())
     {
-        PrintError(missing + " does not exist: name a video, or see movane --help.");
+        PrintError(problem);
         return static_cast<int>(ExitCode::CallWrong);
     }
     if (!HasDisplay())
@@ -136,9 +137,7 @@ int RunDesktop(const WindowOptions& Options)
     // Without it the toolkit would wait for a thread for ever.
     if (!HasRoomForThreads())
     {
-        PrintError(
-            "A window can't be opened, there are too many processes or too little memory: end some "
-            "programs and try again.");
+        PrintError(NoRoomForThreads("A window can't be opened"));
         return 1;
     }
     std::string error;

@@ -1,12 +1,12 @@
 #include "desktop/desktop.h"
 
+#include "app/encodercheck.h"
 #include "app/typedtime.h"
 #include "base/environment.h"
 #include "desktop/actions/commands.h"
 #include "desktop/actions/desktopopen.h"
 #include "desktop/actions/keyspage.h"
 #include "desktop/clips/clippanelwidget.h"
-#include "desktop/export/encodercheck.h"
 #include "desktop/look/pathtext.h"
 #include "desktop/look/theme.h"
 #include "desktop/look/timetext.h"
@@ -18,7 +18,6 @@
 #include "desktop/session/videodocument.h"
 #include "desktop/timeline/timelinewidget.h"
 #include "desktop/videopane.h"
-#include "export/ffmpegsearch.h"
 #include "host/apppaths.h"
 #include "host/mvtheme.h"
 #include "host/mvtimecontrol.h"
@@ -109,7 +108,7 @@ bool Desktop::Start(std::string& OutError)
     pMain->show();
     pMain->FocusVideo();
     if (const std::string problem =
-            EncoderProblem(EnvironmentValue("MOVANE_FFMPEG_BIN"), FindFfmpeg());
+            EncoderProblem(EncoderPath(EnvironmentValue("MOVANE_FFMPEG_BIN")));
         !problem.empty())
     {
         ShowError(problem);

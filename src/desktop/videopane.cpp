@@ -1,5 +1,6 @@
 #include "desktop/videopane.h"
 
+#include "app/clippanelrecords.h"
 #include "desktop/actions/actionset.h"
 #include "desktop/actions/commands.h"
 #include "desktop/look/pathtext.h"
@@ -18,26 +19,6 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
-
-namespace
-{
-QColor ColorOf(float Red, float Green, float Blue, float Alpha)
-{
-    return QColor::fromRgbF(Red, Green, Blue, Alpha);
-}
-
-std::vector<TimelineMarker> MarkersOf(const MvTimeControl& Timeline)
-{
-    std::vector<TimelineMarker> markers;
-    markers.reserve(Timeline.Markers.size());
-    for (const MvTimeControl::Marker& marker : Timeline.Markers)
-    {
-        markers.push_back({marker.TimeSec, QString::fromStdString(marker.Label),
-                           ColorOf(marker.ColorR, marker.ColorG, marker.ColorB, marker.ColorA)});
-    }
-    return markers;
-}
-} // namespace
 
 VideoPane::VideoPane(Session& NewRunning,
                      Commands& Target,
@@ -65,7 +46,7 @@ VideoPane::VideoPane(Session& NewRunning,
     layout->addWidget(pTimeline);
     setFocusProxy(pTimeline);
 
-    connect(pTransport, &TransportBar::VolumeEdited, &Target, &Commands::SetVolume);
+    connect(pTransport, &TransportBar::VolumeEdited, &Running, &Session::SetVolume);
     connect(pTransport, &TransportBar::SpeedPicked, &Target, &Commands::SetSpeed);
     connect(pTimeline, &TimelineWidget::SeekRequested, &Target, &Commands::SeekTo);
     connect(pTimeline, &TimelineWidget::ClipPicked, &Target, &Commands::SelectClip);
@@ -73,7 +54,7 @@ VideoPane::VideoPane(Session& NewRunning,
             [&Target](int Row)
             {
                 Target.SelectClip(Row);
-                Target.LoadClip();
+                Target.Run(ActionId::LoadClip);
             });
     connect(pTimeline, &TimelineWidget::RangeEdited, this,
             [this](double StartSec, double EndSec)
@@ -130,20 +111,8 @@ void VideoPane::ShowMarkerMenu(int Index, QPoint GlobalPoint)
     // By its time: while the menu is open the markers may change.
     const double sec = Document.Timeline().Markers.at(static_cast<std::size_t>(Index)).TimeSec;
     connect(menu->addAction("Remove marker"), &QAction::triggered, this,
-            [this, sec] { RemoveMarkerAt(sec); });
+            [this, sec] { Document.Timeline().RemoveMarkerAt(sec); });
     menu->popup(GlobalPoint);
-}
-
-void VideoPane::RemoveMarkerAt(double Sec)
-{
-    std::vector<MvTimeControl::Marker>& markers = Document.Timeline().Markers;
-    const auto found = std::find_if(markers.begin(), markers.end(),
-                                    [&](const auto& Marker) { return Marker.TimeSec == Sec; });
-    if (found != markers.end())
-    {
-        markers.erase(found);
-        Document.Timeline().Changed.emit();
-    }
 }
 
 // The picture keeps most of the height, also with large text.
@@ -201,7 +170,49 @@ TimelineState VideoPane::MakeTimelineState()
     state.RangeEndSec = timeline.RangeEndSec();
     state.PendingInSec = Document.PendingInSec();
     state.PendingOutSec = Document.PendingOutSec();
-    state.Markers = MarkersOf(timeline);
-    state.Clips = ShownClips.Of(Running.Panel(), Document.pVideo->FilePath);
+    TakeMarkers();
+    TakeClips();
+    state.Markers = Markers;
+    state.Clips = Clips;
+    state.SelectedRow = Running.Panel().SelectedClipIndex();
     return state;
+}
+
+void VideoPane::TakeMarkers()
+{
+    const MvTimeControl& timeline = Document.Timeline();
+    if (std::exchange(MarkersRevision, timeline.MarkersRevision()) == timeline.MarkersRevision())
+    {
+        return;
+    }
+    Markers.clear();
+    for (const MvTimeControl::Marker& marker : timeline.Markers)
+    {
+        Markers.append(
+            {marker.TimeSec, QString::fromStdString(marker.Label),
+             QColor::fromRgbF(marker.ColorR, marker.ColorG, marker.ColorB, marker.ColorA)});
+    }
+}
+
+void VideoPane::TakeClips()
+{
+    const MvClipControlPanel& panel = Running.Panel();
+    const std::uint64_t revision = ClipsRevision(panel);
+    if (revision == PanelRevision && Document.pVideo->FilePath == ClipsSource)
+    {
+        return;
+    }
+    PanelRevision = revision;
+    ClipsSource = Document.pVideo->FilePath;
+    Clips.clear();
+    for (std::size_t i = 0; i < panel.Clips.size(); ++i)
+    {
+        const MvClipControlPanel::SavedClip& clip = panel.Clips[i];
+        if (clip.SourcePath == ClipsSource)
+        {
+            Clips.append({static_cast<int>(i), QString::fromStdString(clip.Name),
+                          QColor::fromRgbF(clip.ColorR, clip.ColorG, clip.ColorB, clip.ColorA),
+                          clip.StartSec, clip.EndSec});
+        }
+    }
 }

@@ -5,14 +5,17 @@
 
 #pragma once
 
-#include "desktop/timeline/timelineclips.h"
+#include "desktop/timeline/timelinestate.h"
 #include "desktop/video/transportstate.h"
 #include "desktop/video/videosurface.h"
 
+#include <QList>
 #include <QString>
 #include <QWidget>
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 class ActionSet;
 class Commands;
@@ -54,16 +57,24 @@ protected:
 private:
     void OpenNow(const QString& Path);
     void ShowMarkerMenu(int Index, QPoint GlobalPoint);
-    void RemoveMarkerAt(double Sec);
     TransportState MakeTransportState();
     TimelineState MakeTimelineState();
+    void TakeMarkers();
+    void TakeClips();
 
     Session& Running;
     VideoDocument& Document;
     std::unique_ptr<VideoSurface> Surface;
     TransportBar* pTransport;
     TimelineWidget* pTimeline;
-    TimelineClips ShownClips;
     QString WaitingPath; ///< to be opened when the surface is ready
     QString OpenError;   ///< why the last file could not be opened
+
+    // -- The marking as the timeline draws it, and what it was made of: it is made anew only when one of
+    //    these has changed.
+    QList<TimelineMarker> Markers;
+    std::uint64_t MarkersRevision = 0;
+    QList<TimelineClip> Clips; ///< those of the open file
+    std::uint64_t PanelRevision = 0;
+    std::string ClipsSource; ///< the path that was open then
 };

@@ -136,8 +136,10 @@ void VideoWindow::MakeMenus()
             connect(menu, &QMenu::aboutToShow, this,
                     [this]
                     {
-                        const int row = Running.Panel().SelectedClipIndex();
-                        Actions.EnableFor(Running.Exports().States().Of(row));
+                        CheckExportedFiles();
+                        Actions.EnableFor(Running.Exports().States(),
+                                          Running.Panel().SelectedClipIndex(),
+                                          Running.Records().SelectedRows);
                     });
         }
         menu->addAction(Actions.Get(info.Id));
@@ -148,6 +150,24 @@ void VideoWindow::MakeMenus()
             pRecentMenu->setEnabled(false);
         }
         previous = &info;
+    }
+}
+
+// The user may come from a file manager.
+bool VideoWindow::event(QEvent* pEvent)
+{
+    if (pEvent->type() == QEvent::WindowActivate)
+    {
+        CheckExportedFiles();
+    }
+    return QMainWindow::event(pEvent);
+}
+
+void VideoWindow::CheckExportedFiles()
+{
+    if (Running.Exports().CheckFiles())
+    {
+        Running.RequestFrame();
     }
 }
 

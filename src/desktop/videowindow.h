@@ -40,6 +40,7 @@ Q_SIGNALS:
     void Closed();
 
 protected:
+    bool event(QEvent* pEvent) override;
     void keyPressEvent(QKeyEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
     void showEvent(QShowEvent* pEvent) override;
@@ -53,6 +54,7 @@ protected:
 private:
     void MakeMenus();
     void SyncTitle();
+    void CheckExportedFiles();
 
     VideoDocument& Document;
     unsigned long ID;

@@ -31,7 +31,8 @@ std::optional<std::int64_t> ReadNumber(std::string_view Text)
 
 EncoderProgress::EncoderProgress(const PanelCommand& Command,
                                  const EncoderPlan& Plan,
-                                 std::optional<double> NewDeclaredSec)
+                                 std::optional<double> NewDeclaredSec,
+                                 const std::optional<ExportMessage>& Earlier)
     : InSec(static_cast<double>(Command.InMs) / 1000.0)
     , LengthSec(static_cast<double>(Command.LengthMs) / 1000.0)
     , DeclaredSec(NewDeclaredSec)
@@ -39,6 +40,11 @@ EncoderProgress::EncoderProgress(const PanelCommand& Command,
     const double decodedSec = Plan.Where.MarginMs.has_value()
                                   ? static_cast<double>(*Plan.Where.MarginMs) / 1000.0
                                   : InSec;
+    if (Earlier.has_value())
+    {
+        Begin = Earlier->Fraction;
+        bOtherEncoded = Earlier->Phase != ExportPhase::Seek;
+    }
     SeekShare = decodedSec > 0.0 ? decodedSec / (decodedSec + LengthSec * EncodeCost) : 0.0;
 }
 
@@ -79,10 +85,10 @@ ExportMessage EncoderProgress::Message()
     const double encoded = LengthSec > 0.0 ? std::min(EncodedSec / LengthSec, 1.0) : 0.0;
     const double now =
         IsSeeking() ? SeekShare * SoughtPart : SeekShare + (1.0 - SeekShare) * encoded;
-    Fraction = std::max(Fraction, std::min(now, MaxUnfinished));
+    Fraction = std::max(Fraction, std::min(Begin + (1.0 - Begin) * now, MaxUnfinished));
     return {ExportMessageType::Progress,
             {},
-            IsSeeking() ? ExportPhase::Seek : ExportPhase::Encode,
+            IsSeeking() && !bOtherEncoded ? ExportPhase::Seek : ExportPhase::Encode,
             Fraction};
 }
 

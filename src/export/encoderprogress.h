@@ -16,9 +16,12 @@ class EncoderProgress
 {
 public:
     /// DeclaredSec  how long the source says that it lasts, if it does.
+    /// Earlier      what was told of another cut of the same clip, whose file was of no use: the new one
+    ///              fills what is left of the whole, and what is told never goes back.
     EncoderProgress(const PanelCommand& Command,
                     const EncoderPlan& Plan,
-                    std::optional<double> DeclaredSec);
+                    std::optional<double> DeclaredSec,
+                    const std::optional<ExportMessage>& Earlier = std::nullopt);
 
     /// Takes a piece of ffmpeg's text, cut anywhere.
     void Take(std::string_view Text);
@@ -41,6 +44,8 @@ private:
     double SeekShare; ///< of the whole work
     double SoughtPart = 0.0;
     double EncodedSec = 0.0;
+    double Begin = 0.0;         ///< the fraction at which this cut begins
+    bool bOtherEncoded = false; ///< pictures of an earlier cut came out
     double Fraction = 0.0;
     std::string Begun; ///< a line that is not at its end
 };

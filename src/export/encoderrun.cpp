@@ -1,5 +1,7 @@
 #include "export/encoderrun.h"
 
+#include "base/oneline.h"
+#include "base/openfile.h"
 #include "export/applicationlink.h"
 #include "export/encoderarguments.h"
 #include "export/encoderprogress.h"
@@ -25,7 +27,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/signalfd.h>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,18 +86,6 @@ bool HasNoRoom(int Fd)
     return fstatvfs(Fd, &disk) == 0 && disk.f_bavail == 0;
 }
 
-// Why nobody should open this; empty where it is a plain file. A pipe would be waited for.
-std::string SourceProblem(const std::string& Path)
-{
-    struct stat status = {};
-    if (stat(Path.c_str(), &status) != 0)
-    {
-        return FileNameOf(Path) + " can't be read: " + std::generic_category().message(errno) + '.';
-    }
-    return S_ISREG(status.st_mode) ? std::string()
-                                   : FileNameOf(Path) + " is not a file: choose a video file.";
-}
-
 class EncoderRun
 {
 public:
@@ -131,6 +120,7 @@ private:
     std::unique_ptr<SourceFile> Source;
     std::optional<EncoderPlan> ChildPlan;
     std::unique_ptr<FfmpegChild> Child;
+    std::optional<ExportMessage> Told; // how far it is
     std::string Errors; // the first line that says something, and what follows in one piece
     std::string LastErrors;
     bool bFullDisk = false; // ffmpeg has spoken of it, in whichever line
@@ -140,7 +130,7 @@ int EncoderRun::Fail(const std::string& Sentence)
 {
     Child.reset();
     Name.reset();
-    const std::string line = InOneLine(Sentence);
+    const std::string line = OneLine(Sentence);
     std::fprintf(stderr, "%s\n", line.c_str());
     Link.Send({ExportMessageType::Failed, line});
     return 1;
@@ -153,7 +143,8 @@ int EncoderRun::Run()
         return Fail("stopped.");
     }
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
-    std::string sentence = SourceProblem(Command.SourcePath);
+    // Before anything opens it: a pipe would be waited for.
+    std::string sentence = ReasonNotToOpen(Command.SourcePath, FileNameOf(Command.SourcePath));
     if (!sentence.empty())
     {
         return Fail(sentence);
@@ -162,7 +153,7 @@ int EncoderRun::Run()
     Name = ReservedName::Take(Command.OutputPath, bTaken, sentence);
     if (bTaken)
     {
-        std::fprintf(stderr, "%s\n", InOneLine(sentence).c_str());
+        std::fprintf(stderr, "%s\n", OneLine(sentence).c_str());
         Link.Send({ExportMessageType::Taken});
         return 1;
     }
@@ -210,6 +201,7 @@ int EncoderRun::Run()
         }
         status = Child->Wait();
     }
+    Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
     if (const std::string failure = FailureSentence(status); !failure.empty())
     {
         return Fail(failure);
@@ -281,7 +273,7 @@ EncoderPlan EncoderRun::MakePlan()
 // Until ffmpeg has ended; false where a stop came first.
 bool EncoderRun::Follow()
 {
-    EncoderProgress progress(Command, *ChildPlan, Source->Facts().DeclaredSec);
+    EncoderProgress progress(Command, *ChildPlan, Source->Facts().DeclaredSec, Told);
     auto reported = std::chrono::steady_clock::now() - ReportEvery;
     std::array<pollfd, 5> watched = {{{StopSignals.Get(), POLLIN, 0},
                                       {Link.Fd(), POLLIN, 0},
@@ -300,7 +292,6 @@ bool EncoderRun::Follow()
         progress.Take(ReadAll(Child->ProgressFd()));
         if (bEnded)
         {
-            Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
             return true;
         }
         for (pollfd& pipe : {std::ref(watched[2]), std::ref(watched[3])})
@@ -315,7 +306,8 @@ bool EncoderRun::Follow()
             {
                 progress.TakeReadPart(ReadPartOf(Command.SourcePath, Child->Pid()).value_or(0.0));
             }
-            Link.Send(progress.Message());
+            Told = progress.Message();
+            Link.Send(*Told);
             reported = now;
         }
     }

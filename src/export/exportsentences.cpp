@@ -35,14 +35,6 @@ bool SpeaksOfFullDisk(const std::string& Words)
         { return Words.find(std::generic_category().message(Error)) != std::string::npos; });
 }
 
-std::string InOneLine(std::string Sentence)
-{
-    const auto isControl = [](unsigned char Character)
-    { return Character < 0x20 || Character == 0x7F; };
-    std::replace_if(Sentence.begin(), Sentence.end(), isControl, '?');
-    return Sentence;
-}
-
 std::string FileNameOf(const std::string& Path)
 {
     const std::string name = std::filesystem::path(Path).filename();

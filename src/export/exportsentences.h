@@ -14,9 +14,5 @@ std::string DiskIsFull(const std::string& Path);
 /// Whether words of ffmpeg's speak of a full disk.
 bool SpeaksOfFullDisk(const std::string& Words);
 
-/// A sentence without the control characters that a name in it may have, each of which becomes '?'. Who
-/// reads it takes the first line alone.
-std::string InOneLine(std::string Sentence);
-
 /// The last part of a path, for people.
 std::string FileNameOf(const std::string& Path);

@@ -61,8 +61,7 @@ std::string OpenFailure(const std::string& Path, int Error)
     const std::string format = RefusedFormat("file:" + Path);
     if (!format.empty())
     {
-        return name + " is not exported, for its format (" + format +
-               ") is not one of the video files that are: convert it and export again.";
+        return RefusedFormatSentence(name, format);
     }
     return name + " can't be read as a video: " + ErrorText(Error) + '.';
 }

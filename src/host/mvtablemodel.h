@@ -1,11 +1,12 @@
 // The texts of a table: column titles and rows of cells.
 //
 // Rows may have fewer or more cells than there are headers; a reader treats what is missing as empty.
-// UI thread only.
+// Each change moves the revision, so a view compares one number instead of all cells. UI thread only.
 
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <utility>
@@ -18,12 +19,32 @@ public:
     using Row = std::vector<std::string>;
     using RowList = std::vector<Row>;
 
-    void SetHeaders(const HeaderList& NewHeaders) { Headers = NewHeaders; }
+    void SetHeaders(const HeaderList& NewHeaders)
+    {
+        MarkChanged();
+        Headers = NewHeaders;
+    }
     /// Replaces all rows.
-    void SetRows(const RowList& NewRows) { Rows = NewRows; }
-    void SetRows(RowList&& NewRows) { Rows = std::move(NewRows); }
-    void AddRow(const Row& NewRow) { Rows.push_back(NewRow); }
-    void ClearRows() { Rows.clear(); }
+    void SetRows(const RowList& NewRows)
+    {
+        MarkChanged();
+        Rows = NewRows;
+    }
+    void SetRows(RowList&& NewRows)
+    {
+        MarkChanged();
+        Rows = std::move(NewRows);
+    }
+    void AddRow(const Row& NewRow)
+    {
+        MarkChanged();
+        Rows.push_back(NewRow);
+    }
+    void ClearRows()
+    {
+        MarkChanged();
+        Rows.clear();
+    }
 
     const HeaderList& GetHeaders() const { return Headers; }
     const RowList& GetRows() const { return Rows; }
@@ -41,7 +62,11 @@ public:
     }
 
     /// Drops rows at the end or adds empty ones; a negative count counts as 0.
-    void ResizeRows(int Count) { Rows.resize(Count < 0 ? 0 : static_cast<std::size_t>(Count)); }
+    void ResizeRows(int Count)
+    {
+        MarkChanged();
+        Rows.resize(Count < 0 ? 0 : static_cast<std::size_t>(Count));
+    }
 
     /// Adds empty cells to a row until it has at least Width; never drops any. A row that does not
     /// exist stays so.
@@ -49,6 +74,7 @@ public:
     {
         if (RowAt(RowIndex) != nullptr && Width > 0)
         {
+            MarkChanged();
             Row& row = Rows[static_cast<std::size_t>(RowIndex)];
             row.resize(row.size() < static_cast<std::size_t>(Width)
                            ? static_cast<std::size_t>(Width)
@@ -69,10 +95,17 @@ public:
         }
     }
 
+    /// Grows with every call that may have changed a text, also where the text is the same again.
+    std::uint64_t Revision() const { return ChangeCount; }
+    /// For whoever writes Headers or Rows itself, or changes what the rows are made of.
+    void MarkChanged() { ++ChangeCount; }
+
     HeaderList Headers;
     RowList Rows;
 
 private:
+    std::uint64_t ChangeCount = 0;
+
     template <typename T> static const T* ItemAt(const std::vector<T>& Items, int Index)
     {
         const bool bInRange = Index >= 0 && static_cast<std::size_t>(Index) < Items.size();

@@ -1,5 +1,6 @@
 #include "host/mvtimecontrol.h"
 
+#include <algorithm>
 #include <utility>
 
 void MvTimeControl::SetRangeSelection(double StartSec, double EndSec, bool bQuiet)
@@ -29,8 +30,20 @@ void MvTimeControl::AddMarkerAtCurrentTime()
     Marker marker;
     marker.TimeSec = TimeSec;
     marker.Label = "Marker " + std::to_string(Markers.size() + 1);
+    MarkMarkersChanged();
     Markers.push_back(std::move(marker));
     Changed.emit();
+}
+
+void MvTimeControl::RemoveMarkerAt(double MarkerSec)
+{
+    const auto found = std::ranges::find(Markers, MarkerSec, &Marker::TimeSec);
+    if (found != Markers.end())
+    {
+        MarkMarkersChanged();
+        Markers.erase(found);
+        Changed.emit();
+    }
 }
 
 void MvTimeControl::SetDisplayedTimeSec(double NewTimeSec)
@@ -48,6 +61,7 @@ void MvTimeControl::ShowSource(const std::string& Path, double NewDurationSec)
         std::string newSourcePath = Path;
         Marking& earlier = MarkingOfHiddenSources[SourcePath];
         Marking& next = MarkingOfHiddenSources[newSourcePath];
+        MarkMarkersChanged();
         Current.Markers = std::move(Markers);
         earlier = std::move(Current);
         Current = std::exchange(next, {});

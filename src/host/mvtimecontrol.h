@@ -9,6 +9,7 @@
 #include "host/mvchildwindow.h"
 #include "host/signal.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -42,6 +43,8 @@ public:
     void ClearRangeSelection(bool bQuiet);
     /// Adds a marker at the displayed time, labelled "Marker N" with N counting from 1.
     void AddMarkerAtCurrentTime();
+    /// Removes the first marker that stands exactly at MarkerSec; without one nothing happens.
+    void RemoveMarkerAt(double MarkerSec);
     void SetDisplayedTimeSec(double NewTimeSec);
 
     /// Shows another source: the displayed time goes to 0, and the range and the markers become those
@@ -52,6 +55,11 @@ public:
 
     /// Emitted after every change that was not asked to be quiet.
     Signal<> Changed;
+
+    /// Grows with every change of Markers by this class, so a view compares one number.
+    std::uint64_t MarkersRevision() const { return MarkersChangeCount; }
+    /// For whoever writes Markers itself.
+    void MarkMarkersChanged() { ++MarkersChangeCount; }
 
     std::vector<Marker> Markers; ///< in the order of adding
 
@@ -66,6 +74,7 @@ private:
     };
 
     Marking Current;
+    std::uint64_t MarkersChangeCount = 0;
     double TimeSec = 0.0;
     double SourceDurationSec = 0.0;
     std::string SourcePath;

@@ -7,6 +7,8 @@
 
 #pragma once
 
+#include <string>
+
 /// Names of libavformat's demuxers, separated by commas: containers and raw streams that hold everything
 /// in one file. No playlists, network, devices or image sequences.
 inline constexpr const char* AllowedContainers =
@@ -18,3 +20,10 @@ inline constexpr const char* AllowedContainers =
 
 /// The value of "protocol_whitelist" beside it.
 inline constexpr const char* AllowedProtocols = "file";
+
+/// What is said of the file Name whose container is known and not allowed; libavformat calls it Format.
+inline std::string RefusedFormatSentence(const std::string& Name, const std::string& Format)
+{
+    return Name + " has the format " + Format +
+           ", which is not supported: convert it, or choose another video.";
+}

@@ -1,8 +1,8 @@
 #include "player/mpvvideo.h"
 
+#include "base/openfile.h"
 #include "media/containers.h"
 #include "media/mediafile.h"
-#include "media/openfile.h"
 #include "player/mpvnode.h"
 #include "process/threadroom.h"
 
@@ -111,9 +111,7 @@ std::unique_ptr<MpvVideo> MpvVideo::Create(const Options& Wanted, std::string& O
     // no video where it can't start those that open it (libmpv 0.35).
     if (!HasRoomForThreads())
     {
-        OutError =
-            "The video player can't start, there are too many processes or too little memory: end "
-            "some programs and try again.";
+        OutError = NoRoomForThreads("The video player can't start");
         return nullptr;
     }
     mpv_handle* pHandle = mpv_create();
@@ -176,8 +174,7 @@ bool MpvVideo::Open(const std::string& Path, std::string& OutError)
         OutError.clear();
         return true;
     }
-    OutError =
-        newPath + (ec ? " can't be found from a deleted folder: go to another one." : Refusal);
+    OutError = ec ? NoCurrentFolder(newPath) : newPath + Refusal;
     if (!earlierPath.empty() && Load(earlierLoadedPath))
     {
         FilePath = earlierPath;
@@ -631,9 +628,7 @@ void MpvVideo::TakeEndOfFile(std::int64_t EndedId)
         return;
     }
     const std::string format = NameOfRefusedFormat(LoadedPath);
-    Refuse(format.empty() ? " is not a video: choose a video."
-                          : " is not opened, for its format (" + format +
-                                ") is not one of the video files that are: choose another video.");
+    Refuse(format.empty() ? " is not a video: choose a video." : RefusedFormatSentence({}, format));
 }
 
 void MpvVideo::TakeLanding()

@@ -2,7 +2,7 @@
 
 #include "base/environment.h"
 #include "base/log.h"
-#include "process/sentences.h"
+#include "base/oneline.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>

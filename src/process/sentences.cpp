@@ -1,8 +1,8 @@
 #include "process/sentences.h"
 
-#include <algorithm>
+#include "base/oneline.h"
+
 #include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -16,12 +16,16 @@ std::string WriteToStandardOutput(const std::string& Text)
 
 bool PrintText(const std::string& Text)
 {
-    const std::string writeError = WriteToStandardOutput(Text);
-    if (!writeError.empty())
+    return !PrintWriteError(WriteToStandardOutput(Text));
+}
+
+bool PrintWriteError(const std::string& Reason)
+{
+    if (!Reason.empty())
     {
-        PrintError("Standard output can't be written: " + writeError + '.');
+        PrintError("Standard output can't be written: " + Reason + '.');
     }
-    return writeError.empty();
+    return !Reason.empty();
 }
 
 std::string SentenceOf(const std::exception& Error)
@@ -34,23 +38,6 @@ std::string SentenceOf(const std::exception& Error)
     const std::string path = pFileError->path1().native();
     return (path.empty() ? "The current folder" : path) +
            " can't be found: " + pFileError->code().message() + '.';
-}
-
-std::string OneLine(std::string Text)
-{
-    const auto isControl = [](char Character)
-    { return (Character >= 0 && Character < 0x20) || Character == 0x7F; };
-    std::replace_if(Text.begin(), Text.end(), isControl, '?');
-    // U+0080 to U+009F in UTF-8: some terminals take them for control characters, too.
-    for (std::size_t at = Text.find('\xC2'); at != std::string::npos;
-         at = Text.find('\xC2', at + 1))
-    {
-        if (at + 1 < Text.size() && static_cast<unsigned char>(Text[at + 1] - 0x80) < 0x20)
-        {
-            Text.replace(at, 2, "?");
-        }
-    }
-    return Text;
 }
 
 void PrintError(const std::string& Sentence)

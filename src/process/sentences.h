@@ -11,11 +11,11 @@
 /// What was thrown as one sentence, which names the path of a file-system error.
 std::string SentenceOf(const std::exception& Error);
 
-/// Text with '?' in place of control characters.
-std::string OneLine(std::string Text);
-
-/// Prints a text of several lines on standard output. False when that failed, which has been told then.
+/// Prints a text of several lines on standard output. Returns false when that failed, after saying so.
 bool PrintText(const std::string& Text);
+
+/// Says on standard error that standard output can't be written, for that Reason. False, and silent, without one.
+bool PrintWriteError(const std::string& Reason);
 
 /// Prints "movane: " and the sentence as one line on standard error.
 void PrintError(const std::string& Sentence);

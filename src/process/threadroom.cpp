@@ -31,3 +31,9 @@ bool HasRoomForThreads()
     }
     return bStarted;
 }
+
+std::string NoRoomForThreads(const std::string& Failure)
+{
+    return Failure +
+           ", there are too many processes or too little memory: end some programs and try again.";
+}

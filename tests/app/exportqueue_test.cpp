@@ -29,6 +29,7 @@ protected:
     explicit ExportQueueTest(bool bSocket = false)
         : Program({.pSocket =
                        bSocket ? std::make_unique<ExportSocket>(AppPaths::RuntimeDir()) : nullptr,
+                   .pEncoder = Encoder,
                    .RequestFrame = [this] { Wake.Post(); }})
     {
         WriteFile(Source, "pictures");
@@ -104,6 +105,7 @@ protected:
     std::vector<std::string> Told; ///< status texts and signals, in their order
     std::vector<EndedExport> Endings;
     std::vector<Movane::Notification> Notifications;
+    std::shared_ptr<WorkerChildren> Encoder = std::make_shared<WorkerChildren>();
     Application Program;
 };
 
@@ -319,6 +321,30 @@ TEST_F(ExportQueueFront, GetsOneMessageAtAStopAndSaysThatItStopped)
     EXPECT_EQ(Notifications[0].Type, Movane::NotificationInfo);
 }
 
+TEST_F(ExportQueueFront, IsNotLookedForAmongTheProcesses)
+{
+    FrontDoes("send progress encode 0.1\nawait\nsay stopped.\nsend failed stopped.\nexit 1\n");
+    Program.Exports().Add(Clip("a"));
+    RunUntil([this] { return Progress.size() > 3; }); // each look tells of the time
+    EXPECT_TRUE(Encoder->IsEmpty());
+    Program.Exports().Stop();
+    RunToTheEnd();
+    EXPECT_TRUE(Encoder->IsEmpty());
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+}
+
+TEST_F(ExportQueueFront, ThatCannotConnectIsStoppedBySignal)
+{
+    const EnvironmentGuard nobody("MOVANE_EXPORT_SOCKET", Folder.Path() / "nobody");
+    FrontDoes("make begun\npause\n");
+    Program.Exports().Add(Clip("a"));
+    RunUntil([this] { return IsThere("begun"); });
+    Program.Exports().Stop();
+    RunToTheEnd();
+    EXPECT_THAT(Outcomes(), ElementsAre(ExportOutcome::Stopped));
+    EXPECT_FALSE(Encoder->IsEmpty());
+}
+
 TEST_F(ExportQueueFront, ThatWasStoppedFromOutsideIsNoFailureEither)
 {
     FrontDoes("say stopped.\nsend failed stopped.\nexit 1\n");
@@ -399,7 +425,7 @@ TEST(ExportSocket, ReplacesASocketThatWasLeftButNoFile)
     const TempFolder other;
     WriteFile(other.Path() / "export.socket", "mine");
     RecordedLog log;
-    const ExportSocket refused(other.Path());
+    std::make_unique<ExportSocket>(other.Path()).reset();
     EXPECT_EQ(ReadFile(other.Path() / "export.socket"), "mine");
     EXPECT_EQ(log.TakeLines().size(), 1U);
 }

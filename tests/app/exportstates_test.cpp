@@ -6,8 +6,11 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -49,6 +52,13 @@ protected:
         States.Queue(Row);
         States.Begin(id);
         States.EndDone(Path);
+    }
+
+    void Stop(int Row)
+    {
+        States.Queue(Row);
+        States.Begin(States.IdOf(Row));
+        States.EndStopped();
     }
 
     std::vector<SavedClip> Clips = {NewClip("A"), NewClip("B"), NewClip("C")};
@@ -105,17 +115,32 @@ TEST_F(ExportStatesTest, AFailureKeepsItsReasonAndTheEarlierFile)
     EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = "/clips/a2.mkv"}));
 }
 
-TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBefore)
+TEST_F(ExportStatesTest, AStoppedOneIsWhatItWasBeforeAndSaysThatItWasStopped)
 {
     Export(0, "/clips/a.mkv");
     for (const int row : {0, 1})
     {
-        const ClipExport before = States.Of(row);
+        ClipExport expected = States.Of(row);
+        expected.bStopped = true;
+        Stop(row);
+        EXPECT_EQ(States.Of(row), expected);
         States.Queue(row);
-        States.Begin(States.IdOf(row));
-        States.EndStopped();
-        EXPECT_EQ(States.Of(row), before);
+        EXPECT_FALSE(States.Of(row).bStopped);
+        States.Withdraw(States.IdOf(row));
+        EXPECT_EQ(States.Of(row), expected);
     }
+}
+
+TEST_F(ExportStatesTest, AStopIsForgottenWhenAnotherExportEnds)
+{
+    Stop(0);
+    Export(0, "/clips/a.mkv");
+    EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = "/clips/a.mkv"}));
+    Stop(0);
+    States.Queue(0);
+    States.Begin(States.IdOf(0));
+    States.EndFailed("Clip export failed.");
+    EXPECT_FALSE(States.Of(0).bStopped);
 }
 
 TEST_F(ExportStatesTest, AWithdrawnOneIsWhatItWasBefore)
@@ -180,6 +205,97 @@ TEST_F(ExportStatesTest, AClipThatWasRenamedMayWaitTwice)
     EXPECT_EQ(StateOf(0), ExportState::Queued);
     States.Begin(id);
     States.EndDone("/clips/renamed.mkv");
+    EXPECT_EQ(StateOf(0), ExportState::Done);
+}
+
+// -- What becomes of files
+
+TEST_F(ExportStatesTest, AFileThatHasGoneIsNoneUntilItComesBack)
+{
+    const TempFolder folder;
+    const std::string file = (folder.Path() / "a.mkv").native();
+    WriteFile(file, "x");
+    Export(0, file);
+    EXPECT_FALSE(States.CheckFiles());
+    EXPECT_EQ(StateOf(0), ExportState::Done);
+    std::filesystem::remove(file);
+    EXPECT_EQ(StateOf(0), ExportState::Done); // nobody has looked
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(States.Of(0), ClipExport());
+    EXPECT_EQ(States.CountMissing(), 3);
+    EXPECT_FALSE(States.CheckFiles());
+    WriteFile(file, "x");
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(States.Of(0), (ClipExport{.State = ExportState::Done, .Path = file}));
+}
+
+TEST_F(ExportStatesTest, AFailureStaysOneWhenTheEarlierFileGoes)
+{
+    Export(0, "/nowhere/a.mkv");
+    States.Queue(0);
+    States.Begin(States.IdOf(0));
+    States.EndFailed("Clip export failed.");
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(States.Of(0),
+              (ClipExport{.State = ExportState::Failed, .Reason = "Clip export failed."}));
+}
+
+TEST_F(ExportStatesTest, ASourceOfAnotherSizeOrTimeOutdatesTheFile)
+{
+    const TempFolder folder;
+    const std::filesystem::path source = folder.Path() / "holiday.mp4";
+    const std::string file = (folder.Path() / "a.mkv").native();
+    WriteFile(file, "x");
+    WriteFile(source, "source");
+    for (const int row : {0, 1})
+    {
+        Clips[static_cast<std::size_t>(row)].SourcePath = source;
+        Export(row, file);
+        EXPECT_FALSE(States.CheckFiles());
+    }
+    const auto time = std::filesystem::last_write_time(source);
+    WriteFile(source, "longer source");
+    std::filesystem::last_write_time(source, time);
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(StateOf(0), ExportState::Outdated);
+    EXPECT_EQ(StateOf(1), ExportState::Outdated);
+    EXPECT_THAT(States.RowsToExport(), ElementsAre(0, 1, 2));
+
+    Export(0, file);
+    EXPECT_FALSE(States.CheckFiles());
+    EXPECT_EQ(StateOf(0), ExportState::Done);
+    std::filesystem::last_write_time(source, time + std::chrono::nanoseconds(1));
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(StateOf(0), ExportState::Outdated);
+}
+
+TEST_F(ExportStatesTest, ASourceThatChangesWhileItIsExportedOutdatesTheFile)
+{
+    const TempFolder folder;
+    const std::filesystem::path source = folder.Path() / "holiday.mp4";
+    const std::string file = (folder.Path() / "a.mkv").native();
+    WriteFile(source, "source");
+    WriteFile(file, "x");
+    Clips[0].SourcePath = source;
+    States.Queue(0);
+    States.Begin(States.IdOf(0));
+    WriteFile(source, "longer source");
+    States.EndDone(file);
+    EXPECT_TRUE(States.CheckFiles());
+    EXPECT_EQ(StateOf(0), ExportState::Outdated);
+}
+
+TEST_F(ExportStatesTest, ASourceThatIsAwayOutdatesNothing)
+{
+    const TempFolder folder;
+    const std::filesystem::path source = folder.Path() / "holiday.mp4";
+    const std::string file = (folder.Path() / "a.mkv").native();
+    WriteFile(source, "source");
+    WriteFile(file, "x");
+    Clips[0].SourcePath = source;
+    Export(0, file);
+    std::filesystem::remove(source);
+    EXPECT_FALSE(States.CheckFiles());
     EXPECT_EQ(StateOf(0), ExportState::Done);
 }
 
@@ -275,9 +391,10 @@ TEST_F(ExportStatesTest, WhatIsMissingOutdatedFailedOrGoneFromTheDiskIsToBeExpor
     States.Begin(States.IdOf(3));
     States.EndFailed("Clip export failed.");
     States.Queue(4);
+    EXPECT_TRUE(States.CheckFiles());
     EXPECT_THAT(States.RowsToExport(), ElementsAre(1, 2, 3, 5));
-    EXPECT_EQ(States.CountMissing(), 4);             // 2, 3, 4, 5
-    EXPECT_EQ(States.CountMissingAfterExports(), 3); // without 4
+    EXPECT_EQ(States.CountMissing(), 5);             // 1, 2, 3, 4, 5
+    EXPECT_EQ(States.CountMissingAfterExports(), 4); // without 4
 }
 
 TEST_F(ExportStatesTest, NothingIsToBeExportedTwice)
@@ -291,5 +408,39 @@ TEST_F(ExportStatesTest, NothingIsToBeExportedTwice)
     States.Queue(2);
     EXPECT_THAT(States.RowsToExport(), IsEmpty());
     EXPECT_EQ(States.CountMissingAfterExports(), 0);
+}
+TEST_F(ExportStatesTest, EveryChangeMovesTheRevision)
+{
+    std::uint64_t last = States.Revision();
+    const auto hasMoved = [&]
+    {
+        const std::uint64_t before = std::exchange(last, States.Revision());
+        return last > before;
+    };
+    Save("D");
+    EXPECT_TRUE(hasMoved());
+    Delete(3);
+    EXPECT_TRUE(hasMoved());
+    States.Queue(0);
+    EXPECT_TRUE(hasMoved());
+    States.Withdraw(States.IdOf(0));
+    EXPECT_TRUE(hasMoved());
+    for (const auto end : {+[](ExportStates& Each) { Each.EndDone("/a.mkv"); },
+                           +[](ExportStates& Each) { Each.EndFailed("Clip export failed."); },
+                           +[](ExportStates& Each) { Each.EndStopped(); }})
+    {
+        States.Queue(0);
+        EXPECT_TRUE(hasMoved());
+        States.Begin(States.IdOf(0));
+        EXPECT_TRUE(hasMoved());
+        States.Progress(0.5);
+        EXPECT_TRUE(hasMoved());
+        end(States);
+        EXPECT_TRUE(hasMoved());
+    }
+    States.Follow(-1);
+    static_cast<void>(States.Of(0));
+    static_cast<void>(States.CountMissing());
+    EXPECT_FALSE(hasMoved());
 }
 } // namespace

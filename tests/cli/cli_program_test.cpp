@@ -125,7 +125,7 @@ TEST_F(CliWrongCall, NamesASourceThatIsNoVideo)
 {
     WriteFile(Work / "text.mp4", "just a text\n");
     const auto inWork = [this](const char* Name) { return (Work / Name).native(); };
-    ExpectRefusal({"export", "", "--clip", "0-1"}, "SOURCE is empty: name a video file.");
+    ExpectRefusal({"export", "", "--clip", "0-1"}, "No file was named: give the path of a video.");
     ExpectRefusal({"export", "no.mp4", "--clip", "0-1"},
                   inWork("no.mp4") + " does not exist: check the name.");
     ExpectRefusal({"export", Work.native(), "--clip", "0-1"},
@@ -167,7 +167,8 @@ TEST_F(CliWrongCall, NamesAPathInAFolderThatIsGone)
     {
         fs::create_directory(Work);
         Setup.BeforeStart = [] { fs::remove(fs::current_path()); };
-        ExpectRefusal(arguments, "a has no place: No such file or directory.");
+        ExpectRefusal(arguments,
+                      "a can't be resolved, the current folder is gone: go to another one.");
     };
     inFolderThatIsGone({"export", "a", "--clip", "0-1"});
     inFolderThatIsGone({"export", SampleVideo(), "--clip", "0-1", "--recordings-dir", "a"});
@@ -747,11 +748,9 @@ protected:
     {
         const ProgramRun::End end = Program.Finish();
         EXPECT_EQ(end.ExitCode, 128 + Number);
-        EXPECT_THAT(
-            LinesOf(end.Err),
-            ElementsAre("movane: --clip \"a=0-1\": the export was stopped, "
-                        "and its unfinished file is removed.",
-                        "movane: Export stopped by " + Name + ": 0 of 2 clips are exported."));
+        EXPECT_THAT(LinesOf(end.Err),
+                    ElementsAre("movane: --clip \"a=0-1\": Clip export failed: stopped.",
+                                "movane: Exported 0 of 2 clips, then stopped by " + Name + '.'));
         EXPECT_THAT(end.Out, Not(HasSubstr("Saved b")));
         EXPECT_THAT(NamesIn(Clips), IsEmpty());
         ExpectNothingLeft();
@@ -832,7 +831,7 @@ TEST_F(CliStop, ExportsNothingWhenTheSignalIsThereFirst)
         const ProgramRun::End end = Export({"--clip", "a=0-1"});
         EXPECT_EQ(end.ExitCode, 128 + number);
         EXPECT_EQ(end.Out, "");
-        EXPECT_THAT(end.Err, EndsWith(": 0 of 1 clips are exported.\n"));
+        EXPECT_THAT(end.Err, HasSubstr("Exported 0 of 1 clips, then stopped by SIG"));
         EXPECT_EQ(fake.Runs(), 0U);
         EXPECT_FALSE(fs::exists(Recordings));
     }
@@ -846,8 +845,7 @@ TEST_F(CliStop, KeepsTheClipsThatWereDone)
     run->Signal(SIGINT);
     const ProgramRun::End end = run->Finish();
     EXPECT_EQ(end.ExitCode, 130);
-    EXPECT_THAT(end.Err,
-                EndsWith("movane: Export stopped by SIGINT: 1 of 2 clips are exported.\n"));
+    EXPECT_THAT(end.Err, EndsWith("movane: Exported 1 of 2 clips, then stopped by SIGINT.\n"));
     EXPECT_THAT(NamesIn(Clips), ElementsAre("clip_00000_a.mkv"));
     ExpectNothingLeft();
 }
@@ -1068,7 +1066,7 @@ TEST_F(CliRealExport, EndsInOrderWhenItIsStopped)
         run.SignalGroup(number);
         const ProgramRun::End end = run.Finish();
         EXPECT_EQ(end.ExitCode, 128 + number);
-        EXPECT_THAT(end.Err, EndsWith(": 0 of 2 clips are exported.\n"));
+        EXPECT_THAT(end.Err, HasSubstr("Exported 0 of 2 clips, then stopped by "));
         EXPECT_THAT(NamesIn(Clips), IsEmpty());
         ExpectNothingLeft();
     }

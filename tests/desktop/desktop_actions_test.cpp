@@ -68,13 +68,13 @@ private Q_SLOTS:
         QVERIFY(owners.contains("I"));
     }
 
-    void EveryActionHasANameATooltipAndAHandler()
+    void EveryActionHasANameATooltipAndAFunction()
     {
         for (const ActionInfo& info : ActionTable())
         {
             QVERIFY(!QString(info.Name).isEmpty());
             QVERIFY2(QString(info.Tooltip).endsWith('.'), info.Name);
-            QVERIFY2(info.Handler != nullptr, info.Name);
+            QVERIFY2(info.Do != nullptr, info.Name);
         }
     }
 

@@ -244,7 +244,7 @@ private Q_SLOTS:
         QTRY_VERIFY(stage.NowSec() > 3.0 && stage.NowSec() < 3.9);
         QVERIFY(stage.Document().IsPlayingBackward());
         stage.Save(2.0, 3.0, "Clip");
-        stage.Acts.JumpToOut();
+        stage.Acts.Run(ActionId::JumpToOut);
         QVERIFY(stage.NowSec() > 2.0);
         QTRY_VERIFY(stage.NowSec() < 2.9);
         QVERIFY(stage.NowSec() > 1.5);

@@ -5,7 +5,6 @@
 #include "desktop/actions/desktopopen.h"
 #include "desktop/clips/cliptablemodel.h"
 #include "desktop/desktopstage.h"
-#include "desktop/export/encodercheck.h"
 #include "desktop/export/exportbar.h"
 #include "desktop/notify/notificationcard.h"
 #include "support/fakeffmpeg.h"
@@ -92,6 +91,15 @@ struct ExportStage
         pStage->Activate(pStage->Main());
         pStage->Settle();
         return enabled.join(", ");
+    }
+    /// Does something while another program has the keyboard.
+    template <typename Work> void GoElsewhere(Work Do)
+    {
+        QWidget other;
+        other.show();
+        pStage->Activate(other);
+        Do();
+        pStage->Activate(pStage->Main());
     }
     std::filesystem::path Output() const
     {
@@ -599,6 +607,25 @@ private Q_SLOTS:
         QVERIFY(!std::filesystem::exists(stage.FileOf("Middle")));
     }
 
+    void AllSelectedClipsThatWaitAreRemovedFromTheQueue()
+    {
+        using enum ExportState;
+        QueueStage stage;
+        stage->Save(0.0, 2.0, "Last");
+        stage->Press(Qt::Key_E);
+        stage.ClickRow(3);
+        stage.ClickRow(2, Qt::ControlModifier);
+        stage.ClickRow(0, Qt::ControlModifier); // the current one, which runs
+        QVERIFY(stage.ChooseInMenu("Remove from queue").contains("Remove from queue"));
+        QTRY_COMPARE(stage.StateOf(3), None);
+        QCOMPARE(stage.States(), std::vector({Running, Queued, None}));
+        stage.ClickRow(2);
+        stage.ClickRow(3, Qt::ControlModifier);
+        QVERIFY(!stage.ChooseInMenu().contains("Remove from queue"));
+        stage->Acts.StopAllExports();
+        QTRY_VERIFY(!stage.IsRunning());
+    }
+
     void AClipIsExportedAgainAlone()
     {
         ExportStage stage;
@@ -627,8 +654,58 @@ private Q_SLOTS:
         stage.ChooseInMenu("Open folder");
         QTRY_COMPARE(opener.Lines().value(0), address.left(address.lastIndexOf('/')));
         std::filesystem::remove(stage.Output());
-        stage.ChooseInMenu("Open file");
+        stage->Acts.OpenClipFile();
+        stage->Settle();
         QCOMPARE(stage->Status(), "The clip has no file: export it.");
+    }
+
+    void TheMenuKnowsThatAFileHasGone()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        std::filesystem::remove(stage.Output());
+        QCOMPARE(stage.ChooseInMenu(), "Load, To In, To Out, Export, Edit name, Delete");
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro");
+    }
+
+    void AFileThatHasGoneIsSeenWhenTheWindowIsActiveAgain()
+    {
+        ExportStage stage;
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        stage.GoElsewhere([&] { std::filesystem::remove(stage.Output()); });
+        QTRY_COMPARE(stage.StateOf(0), ExportState::None);
+        stage->Press(Qt::Key_E, Qt::ShiftModifier);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QVERIFY(stage.HasOutput());
+    }
+
+    void AVideoThatWasRewrittenIsSeenWhenTheWindowIsActiveAgain()
+    {
+        ExportStage stage;
+        const std::filesystem::path source = stage.Folder.Path() / "source.mp4";
+        std::filesystem::copy_file(Environment().One(), source);
+        QVERIFY(stage->OpenFile(source));
+        stage->Acts.DeleteClip();
+        stage->Save(0.0, 1.0, "Intro");
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage->Exports().IsRunning());
+        QCOMPARE(stage.StateOf(0), ExportState::Done);
+        stage.GoElsewhere([] {});
+        QCOMPARE(stage.StateOf(0), ExportState::Done);
+        stage.GoElsewhere(
+            [&]
+            {
+                std::filesystem::last_write_time(source, std::filesystem::last_write_time(source) +
+                                                             std::chrono::seconds(1));
+            });
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Outdated);
+        QTRY_VERIFY(stage.NameText(0, Qt::ToolTipRole).contains("changed since its export"));
+        stage->Press(Qt::Key_E, Qt::ShiftModifier);
+        QTRY_COMPARE(stage.StateOf(0), ExportState::Done);
+        QCOMPARE(stage.Ffmpeg.Runs(), std::size_t{2});
     }
 
     void EachStateHasAPictureOfItsOwn()
@@ -705,18 +782,6 @@ private Q_SLOTS:
         stage.Press(Qt::Key_E);
         QCOMPARE(stage.Status(), "MOVANE_FFMPEG_BIN is not executable: /nonexistent/ffmpeg");
         QVERIFY(!stage.Exports().IsRunning());
-    }
-
-    void WithoutAnEncoderTheInstallCommandIsTold()
-    {
-        const TempFolder folder;
-        QVERIFY(EncoderProblem({}, {}).find("sudo apt install ffmpeg") != std::string::npos);
-        QVERIFY(EncoderProblem(" \t", {}).find("sudo apt install ffmpeg") != std::string::npos);
-        const FakeFfmpeg ffmpeg(folder.Path());
-        QCOMPARE(EncoderProblem({}, ffmpeg.Path()), std::string());
-        QCOMPARE(EncoderProblem(" \t" + ffmpeg.Path() + "\r\n", {}), std::string());
-        QVERIFY(!EncoderProblem('\v' + ffmpeg.Path(), {}).empty()); // a part of the name
-        QVERIFY(!EncoderProblem(folder.Path().native(), ffmpeg.Path()).empty()); // no program
     }
 
     void AnExportWhoseJobThrowsIsToldAndTheNextOneWorks()
@@ -822,11 +887,40 @@ private Q_SLOTS:
         QObject::connect(&stage->Running, &Session::NotificationQueued, &stage->Main(),
                          [&](const Movane::Notification& Told) { told.append(Told); });
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         QCOMPARE(told.size(), 1);
         QCOMPARE(told.first().Type, Movane::NotificationInfo);
         QCOMPARE(stage.StateOf(0), ExportState::None);
+    }
+
+    void ARowSaysThatItsExportWasStopped()
+    {
+        SlowStage stage;
+        const auto stop = [&]
+        {
+            stage->Press(Qt::Key_E);
+            QTRY_VERIFY(stage->Exports().Running() != nullptr);
+            stage->Acts.StopExport();
+            QTRY_VERIFY(!stage.IsRunning());
+        };
+        stop();
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro, export stopped");
+        stage.LetItFail();
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage.IsRunning());
+        stop();
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole),
+                 "Intro, Clip export failed: disk full (last export stopped)");
+        stage.LetItEnd();
+        stage->Press(Qt::Key_E);
+        QTRY_VERIFY(!stage.IsRunning());
+        QCOMPARE(stage.NameText(0, Qt::AccessibleTextRole), "Intro, exported");
+        stage->Panel().Clips[0].EndSec = 1.5;
+        stop();
+        QCOMPARE(stage.StateOf(0), ExportState::Outdated);
+        QCOMPARE(stage.NameText(0, Qt::ToolTipRole),
+                 "<span>Intro<br>changed since its export (last export stopped)</span>");
     }
 
     void TheButtonKeepsTheKeyboardFromOneExportToTheNext()
@@ -838,7 +932,7 @@ private Q_SLOTS:
         stage.AwaitRuns(2);
         QCoreApplication::processEvents();
         QVERIFY(stop.hasFocus());
-        stage->Acts.StopAllExports();
+        stage->Acts.Run(ActionId::StopAllExports);
         QTRY_VERIFY(!stage.IsRunning());
     }
 
@@ -847,17 +941,22 @@ private Q_SLOTS:
         SlowStage stage;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
         stage->Running.Frame();
-        stage->Acts.StopExport(); // the encoder may not be there yet
+        stage->Acts.Run(ActionId::StopExport); // the encoder may not be there yet
         QTRY_VERIFY(!stage.IsRunning());
         QVERIFY(stage->Status().startsWith("Clip export failed"));
         QVERIFY(!stage.HasOutput());
+        // Also before the panel was asked.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_E);
+        stage->Acts.StopExport();
+        QTRY_VERIFY(!stage.IsRunning());
+        QCOMPARE(stage.StateOf(0), ExportState::None);
     }
 
     void AnExportAfterAStoppedOneSucceeds()
     {
         SlowStage stage;
         stage.Begin();
-        stage->Acts.StopExport();
+        stage->Acts.Run(ActionId::StopExport);
         QTRY_VERIFY(!stage.IsRunning());
         stage.LetItEnd();
         stage->Press(Qt::Key_E);

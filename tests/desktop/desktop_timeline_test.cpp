@@ -1,12 +1,15 @@
 #include "desktop/look/theme.h"
 #include "desktop/timeline/timelineaccessible.h"
+#include "desktop/timeline/timelinepainter.h"
 #include "desktop/timeline/timelinewidget.h"
 #include "host/mvtheme.h"
 #include "support/extremes.h"
+#include "support/touchedmemory.h"
 
 #include <QAccessible>
 #include <QHelpEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPixmap>
 #include <QSignalSpy>
 #include <QTest>
@@ -15,7 +18,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <random>
 #include <vector>
 
 namespace
@@ -41,7 +47,7 @@ TimelineState WithRange(double StartSec, double EndSec)
 
 TimelineClip Clip(int Row, double StartSec, double EndSec)
 {
-    return {Row, QString("Clip %1").arg(Row), Qt::green, StartSec, EndSec, false};
+    return {Row, QString("Clip %1").arg(Row), Qt::green, StartSec, EndSec};
 }
 
 TimelineState WithClips(const QList<TimelineClip>& Clips)
@@ -558,8 +564,9 @@ private Q_SLOTS:
         {
             clips.push_back(Clip(row, 2.0, 8.0));
         }
-        clips[0].bSelected = true;
-        pTimeline->SetState(WithClips(clips));
+        TimelineState state = WithClips(clips);
+        state.SelectedRow = 0;
+        pTimeline->SetState(state);
         Click(OnLane(0, 5.0));
         QCOMPARE(pPicks->at(0).at(0).toInt(), 0);
     }
@@ -811,6 +818,86 @@ private Q_SLOTS:
         QTRY_VERIFY(paints.Count > 0);
     }
 
+    void APlayheadThatMovesHasNoClipPaintedAnew()
+    {
+        QList<TimelineClip> clips;
+        for (int row = 0; row < 10000; ++row)
+        {
+            clips.append(Clip(row, 0.002 * row, 0.002 * row + 0.001));
+        }
+        const TimelineState state = WithClips(clips);
+        pTimeline->SetState(state);
+        clips.clear();
+        const PaintCount paints(*pTimeline);
+        pTimeline->repaint();
+        QCOMPARE(paints.Count, 1);
+        TouchedMemory touched;
+        QVERIFY(touched.Watch(state.Clips));
+        SetPlayhead(7.0);
+        pTimeline->repaint();
+        SetPlayhead(12.0);
+        pTimeline->repaint();
+        QCOMPARE(paints.Count, 3);
+        QCOMPARE(touched.TouchedCount(), 0);
+        pTimeline->ZoomIn();
+        pTimeline->repaint();
+        QCOMPARE(touched.TouchedCount(), 1);
+    }
+
+    // What is kept of an earlier painting must be what a new one would be.
+    void APictureIsTheSameAsPaintedAnew()
+    {
+        const std::uint32_t seed = std::random_device()();
+        qInfo("seed %u", seed);
+        std::mt19937 random(seed);
+        const auto upTo = [&](int Most) { return std::uniform_int_distribution(0, Most)(random); };
+        TimelineState state = TwentySeconds();
+        const std::vector<std::function<void()>> changes = {
+            [&] { state.PlayheadSec = upTo(20); },
+            [&] {
+                state.Clips = {Clip(0, upTo(9), upTo(20)), Clip(1, upTo(9), upTo(20))};
+            },
+            [&] { state.SelectedRow = upTo(2) - 1; },
+            [&] {
+                state.Markers.append({1.0 * upTo(20), "A marker", Qt::red});
+            },
+            [&]
+            {
+                state.bHasRange = upTo(1) == 1;
+                state.RangeStartSec = upTo(20);
+                state.RangeEndSec = upTo(20);
+            },
+            [&] { state.PendingInSec = upTo(20); },
+            [&] { state.PendingOutSec.reset(); },
+            [&] { state.DurationSec = 20.0 + upTo(3); },
+            [&] { pTimeline->ZoomIn(); },
+            [&] { pTimeline->ZoomToFit(); },
+            [&] { pTimeline->TurnPages(upTo(2) - 1); },
+            [&] { pTimeline->resize(800 + upTo(300), 90 + upTo(60)); },
+            [&] { Move(QPoint(upTo(800), upTo(80))); },
+            [&]
+            {
+                MvTheme::SetTextScale(1.0 + upTo(1));
+                Theme::Apply();
+            },
+        };
+        for (int i = 0; i < 300; ++i)
+        {
+            changes[static_cast<std::size_t>(upTo(static_cast<int>(changes.size()) - 1))]();
+            pTimeline->SetState(state);
+            const double ratio = 1.0 + upTo(1);
+            QImage anew((QSizeF(pTimeline->size()) * ratio).toSize(), QImage::Format_RGB32);
+            anew.setDevicePixelRatio(ratio);
+            QPainter painter(&anew);
+            PaintMarking(painter, pTimeline->Picture());
+            PaintHands(painter, pTimeline->Picture());
+            painter.end();
+            QCOMPARE(Picture(*pTimeline, ratio), anew);
+        }
+        MvTheme::SetTextScale(1.0);
+        Theme::Apply();
+    }
+
     void ThePlayheadStandsAtItsTimeAtEveryDisplayScale()
     {
         for (const double ratio : {1.0, 2.0})
@@ -829,8 +916,9 @@ private Q_SLOTS:
     {
         TimelineClip clip = Clip(0, 5.0, 10.0);
         clip.Color = QColor(250, 143, 56);
-        clip.bSelected = true;
-        pTimeline->SetState(WithClips({clip}));
+        TimelineState state = WithClips({clip});
+        state.SelectedRow = 0;
+        pTimeline->SetState(state);
         const QPoint place = OnLane(0, 9.5);
         QCOMPARE(Picture(*pTimeline, 1.0).pixelColor(place), clip.Color);
         QVERIFY(Picture(*pTimeline, 1.0).pixelColor(OnLane(0, 10.5)) != clip.Color);

@@ -233,7 +233,7 @@ public:
     {
         Running.TargetDocument()->Timeline().SetRangeSelection(InSec, OutSec, false);
         Running.Records().NameInput.SetText(Name, true);
-        Acts.SaveClip();
+        Acts.Run(ActionId::SaveClip);
         Settle();
     }
 

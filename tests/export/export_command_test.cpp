@@ -159,6 +159,17 @@ TEST(EncoderProgress, IsTheClipsOwnAfterASeekToIn)
     EXPECT_EQ(progress.Message().Fraction, 0.5);
 }
 
+TEST(EncoderProgress, GoesOnFromThatOfAnEarlierCut)
+{
+    const ExportMessage earlier = {ExportMessageType::Progress, {}, ExportPhase::Encode, 0.5};
+    EncoderProgress progress({"a.avi", 16'000, 2'000, "b.mkv"}, {}, 32.0, earlier);
+    EXPECT_EQ(progress.Message(), earlier);
+    progress.TakeReadPart(0.25);
+    EXPECT_EQ(progress.Message().Fraction, 0.625);
+    progress.Take("out_time_us=1000000\n");
+    EXPECT_EQ(progress.Message().Fraction, 0.875);
+}
+
 TEST_F(EncoderCommand, ReadsItsSourceFromFrontToEnd)
 {
     const std::string path = (Work / "source").native();

@@ -3,6 +3,7 @@
 #include "export/packetsof.h"
 #include "export/panelcommand.h"
 #include "export/tsclock.h"
+#include "support/fakeapplication.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -279,6 +280,43 @@ TEST_F(MatroskaCut, ThatLacksSoundIsMadeAgainByThePlainCommand)
         EXPECT_EQ(PacketsOf(Output()), PacketsOf((Work / "plain.mkv").native())) << less;
         fs::remove(Output());
     }
+}
+
+TEST_F(MatroskaCut, ThatIsMadeAgainTellsNoLessThanBefore)
+{
+    const std::string film = (Work / "film.mkv").native();
+    MakeMedia(PictureAndSound + std::string(X264 AAC " -t 12"), film);
+    FakeApplication application(Work / "socket");
+    Setup.Environment["MOVANE_EXPORT_SOCKET"] = (Work / "socket").native();
+    // The first one says how far it is, and waits until that was heard.
+    FfmpegIs("case \"$*\" in *-ss*-i*) ;; *) exec $real \"$@\";; esac\n"
+             "for word do case $word in pipe:*) fd=${word#pipe:};; esac; done\n"
+             "echo out_time_us=1000000 >/proc/self/fd/$fd\n"
+             "until [ -e \"$HOME/go\" ]; do sleep 0.01; done\n"
+             "for word do shift; [ \"$word\" = -f ] && set -- \"$@\" -an; set -- \"$@\" \"$word\"; "
+             "done\nexec $real \"$@\"");
+    const auto run = Start(ExportArguments(film, "8.000", "2.000", Output()));
+    application.Accept();
+    ExportPhase phase = ExportPhase::Seek;
+    double fraction = 0.0;
+    while (const std::optional<ExportMessage> message = application.Receive())
+    {
+        if (message->Type != ExportMessageType::Progress)
+        {
+            continue;
+        }
+        EXPECT_GE(message->Phase, phase);
+        EXPECT_GE(message->Fraction, fraction);
+        EXPECT_EQ(message->Fraction == 1.0, message->Phase == ExportPhase::Finish);
+        phase = message->Phase;
+        fraction = message->Fraction;
+        if (phase == ExportPhase::Encode)
+        {
+            WriteFile(Work / "go", "");
+        }
+    }
+    EXPECT_EQ(run->Finish().ExitCode, 0);
+    EXPECT_EQ(fraction, 1.0);
 }
 
 namespace

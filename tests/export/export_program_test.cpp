@@ -316,9 +316,8 @@ TEST_F(EncoderSource, ThatNamesOtherFilesIsRefusedAndNothingElseOpened)
     {
         const ProgramRun::End end = Export((Work / name).native(), "0.000", "1.000");
         EXPECT_EQ(end.ExitCode, 1);
-        EXPECT_EQ(end.Err,
-                  name + " is not exported, for its format (" + format +
-                      ") is not one of the video files that are: convert it and export again.\n");
+        EXPECT_EQ(end.Err, name + " has the format " + format +
+                               ", which is not supported: convert it, or choose another video.\n");
     }
     EXPECT_FALSE(fs::exists(Work / "begun"));
     EXPECT_THAT(ClipNames(), IsEmpty());
@@ -329,11 +328,11 @@ TEST_F(EncoderSource, ThatCanNotBeReadIsToldInASentence)
     WriteFile(Work / "text.mp4", "no video");
     ASSERT_EQ(mkfifo((Work / "pipe.mp4").c_str(), 0600), 0);
     EXPECT_EQ(Export((Work / "none.mp4").native(), "0.000", "1.000").Err,
-              "none.mp4 can't be read: No such file or directory.\n");
+              "none.mp4 does not exist: check the name.\n");
     EXPECT_EQ(Export((Work / "pipe.mp4").native(), "0.000", "1.000").Err,
-              "pipe.mp4 is not a file: choose a video file.\n");
+              "pipe.mp4 is not a regular file: choose a video.\n");
     EXPECT_EQ(Export(Work.native(), "0.000", "1.000").Err,
-              "work is not a file: choose a video file.\n");
+              "work is a folder: choose a video in it.\n");
     EXPECT_THAT(Export((Work / "text.mp4").native(), "0.000", "1.000").Err,
                 StartsWith("text.mp4 can't be read as a video: "));
     EXPECT_THAT(ClipNames(), IsEmpty());
@@ -357,8 +356,7 @@ TEST_F(EncoderSource, WithAStrangeNameIsToldInOneLine)
     Setup.Environment["MOVANE_EXPORT_SOCKET"] = (Work / "socket").native();
     const ProgramRun::End end =
         Export((Work / "stopped.\n\x1B[31m\x7F\xC3\xA4.mp4").native(), "0.000", "1.000");
-    const std::string sentence =
-        "stopped.??[31m?\xC3\xA4.mp4 can't be read: No such file or directory.";
+    const std::string sentence = "stopped.??[31m?\xC3\xA4.mp4 does not exist: check the name.";
     EXPECT_EQ(end.Err, sentence + '\n');
     application.Accept();
     EXPECT_EQ(application.ReceiveAll().back(), (ExportMessage{Type::Failed, sentence}));

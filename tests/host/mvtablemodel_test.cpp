@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 namespace
@@ -210,5 +211,43 @@ TEST(MvTableModel, CopiesACellToAColumnPastTheEndOfItsRow)
     model.Rows[0].shrink_to_fit();
     model.SetCell(0, 2, *model.CellAt(0, 0));
     EXPECT_THAT(model.Rows[0], ElementsAre(longText, "b0", longText));
+}
+TEST(MvTableModel, EveryChangeMovesTheRevision)
+{
+    using Change = void (*)(MvTableModel&);
+    const Change changes[] = {
+        [](MvTableModel& Model) { Model.SetHeaders({"X"}); },
+        [](MvTableModel& Model)
+        {
+            const MvTableModel::RowList rows = {{"x"}};
+            Model.SetRows(rows);
+        },
+        [](MvTableModel& Model) { Model.SetRows({{"x"}}); },
+        [](MvTableModel& Model) { Model.AddRow({"x"}); },
+        [](MvTableModel& Model) { Model.ClearRows(); },
+        [](MvTableModel& Model) { Model.ResizeRows(1); },
+        [](MvTableModel& Model) { Model.EnsureRowWidth(0, 3); },
+        [](MvTableModel& Model) { Model.SetCell(1, 1, "x"); },
+        [](MvTableModel& Model) { Model.MarkChanged(); },
+    };
+    for (const Change change : changes)
+    {
+        MvTableModel model = TwoByTwo();
+        const std::uint64_t before = model.Revision();
+        change(model);
+        EXPECT_GT(model.Revision(), before) << &change - changes;
+    }
+}
+
+TEST(MvTableModel, ReadingLeavesTheRevision)
+{
+    MvTableModel model = TwoByTwo();
+    const std::uint64_t before = model.Revision();
+    static_cast<void>(model.CellAt(0, 0));
+    static_cast<void>(model.RowAt(7));
+    static_cast<void>(model.HeaderAt(1));
+    model.SetCell(7, 0, "lost");
+    model.EnsureRowWidth(-1, 3);
+    EXPECT_EQ(model.Revision(), before);
 }
 } // namespace

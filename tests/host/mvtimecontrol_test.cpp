@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -255,5 +257,51 @@ TEST(MvTimeControl, IsAControlThatIsFoundByItsType)
     MvTimeControl timeline;
     MvChildWindow* const child = &timeline;
     EXPECT_EQ(dynamic_cast<MvTimeControl*>(child), &timeline);
+}
+TEST(MvTimeControl, RemovesTheFirstMarkerAtATimeAndTellsOfIt)
+{
+    MvTimeControl timeline;
+    for (const double sec : {1.0, 2.0, 2.0, 3.0})
+    {
+        timeline.SetDisplayedTimeSec(sec);
+        timeline.AddMarkerAtCurrentTime();
+    }
+    const ChangeCount changes(timeline);
+    timeline.RemoveMarkerAt(2.0);
+    ASSERT_THAT(timeline.Markers, SizeIs(3));
+    EXPECT_EQ(timeline.Markers[1].Label, "Marker 3");
+    EXPECT_EQ(changes.Count, 1);
+    for (const double sec : {2.5, Infinity, NotANumber})
+    {
+        timeline.RemoveMarkerAt(sec);
+    }
+    EXPECT_THAT(timeline.Markers, SizeIs(3));
+    EXPECT_EQ(changes.Count, 1);
+}
+
+TEST(MvTimeControl, EveryChangeOfTheMarkersMovesTheirRevision)
+{
+    MvTimeControl timeline;
+    std::uint64_t last = timeline.MarkersRevision();
+    const auto hasMoved = [&]
+    {
+        const std::uint64_t before = std::exchange(last, timeline.MarkersRevision());
+        return last > before;
+    };
+    timeline.AddMarkerAtCurrentTime();
+    EXPECT_TRUE(hasMoved());
+    timeline.RemoveMarkerAt(0.0);
+    EXPECT_TRUE(hasMoved());
+    timeline.ShowSource("/a", 10.0);
+    EXPECT_TRUE(hasMoved());
+    timeline.MarkMarkersChanged();
+    EXPECT_TRUE(hasMoved());
+
+    timeline.RemoveMarkerAt(1.0);
+    timeline.ShowSource("/a", 11.0);
+    timeline.SetDisplayedTimeSec(2.0);
+    timeline.SetRangeSelection(1.0, 2.0, false);
+    timeline.ClearRangeSelection(false);
+    EXPECT_FALSE(hasMoved());
 }
 } // namespace

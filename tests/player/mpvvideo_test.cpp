@@ -425,8 +425,8 @@ TEST_F(MpvVideoTest, RefusesAFormatThatLeadsElsewhereAndNamesIt)
     for (const auto& [path, format] : formats)
     {
         EXPECT_FALSE(Open(path));
-        EXPECT_EQ(Error, path + " is not opened, for its format (" + format +
-                             ") is not one of the video files that are: choose another video.");
+        EXPECT_EQ(Error, path + " has the format " + format +
+                             ", which is not supported: convert it, or choose another video.");
         EXPECT_EQ(pVideo->FilePath, "");
     }
 }

@@ -9,6 +9,7 @@
 //     write           writes OUTPUT
 //     once            ends well, with OUTPUT written, if this line was reached before
 //     await           waits for a packet of the application, or its end; writes it to OUTPUT.told
+//     pause           does nothing until a signal comes
 //     say TEXT        writes a line to standard error
 //     exit N          ends
 
@@ -86,6 +87,10 @@ int main(int argc, char** argv)
             const ssize_t size = recv(fd, packet.data(), packet.size(), 0);
             Write(output.native() + ".told",
                   size > 0 ? std::string(packet.data(), static_cast<std::size_t>(size)) : "end");
+        }
+        else if (word == "pause")
+        {
+            pause();
         }
         else if (word == "say")
         {

@@ -46,7 +46,7 @@ ActionSet::ActionSet(QWidget& Window, Commands& Target)
         auto* const action = new QAction(QString::fromUtf8(info.Name), this);
         action->setToolTip(TooltipOf(info));
         action->setShortcuts(KeysOf(info));
-        connect(action, &QAction::triggered, &Target, info.Handler);
+        connect(action, &QAction::triggered, &Target, [&Target, &info] { Target.Run(info.Id); });
         Window.addAction(action);
         Actions.push_back(action);
     }
@@ -60,17 +60,20 @@ QAction* ActionSet::Get(ActionId Id) const
     return Actions.at(static_cast<std::size_t>(Id));
 }
 
-void ActionSet::EnableFor(const ClipExport& Export) const
+void ActionSet::EnableFor(const ExportStates& States, int Row, const std::vector<int>& Rows) const
 {
+    const ClipExport shown = States.Of(Row);
+    const auto waits = [&](int Selected)
+    { return States.Of(Selected).State == ExportState::Queued; };
     using enum ActionId;
     for (const ActionId id : {OpenClipFile, OpenClipFolder, CopyClipPath})
     {
-        Get(id)->setEnabled(!Export.Path.empty());
+        Get(id)->setEnabled(!shown.Path.empty());
     }
     Get(ExportAgain)
-        ->setEnabled(Export.State == ExportState::Done || Export.State == ExportState::Failed ||
-                     Export.State == ExportState::Outdated);
-    Get(RemoveFromQueue)->setEnabled(Export.State == ExportState::Queued);
+        ->setEnabled(shown.State == ExportState::Done || shown.State == ExportState::Failed ||
+                     shown.State == ExportState::Outdated);
+    Get(RemoveFromQueue)->setEnabled(waits(Row) || std::ranges::any_of(Rows, waits));
 }
 
 void ActionSet::SwitchPlainKeys(QWidget* pFocused)

@@ -13,23 +13,26 @@
 
 #include <vector>
 
-struct ClipExport;
+class ExportStates;
 
 class ActionSet : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Adds an action for each table entry to Window, each calling its handler on Target. Both must
+    /// Adds an action for each table entry to Window, each run by Target. Both must
     /// outlive the set.
     ActionSet(QWidget& Window, Commands& Target);
 
     /// The action; its tooltip names the keys. Owned by the set.
     QAction* Get(ActionId Id) const;
 
-    /// Enables of the actions on one clip's file and export those that make sense now, for a menu that is
+    /// Enables of the actions on clips' files and exports those that make sense now, for a menu that is
     /// about to be shown. None of them has a key.
-    void EnableFor(const ClipExport& Export) const;
+    ///
+    /// Row   the current row, -1 without one.
+    /// Rows  all selected ones where there are several, else empty.
+    void EnableFor(const ExportStates& States, int Row, const std::vector<int>& Rows) const;
 
 private:
     void SwitchPlainKeys(QWidget* pFocused);

@@ -1,130 +1,182 @@
 #include "desktop/actions/actiontable.h"
 
 #include "desktop/actions/commands.h"
+#include "desktop/actions/desktopopen.h"
+#include "desktop/session/session.h"
+#include "desktop/session/videodocument.h"
 
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
 #include <QKeySequence>
 #include <QStringList>
 
 #include <array>
 #include <cassert>
 #include <cstddef>
+#include <filesystem>
+#include <string>
 
 namespace
 {
 using enum ActionId;
 using Group = ActionGroup;
+using Panel = MvClipControlPanel;
+
+constexpr double VolumeStepPercent = 5.0;
+
+// Calls a method of the commands, or emits a signal of theirs, with these arguments.
+template <auto Member, auto... Arguments> void Call(Commands& Target, Session&)
+{
+    (Target.*Member)(Arguments...);
+}
+
+void OpenFolderOf(const std::string& Path)
+{
+    OpenWithDesktop(std::filesystem::path(Path).parent_path().native());
+}
+
+void CopyPath(const std::string& Path)
+{
+    QGuiApplication::clipboard()->setText(QFile::decodeName(Path.c_str()));
+}
 
 constexpr auto Table = std::to_array<ActionInfo>({
     {OpenFile, Group::File, "Open…", "Ctrl+O", "Opens a video in this window.",
-     &Commands::OpenFile},
+     Call<&Commands::OpenRequested>},
     {NewVideoWindow, Group::File, "New video window", "Ctrl+N",
-     "Opens another window with a video and a timeline of its own.", &Commands::NewVideoWindow},
+     "Opens another window with a video and a timeline of its own.",
+     Call<&Commands::NewWindowRequested>},
     {CloseWindow, Group::File, "Close window", "Ctrl+W", "Closes this window.",
-     &Commands::CloseWindow},
-    {Quit, Group::File, "Quit", "Ctrl+Q", "Ends the program.", &Commands::Quit},
+     Call<&Commands::CloseRequested>},
+    {Quit, Group::File, "Quit", "Ctrl+Q", "Ends the program.", Call<&Commands::QuitRequested>},
 
     {PlayPause, Group::Playback, "Play or pause", "Space", "Plays or pauses.",
-     &Commands::PlayPause},
+     Call<&Commands::PlayPause>},
     {PlayBackward, Group::Playback, "Play slower or back", "J",
-     "Halves the speed; from normal speed on plays backward.", &Commands::PlayBackward},
-    {PlayStop, Group::Playback, "Stop", "K", "Pauses at normal speed.", &Commands::PlayStop},
+     "Halves the speed; from normal speed on plays backward.", Call<&Commands::PlayBackward>},
+    {PlayStop, Group::Playback, "Stop", "K", "Pauses at normal speed.", Call<&Commands::PlayStop>},
     {PlayForward, Group::Playback, "Play or faster", "L",
-     "Plays; when it plays already, doubles the speed.", &Commands::PlayForward},
-    {StepFrameBack, Group::Playback, "Previous frame", ",", "One frame back.", &Commands::StepBack},
-    {StepFrameForward, Group::Playback, "Next frame", ".", "One frame on.", &Commands::StepForward},
+     "Plays; when it plays already, doubles the speed.", Call<&Commands::PlayForward>},
+    {StepFrameBack, Group::Playback, "Previous frame", ",", "One frame back.",
+     Call<&Commands::Step, SeekRequest::StepFrameBack>},
+    {StepFrameForward, Group::Playback, "Next frame", ".", "One frame on.",
+     Call<&Commands::Step, SeekRequest::StepFrameForward>},
     {BackOneSecond, Group::Playback, "Back 1 s", "Left", "One second back.",
-     &Commands::BackOneSecond},
+     Call<&Commands::SeekBy, -1>},
     {ForwardOneSecond, Group::Playback, "Forward 1 s", "Right", "One second on.",
-     &Commands::ForwardOneSecond},
+     Call<&Commands::SeekBy, 1>},
     {BackTenSeconds, Group::Playback, "Back 10 s", "Ctrl+Left", "Ten seconds back.",
-     &Commands::BackTenSeconds},
+     Call<&Commands::SeekBy, -10>},
     {ForwardTenSeconds, Group::Playback, "Forward 10 s", "Ctrl+Right", "Ten seconds on.",
-     &Commands::ForwardTenSeconds},
+     Call<&Commands::SeekBy, 10>},
     {GoToStart, Group::Playback, "To the start", "Home", "To the first frame.",
-     &Commands::GoToStart},
-    {GoToEnd, Group::Playback, "To the end", "End", "To the last frame.", &Commands::GoToEnd},
+     Call<&Commands::Seek, SeekRequest::SeekToStart>},
+    {GoToEnd, Group::Playback, "To the end", "End", "To the last frame.",
+     Call<&Commands::Seek, SeekRequest::SeekToEnd>},
     {GoToTime, Group::Playback, "Go to time…", "G", "Goes to a time that you type, such as 1:15.5.",
-     &Commands::GoToTime},
-    {SpeedDown, Group::Playback, "Slower", "[", "Plays slower.", &Commands::SpeedDown},
-    {SpeedUp, Group::Playback, "Faster", "]", "Plays faster.", &Commands::SpeedUp},
+     Call<&Commands::GoToTimeRequested>},
+    {SpeedDown, Group::Playback, "Slower", "[", "Plays slower.",
+     [](Commands& Target, Session&) { Target.MultiplySpeed(0.5); }},
+    {SpeedUp, Group::Playback, "Faster", "]", "Plays faster.", Call<&Commands::MultiplySpeed, 2>},
     {SpeedNormal, Group::Playback, "Normal speed", "Backspace", "Plays at normal speed.",
-     &Commands::SpeedNormal},
+     Call<&Commands::SetSpeed, 1>},
     {VolumeDown, Group::Playback, "Quieter", "Ctrl+Down", "Turns the sound down.",
-     &Commands::VolumeDown},
-    {VolumeUp, Group::Playback, "Louder", "Ctrl+Up", "Turns the sound up.", &Commands::VolumeUp},
-    {Mute, Group::Playback, "Mute", "Ctrl+M", "Turns the sound off and on.", &Commands::ToggleMute},
+     [](Commands&, Session& Running) { Running.SetVolume(Running.Volume() - VolumeStepPercent); }},
+    {VolumeUp, Group::Playback, "Louder", "Ctrl+Up", "Turns the sound up.",
+     [](Commands&, Session& Running) { Running.SetVolume(Running.Volume() + VolumeStepPercent); }},
+    {Mute, Group::Playback, "Mute", "Ctrl+M", "Turns the sound off and on.",
+     [](Commands&, Session& Running) { Running.SetMuted(!Running.IsMuted()); }},
     {PreviousMarker, Group::Playback, "Previous marker", "Shift+PgUp",
-     "To the marker before the playhead.", &Commands::PreviousMarker},
+     "To the marker before the playhead.", Call<&Commands::GoToMarkerBeside, -1>},
     {NextMarker, Group::Playback, "Next marker", "Shift+PgDown",
-     "To the marker behind the playhead.", &Commands::NextMarker},
+     "To the marker behind the playhead.", Call<&Commands::GoToMarkerBeside, 1>},
 
     {SetIn, Group::Marking, "Set In", "I",
-     "Makes the frame that is shown the first one of the range.", &Commands::SetIn},
+     "Makes the frame that is shown the first one of the range.",
+     [](Commands& Target, Session&) { Target.Mark(&VideoDocument::MarkIn, "In"); }},
     {SetOut, Group::Marking, "Set Out", "O",
-     "Makes the frame that is shown the last one of the range.", &Commands::SetOut},
+     "Makes the frame that is shown the last one of the range.",
+     [](Commands& Target, Session&) { Target.Mark(&VideoDocument::MarkOut, "Out"); }},
     {ClearRange, Group::Marking, "Clear range", "Alt+K",
-     "Removes In and Out from the timeline; saved clips stay.", &Commands::ClearRange},
+     "Removes In and Out from the timeline; saved clips stay.", Call<&Commands::ClearRange>},
     {AddMarker, Group::Marking, "Add marker", "M", "Adds a marker at the playhead.",
-     &Commands::AddMarker},
+     Call<&Commands::ActOnPanel, &Panel::AddCurrentMarker>},
 
     {SaveClip, Group::Clips, "Save clip", "+ Ctrl+I",
      "Saves the range from In to Out as a clip, under the name in the name field.",
-     &Commands::SaveClip},
+     Call<&Commands::ActOnPanel, &Panel::SaveCurrentRangeAsClip>},
     {RenameClip, Group::Clips, "Rename", "Ctrl+R",
-     "Gives the selected clip the name in the name field.", &Commands::RenameClip},
+     "Gives the selected clip the name in the name field.",
+     Call<&Commands::ActOnPanel, &Panel::RenameSelectedClip>},
     {DeleteClip, Group::Clips, "Delete", "Delete",
-     "Takes the selected clip off the list; exported files stay.", &Commands::DeleteClip},
+     "Takes the selected clip off the list; exported files stay.",
+     Call<&Commands::ActOnPanel, &Panel::DeleteSelectedClip>},
     {LoadClip, Group::Clips, "Load", "Ctrl+Return Ctrl+Enter",
-     "Opens the selected clip's video and puts its range on the timeline.", &Commands::LoadClip},
+     "Opens the selected clip's video and puts its range on the timeline.",
+     Call<&Commands::SeekOnPanel, &Panel::LoadSelectedClip, ClipEnd::First>},
     {JumpToIn, Group::Clips, "To In", "Shift+I Shift+Left",
-     "Goes to the first frame of the selected clip.", &Commands::JumpToIn},
+     "Goes to the first frame of the selected clip.",
+     Call<&Commands::SeekOnPanel, &Panel::JumpToSelectedClip, ClipEnd::First>},
     {JumpToOut, Group::Clips, "To Out", "Shift+O Shift+Right",
-     "Goes to the last frame of the selected clip.", &Commands::JumpToOut},
+     "Goes to the last frame of the selected clip.",
+     Call<&Commands::SeekOnPanel, &Panel::JumpOutSelectedClip, ClipEnd::Last>},
     {ExportClip, Group::Clips, "Export", "E Ctrl+E",
-     "Writes the selected clips to files, one after the other.", &Commands::ExportClip},
+     "Writes the selected clips to files, one after the other.", Call<&Commands::ExportClip>},
     {ExportAll, Group::Clips, "Export all", "Shift+E",
-     "Writes each clip whose file is missing or older than the clip.", &Commands::ExportAll},
+     "Writes each clip whose file is missing or older than the clip.",
+     [](Commands& Target, Session& Running)
+     { Target.ActOnPanel([&](Panel&) { Running.Exports().ExportAll(); }); }},
     {ExportAgain, Group::Clips, "Export again", "", "Writes the clip to another file.",
-     &Commands::ExportAgain},
+     Call<&Commands::ExportAgain>},
     {RemoveFromQueue, Group::Clips, "Remove from queue", "",
-     "Takes the clip's waiting export back.", &Commands::RemoveFromQueue},
+     "Takes back the waiting exports of the selected clips.",
+     [](Commands& Target, Session& Running)
+     { Running.Exports().RemoveFromQueue(Target.SelectedRows()); }},
     {StopExport, Group::Clips, "Stop export", "Ctrl+Shift+E",
-     "Stops the running export and removes its unfinished file.", &Commands::StopExport},
+     "Stops the running export and removes its unfinished file.",
+     [](Commands&, Session& Running) { Running.Exports().Stop(); }},
     {StopAllExports, Group::Clips, "Stop all exports", "Ctrl+Alt+E",
-     "Stops the running export and takes back all that wait.", &Commands::StopAllExports},
+     "Stops the running export and takes back all that wait.",
+     [](Commands&, Session& Running) { Running.Exports().StopAll(); }},
     {OpenClipFile, Group::Clips, "Open file", "", "Opens the clip's exported file.",
-     &Commands::OpenClipFile},
+     Call<&Commands::UseClipFile, &OpenWithDesktop>},
     {OpenClipFolder, Group::Clips, "Open folder", "",
-     "Opens the folder with the clip's exported file.", &Commands::OpenClipFolder},
+     "Opens the folder with the clip's exported file.",
+     Call<&Commands::UseClipFile, &OpenFolderOf>},
     {CopyClipPath, Group::Clips, "Copy path", "", "Copies the path of the clip's exported file.",
-     &Commands::CopyClipPath},
+     Call<&Commands::UseClipFile, &CopyPath>},
     {SelectPreviousClip, Group::Clips, "Previous clip", "Alt+Up", "Selects the clip above.",
-     &Commands::SelectPreviousClip},
+     Call<&Commands::SelectClipBeside, -1>},
     {SelectNextClip, Group::Clips, "Next clip", "Alt+Down", "Selects the clip below.",
-     &Commands::SelectNextClip},
+     Call<&Commands::SelectClipBeside, 1>},
     {SelectAllClips, Group::Clips, "Select all clips", "Ctrl+A", "Selects all clips, for Export.",
-     &Commands::SelectAllClips},
-    {EditName, Group::Clips, "Edit name", "F2", "Goes to the name field.", &Commands::EditName},
+     Call<&Commands::AllClipsRequested>},
+    {EditName, Group::Clips, "Edit name", "F2", "Goes to the name field.",
+     Call<&Commands::NameEditRequested>},
 
     {ZoomIn, Group::View, "Zoom in", "Ctrl++ Ctrl+=", "Shows less time, larger.",
-     &Commands::ZoomIn},
-    {ZoomOut, Group::View, "Zoom out", "Ctrl+-", "Shows more time, smaller.", &Commands::ZoomOut},
+     Call<&Commands::ZoomRequested, 1>},
+    {ZoomOut, Group::View, "Zoom out", "Ctrl+-", "Shows more time, smaller.",
+     Call<&Commands::ZoomRequested, -1>},
     {ZoomToFit, Group::View, "Whole video", "Shift+Z", "Shows the whole time.",
-     &Commands::ZoomToFit},
+     Call<&Commands::ZoomRequested, 0>},
     {PanBack, Group::View, "Earlier", "PgUp", "Moves the zoomed timeline a page back.",
-     &Commands::PanBack},
+     Call<&Commands::PanRequested, -1>},
     {PanForward, Group::View, "Later", "PgDown", "Moves the zoomed timeline a page on.",
-     &Commands::PanForward},
+     Call<&Commands::PanRequested, 1>},
     {TextLarger, Group::View, "Larger text", "Ctrl+]", "Makes all text larger.",
-     &Commands::TextLarger},
+     Call<&Commands::TextLarger>},
     {TextSmaller, Group::View, "Smaller text", "Ctrl+[", "Makes all text smaller.",
-     &Commands::TextSmaller},
-    {TextNormal, Group::View, "Normal text", "Ctrl+0", "Text at 100 %.", &Commands::TextNormal},
+     Call<&Commands::TextSmaller>},
+    {TextNormal, Group::View, "Normal text", "Ctrl+0", "Text at 100 %.",
+     Call<&Commands::SetTextScale, 1>},
     {FullScreen, Group::View, "Full screen", "F11", "Toggles full screen; Escape leaves it.",
-     &Commands::FullScreen},
+     Call<&Commands::FullScreenRequested>},
 
-    {ShowKeys, Group::Help, "All keys", "F1 ?", "Shows all keys.", &Commands::ShowKeys},
-    {About, Group::Help, "About Movane", "", "Says which version this is.", &Commands::About},
+    {ShowKeys, Group::Help, "All keys", "F1 ?", "Shows all keys.", Call<&Commands::KeysRequested>},
+    {About, Group::Help, "About Movane", "", "Says which version this is.",
+     Call<&Commands::AboutRequested>},
 });
 
 constexpr bool IsInOrderOfIds()

@@ -1,4 +1,4 @@
-// Everything that the user can do, as one piece of data: name, keys, tooltip and what it calls.
+// Everything that the user can do, as one piece of data: name, keys, tooltip and what it does.
 //
 // Menus, buttons, shortcuts and the keys page of the manual are all made from this table.
 
@@ -11,6 +11,7 @@
 #include <span>
 
 class Commands;
+class Session;
 
 enum class ActionId
 {
@@ -98,7 +99,7 @@ struct ActionInfo
     const char* Name;    ///< as on a menu or a button
     const char* Keys;    ///< portable key sequences separated by one blank; empty for none
     const char* Tooltip; ///< one sentence, without the keys
-    void (Commands::*Handler)();
+    void (*Do)(Commands& Target, Session& Running);
 };
 
 /// The table, one entry an ActionId, in the order of ActionId.

@@ -1,6 +1,5 @@
 #include "desktop/actions/commands.h"
 
-#include "desktop/actions/desktopopen.h"
 #include "desktop/session/session.h"
 #include "desktop/session/videodocument.h"
 #include "host/mvtheme.h"
@@ -8,15 +7,10 @@
 #include "player/mpvvideo.h"
 #include "process/sentences.h"
 
-#include <QClipboard>
-#include <QFile>
-#include <QGuiApplication>
-
 #include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -24,7 +18,6 @@
 namespace
 {
 constexpr double MaxShuttleSpeed = 8.0;
-constexpr double VolumeStepPercent = 5.0;
 constexpr std::array TextScales = {0.75, 0.9, 1.0, 1.1, 1.25, 1.5, 1.75, 2.0, 2.5, 3.0};
 constexpr double SamePlaceSec = 1e-5; // seeks are rounded to the microsecond
 } // namespace
@@ -48,29 +41,13 @@ template <typename Action> bool Commands::WithDocument(Action Act)
     return true;
 }
 
-// -- File
-
-void Commands::OpenFile()
+void Commands::Refuse(const QString& Text)
 {
-    Q_EMIT OpenRequested();
+    Running.Panel().SetStatusTextInternal(Text.toStdString(), true);
+    Running.RequestFrame();
 }
 
-void Commands::NewVideoWindow()
-{
-    Q_EMIT NewWindowRequested();
-}
-
-void Commands::CloseWindow()
-{
-    Q_EMIT CloseRequested();
-}
-
-void Commands::Quit()
-{
-    Q_EMIT QuitRequested();
-}
-
-// -- Playback
+// -- The target document
 
 void Commands::PlayPause()
 {
@@ -136,14 +113,9 @@ void Commands::Step(int Request)
         });
 }
 
-void Commands::StepBack()
+void Commands::Seek(int Request)
 {
-    Step(StepFrameBack);
-}
-
-void Commands::StepForward()
-{
-    Step(StepFrameForward);
+    WithDocument([Request](VideoDocument& Document) { Document.pVideo->Seek(Request); });
 }
 
 void Commands::SeekBy(double Sec)
@@ -151,39 +123,14 @@ void Commands::SeekBy(double Sec)
     WithDocument([Sec](VideoDocument& Document) { Document.SeekBy(Sec); });
 }
 
-void Commands::BackOneSecond()
+void Commands::SeekTo(double Sec)
 {
-    SeekBy(-1.0);
+    WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
 }
 
-void Commands::ForwardOneSecond()
+void Commands::SetSpeed(double Factor)
 {
-    SeekBy(1.0);
-}
-
-void Commands::BackTenSeconds()
-{
-    SeekBy(-10.0);
-}
-
-void Commands::ForwardTenSeconds()
-{
-    SeekBy(10.0);
-}
-
-void Commands::GoToStart()
-{
-    WithDocument([](VideoDocument& Document) { Document.pVideo->Seek(SeekToStart); });
-}
-
-void Commands::GoToEnd()
-{
-    WithDocument([](VideoDocument& Document) { Document.pVideo->Seek(SeekToEnd); });
-}
-
-void Commands::GoToTime()
-{
-    Q_EMIT GoToTimeRequested();
+    WithDocument([Factor](VideoDocument& Document) { Document.SetSpeed(Factor); });
 }
 
 void Commands::MultiplySpeed(double Factor)
@@ -192,53 +139,7 @@ void Commands::MultiplySpeed(double Factor)
                  { Document.SetSpeed(Document.Speed() * Factor); });
 }
 
-void Commands::SpeedDown()
-{
-    MultiplySpeed(0.5);
-}
-
-void Commands::SpeedUp()
-{
-    MultiplySpeed(2.0);
-}
-
-void Commands::SpeedNormal()
-{
-    SetSpeed(1.0);
-}
-
-void Commands::SetSpeed(double Factor)
-{
-    WithDocument([Factor](VideoDocument& Document) { Document.SetSpeed(Factor); });
-}
-
-void Commands::VolumeDown()
-{
-    SetVolume(Running.Volume() - VolumeStepPercent);
-}
-
-void Commands::VolumeUp()
-{
-    SetVolume(Running.Volume() + VolumeStepPercent);
-}
-
-void Commands::SetVolume(double Percent)
-{
-    Running.SetVolume(Percent);
-}
-
-void Commands::ToggleMute()
-{
-    Running.SetMuted(!Running.IsMuted());
-}
-
-void Commands::SeekTo(double Sec)
-{
-    WithDocument([Sec](VideoDocument& Document) { Document.SeekTo(Sec); });
-}
-
-// Direction is -1 for the marker before the playhead and 1 for the one behind it. A marker between two frames
-// may belong to the frame that is shown already: then it is the next one's turn.
+// A marker between two frames may belong to the frame that is shown already: then it is the next one's turn.
 void Commands::GoToMarkerBeside(double Direction)
 {
     WithDocument(
@@ -266,41 +167,13 @@ void Commands::GoToMarkerBeside(double Direction)
         });
 }
 
-void Commands::PreviousMarker()
+void Commands::Mark(void (VideoDocument::*SetMark)(double Sec), const char* Name)
 {
-    GoToMarkerBeside(-1.0);
-}
-
-void Commands::NextMarker()
-{
-    GoToMarkerBeside(1.0);
-}
-
-// -- Marking
-
-void Commands::Refuse(const char* Text)
-{
-    Running.Panel().SetStatusTextInternal(Text, true);
-    Running.RequestFrame();
-}
-
-void Commands::SetIn()
-{
-    const bool bSet = WithDocument([](VideoDocument& Document)
-                                   { Document.MarkIn(Document.pVideo->CurrentTimeSec()); });
+    const bool bSet = WithDocument([SetMark](VideoDocument& Document)
+                                   { (Document.*SetMark)(Document.pVideo->CurrentTimeSec()); });
     if (!bSet)
     {
-        Refuse("Open a video before setting In.");
-    }
-}
-
-void Commands::SetOut()
-{
-    const bool bSet = WithDocument([](VideoDocument& Document)
-                                   { Document.MarkOut(Document.pVideo->CurrentTimeSec()); });
-    if (!bSet)
-    {
-        Refuse("Open a video before setting Out.");
+        Refuse(QString("Open a video before setting %1.").arg(Name));
     }
 }
 
@@ -310,28 +183,24 @@ void Commands::ClearRange()
     {
         document->DropPendingMarks();
     }
-    RunPanelAction(&MvClipControlPanel::ClearCurrentRange);
+    ActOnPanel(&MvClipControlPanel::ClearCurrentRange);
 }
 
-void Commands::AddMarker()
-{
-    RunPanelAction(&MvClipControlPanel::AddCurrentMarker);
-}
+// -- The clip panel
 
-// -- Clips
-
-// The panel lets file-system errors other than a missing file through: they end here, as its status.
-template <typename Action> void Commands::RunPanelAction(Action Act)
+void Commands::ActOnPanel(const std::function<void(MvClipControlPanel&)>& Action)
 {
     MvClipControlPanel& panel = Running.Panel();
     const int row = panel.SelectedClipIndex();
     const std::size_t count = panel.Clips.size();
     try
     {
-        std::invoke(Act, panel);
+        Action(panel);
     }
     catch (const std::exception& error)
     {
+        // It may have changed a clip and not come to the rebuild of the table, which moves the revision.
+        panel.TableModel->MarkChanged();
         panel.SetStatusTextInternal(SentenceOf(error), true);
     }
     if (panel.Clips.size() != count)
@@ -342,53 +211,24 @@ template <typename Action> void Commands::RunPanelAction(Action Act)
     Running.RequestFrame();
 }
 
-void Commands::SaveClip()
-{
-    RunPanelAction(&MvClipControlPanel::SaveCurrentRangeAsClip);
-}
-
-void Commands::RenameClip()
-{
-    RunPanelAction(&MvClipControlPanel::RenameSelectedClip);
-}
-
-void Commands::DeleteClip()
-{
-    RunPanelAction(&MvClipControlPanel::DeleteSelectedClip);
-}
-
 // The panel asks the player for a time. What is to be seen is the first or the last frame of the clip's
 // file, so SetSeekFrame names the one to show.
-void Commands::RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast)
+void Commands::SeekOnPanel(void (MvClipControlPanel::*Action)(), ClipEnd Shown)
 {
     VideoDocument* const document = Running.TargetDocument();
     const MvClipControlPanel::SavedClip* const clip = Running.Panel().SelectedClip();
     if (document == nullptr || clip == nullptr)
     {
-        RunPanelAction(Action);
+        ActOnPanel(Action);
         return;
     }
-    document->Player().SetSeekFrame(MpvVideo::ClipFrame{clip->StartSec, clip->EndSec, bLast});
-    RunPanelAction(Action);
+    document->Player().SetSeekFrame(
+        MpvVideo::ClipFrame{clip->StartSec, clip->EndSec, Shown == ClipEnd::Last});
+    ActOnPanel(Action);
     document->Player().SetSeekFrame(std::nullopt);
 }
 
-void Commands::LoadClip()
-{
-    RunSeekingAction(&MvClipControlPanel::LoadSelectedClip, false);
-}
-
-void Commands::JumpToIn()
-{
-    RunSeekingAction(&MvClipControlPanel::JumpToSelectedClip, false);
-}
-
-void Commands::JumpToOut()
-{
-    RunSeekingAction(&MvClipControlPanel::JumpOutSelectedClip, true);
-}
-
-void Commands::ExportClip()
+std::vector<int> Commands::SelectedRows() const
 {
     std::vector<int> rows = Running.Records().SelectedRows;
     const int row = Running.Panel().SelectedClipIndex();
@@ -396,74 +236,31 @@ void Commands::ExportClip()
     {
         rows.push_back(row);
     }
-    RunPanelAction([&](MvClipControlPanel&) { Running.Exports().Export(rows); });
+    return rows;
 }
 
-void Commands::ExportAll()
+void Commands::ExportClip()
 {
-    RunPanelAction([this](MvClipControlPanel&) { Running.Exports().ExportAll(); });
+    ActOnPanel([this](MvClipControlPanel&) { Running.Exports().Export(SelectedRows()); });
 }
 
 void Commands::ExportAgain()
 {
-    RunPanelAction(
-        [this](MvClipControlPanel& Panel)
-        {
-            const int row = Panel.SelectedClipIndex();
-            Running.Exports().Export(row < 0 ? std::vector<int>() : std::vector<int>{row});
-        });
+    const int row = Running.Panel().SelectedClipIndex();
+    const std::vector<int> rows(row < 0 ? 0 : 1, row);
+    ActOnPanel([&](MvClipControlPanel&) { Running.Exports().Export(rows); });
 }
 
-void Commands::RemoveFromQueue()
-{
-    Running.Exports().RemoveFromQueue(Running.Panel().SelectedClipIndex());
-}
-
-void Commands::StopExport()
-{
-    Running.Exports().Stop();
-}
-
-void Commands::StopAllExports()
-{
-    Running.Exports().StopAll();
-}
-
-// Empty where there is none, after having said so.
-std::string Commands::FileOfSelectedClip()
+void Commands::UseClipFile(void (*Use)(const std::string& Path))
 {
     const ClipExport shown = Running.Exports().States().Of(Running.Panel().SelectedClipIndex());
     std::error_code ec;
     if (shown.Path.empty() || !std::filesystem::exists(shown.Path, ec))
     {
         Refuse("The clip has no file: export it.");
-        return {};
+        return;
     }
-    return shown.Path;
-}
-
-void Commands::OpenClipFile()
-{
-    if (const std::string file = FileOfSelectedClip(); !file.empty())
-    {
-        OpenWithDesktop(file);
-    }
-}
-
-void Commands::OpenClipFolder()
-{
-    if (const std::string file = FileOfSelectedClip(); !file.empty())
-    {
-        OpenWithDesktop(std::filesystem::path(file).parent_path().native());
-    }
-}
-
-void Commands::CopyClipPath()
-{
-    if (const std::string file = FileOfSelectedClip(); !file.empty())
-    {
-        QGuiApplication::clipboard()->setText(QFile::decodeName(file.c_str()));
-    }
+    Use(shown.Path);
 }
 
 void Commands::SelectClip(int Row)
@@ -482,52 +279,7 @@ void Commands::SelectClipBeside(int Step)
     }
 }
 
-void Commands::SelectPreviousClip()
-{
-    SelectClipBeside(-1);
-}
-
-void Commands::SelectNextClip()
-{
-    SelectClipBeside(1);
-}
-
-void Commands::SelectAllClips()
-{
-    Q_EMIT AllClipsRequested();
-}
-
-void Commands::EditName()
-{
-    Q_EMIT NameEditRequested();
-}
-
 // -- View
-
-void Commands::ZoomIn()
-{
-    Q_EMIT ZoomRequested(1);
-}
-
-void Commands::ZoomOut()
-{
-    Q_EMIT ZoomRequested(-1);
-}
-
-void Commands::ZoomToFit()
-{
-    Q_EMIT ZoomRequested(0);
-}
-
-void Commands::PanBack()
-{
-    Q_EMIT PanRequested(-1);
-}
-
-void Commands::PanForward()
-{
-    Q_EMIT PanRequested(1);
-}
 
 void Commands::SetTextScale(double Scale)
 {
@@ -547,26 +299,4 @@ void Commands::TextSmaller()
 {
     const auto same = std::lower_bound(TextScales.begin(), TextScales.end(), MvTheme::TextScale());
     SetTextScale(same == TextScales.begin() ? TextScales.front() : *std::prev(same));
-}
-
-void Commands::TextNormal()
-{
-    SetTextScale(1.0);
-}
-
-void Commands::FullScreen()
-{
-    Q_EMIT FullScreenRequested();
-}
-
-// -- Help
-
-void Commands::ShowKeys()
-{
-    Q_EMIT KeysRequested();
-}
-
-void Commands::About()
-{
-    Q_EMIT AboutRequested();
 }

@@ -1,16 +1,30 @@
-// What the actions do. Each acts on the session's target document or on the clip panel; what needs a
-// window (a dialog, the name field, another window) is asked for by a signal.
+// What the actions do, where it takes more than a call of the session or the panel. Which action calls what
+// stands in the action table.
+//
+// Each acts on the session's target document or on the clip panel; what needs a window (a dialog, the name
+// field, another window) is asked for by a signal.
 //
 // UI thread only. What changes a record asks for a frame, so the widgets show its outcome.
 
 #pragma once
 
+#include "desktop/actions/actiontable.h"
+
 #include <QObject>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 class MvClipControlPanel;
-class Session;
+class VideoDocument;
+
+/// The first or the last frame of a clip.
+enum class ClipEnd
+{
+    First,
+    Last,
+};
 
 class Commands : public QObject
 {
@@ -19,82 +33,45 @@ class Commands : public QObject
 public:
     explicit Commands(Session& Running);
 
-    // -- File
-    void OpenFile();
-    void NewVideoWindow();
-    void CloseWindow();
-    void Quit();
+    /// Does what the action table says.
+    void Run(ActionId Id) { InfoOf(Id).Do(*this, Running); }
 
-    // -- Playback
+    // -- The target document; nothing happens without a file.
     void PlayPause();
-    void PlayBackward();
+    void PlayBackward(); ///< faster when it does so already, slower when it plays fast
     void PlayStop();
     void PlayForward();
-    void StepBack();
-    void StepForward();
-    void BackOneSecond();
-    void ForwardOneSecond();
-    void BackTenSeconds();
-    void ForwardTenSeconds();
-    void GoToStart();
-    void GoToEnd();
-    void GoToTime();
-    void SpeedDown();
-    void SpeedUp();
-    void SpeedNormal();
-    void VolumeDown();
-    void VolumeUp();
-    void ToggleMute();
-    void PreviousMarker();
-    void NextMarker();
-
-    // -- Marking
-    void SetIn();
-    void SetOut();
-    void ClearRange();
-    void AddMarker();
-
-    // -- Clips
-    void SaveClip();
-    void RenameClip();
-    void DeleteClip();
-    void LoadClip();
-    void JumpToIn();
-    void JumpToOut();
-    void ExportClip();
-    void ExportAll();
-    void ExportAgain();
-    void RemoveFromQueue();
-    void StopExport();
-    void StopAllExports();
-    void OpenClipFile();
-    void OpenClipFolder();
-    void CopyClipPath();
-    void SelectPreviousClip();
-    void SelectNextClip();
-    void SelectAllClips();
-    void EditName();
-
-    // -- View
-    void ZoomIn();
-    void ZoomOut();
-    void ZoomToFit();
-    void PanBack();
-    void PanForward();
-    void TextLarger();
-    void TextSmaller();
-    void TextNormal();
-    void FullScreen();
-
-    // -- Help
-    void ShowKeys();
-    void About();
-
-    // -- With an argument, for widgets.
+    void Step(int Request); ///< a SeekRequest; pauses
+    void Seek(int Request);
+    void SeekBy(double Sec);
     void SeekTo(double Sec);
     void SetSpeed(double Factor);
-    void SetVolume(double Percent);
+    void MultiplySpeed(double Factor);
+    void GoToMarkerBeside(
+        double Direction); ///< -1 for the marker before the playhead, 1 for the one behind
+    /// MarkIn or MarkOut at the playhead; without a file the status line says that Name can't be set.
+    void Mark(void (VideoDocument::*SetMark)(double Sec), const char* Name);
+    void ClearRange(); ///< and what is half marked; also without a file
+
+    // -- The clip panel.
+
+    /// Calls an action of the panel. A file-system error, which the panel lets through, becomes its status.
+    void ActOnPanel(const std::function<void(MvClipControlPanel&)>& Action);
+    /// Calls an action of the panel that goes to a clip; the player shows that frame of it.
+    void SeekOnPanel(void (MvClipControlPanel::*Action)(), ClipEnd Shown);
+    /// The rows of the selected clips, also where it is one.
+    std::vector<int> SelectedRows() const;
+    void ExportClip(); ///< those that are selected
+    void ExportAgain();
+    /// Hands the path of the selected clip's file to Use; the status line says when there is none.
+    void UseClipFile(void (*Use)(const std::string& Path));
     void SelectClip(int Row);
+    void SelectClipBeside(int Step);
+
+    // -- View
+    void SetTextScale(double Scale);
+    void TextLarger();
+    void TextSmaller();
 
 Q_SIGNALS:
     void OpenRequested();
@@ -113,16 +90,7 @@ Q_SIGNALS:
 
 private:
     template <typename Action> bool WithDocument(Action Act);
-    void SeekBy(double Sec);
-    void Step(int Request);
-    void MultiplySpeed(double Factor);
-    void GoToMarkerBeside(double Direction);
-    void Refuse(const char* Text);
-    void SetTextScale(double Scale);
-    void SelectClipBeside(int Step);
-    template <typename Action> void RunPanelAction(Action Act);
-    std::string FileOfSelectedClip();
-    void RunSeekingAction(void (MvClipControlPanel::*Action)(), bool bLast);
+    void Refuse(const QString& Text);
 
     Session& Running;
 };

@@ -116,7 +116,7 @@ ClipPanelWidget::ClipPanelWidget(Session& Running, const ActionSet& WindowAction
     : QWidget(pParent)
     , Panel(Running.Panel())
     , Records(Running.Records())
-    , States(Running.Exports().States())
+    , Exports(Running.Exports())
     , Actions(WindowActions)
 {
     BuildBody();
@@ -137,7 +137,7 @@ void ClipPanelWidget::BuildBody()
     pMarkersLabel->KeepRoomFor("Markers: 000   Current: 0:00:00");
     pStatusLabel = NewLabel("clipStatus", PlainLabel::Overflow::Wrap);
 
-    pModel = new ClipTableModel(Panel, States, this);
+    pModel = new ClipTableModel(Panel, Exports.States(), this);
     pTable = new ClipTableView;
     pTable->setObjectName("clipTable");
     pTable->setModel(pModel);
@@ -400,7 +400,11 @@ void ClipPanelWidget::ShowRowMenu(const QPoint& GlobalPos)
 {
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    Actions.EnableFor(States.Of(Panel.SelectedClipIndex()));
+    if (Exports.CheckFiles())
+    {
+        SyncFromHost();
+    }
+    Actions.EnableFor(Exports.States(), Panel.SelectedClipIndex(), Records.SelectedRows);
     using enum ActionId;
     for (const auto& group : {std::vector{LoadClip, JumpToIn, JumpToOut},
                               {OpenClipFile, OpenClipFolder, CopyClipPath},

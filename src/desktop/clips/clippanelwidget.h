@@ -18,9 +18,9 @@
 #include <vector>
 
 class ActionSet;
+class ClipExports;
 class ClipTableModel;
 class ClipTableView;
-class ExportStates;
 class GridFlow;
 class MvClipControlPanel;
 class MvLabel;
@@ -76,7 +76,7 @@ private:
 
     MvClipControlPanel& Panel;
     ClipPanelRecords& Records;
-    const ExportStates& States;
+    ClipExports& Exports;
     const ActionSet& Actions;
 
     QScrollArea* pScroll = nullptr;

@@ -1,21 +1,11 @@
 #include "desktop/clips/cliptablemodel.h"
 
+#include "app/clippanelrecords.h"
 #include "desktop/export/exportmarks.h"
 #include "desktop/look/plainlabel.h"
 #include "panel/mvclipcontrolpanel.h"
 
 #include <algorithm>
-
-namespace
-{
-QRgb ColorOf(const MvClipControlPanel::SavedClip& Clip)
-{
-    const auto component = [](float Value) { return std::clamp(Value, 0.0F, 1.0F); };
-    return QColor::fromRgbF(component(Clip.ColorR), component(Clip.ColorG), component(Clip.ColorB),
-                            component(Clip.ColorA))
-        .rgba();
-}
-} // namespace
 
 ClipTableModel::ClipTableModel(const MvClipControlPanel& ShownPanel,
                                const ExportStates& ShownStates,
@@ -47,40 +37,30 @@ bool ClipTableModel::TakeRowCount()
     return false;
 }
 
-bool ClipTableModel::TakeRows(int FirstRow, int LastRow)
+void ClipTableModel::TakeRows(int FirstRow, int LastRow)
 {
+    const std::pair revisions(ClipsRevision(Panel), States.Revision());
+    if (std::exchange(ToldRevisions, revisions) == revisions)
+    {
+        return;
+    }
     const int first = std::max(FirstRow, 0);
     const int last = std::min(LastRow, ToldRowCount - 1);
-    std::vector<ShownRow> rows;
-    for (int row = first; row <= last; ++row)
-    {
-        rows.push_back(RowNow(row));
-    }
-    if (rows == ToldRows)
-    {
-        return false;
-    }
-    ToldRows = std::move(rows);
     if (first <= last)
     {
         Q_EMIT dataChanged(index(first, 0), index(last, ColumnCount - 1));
     }
-    return true;
 }
 
-ClipTableModel::ShownRow ClipTableModel::RowNow(int Row) const
+QColor ClipTableModel::ColorOfClip(int Row) const
 {
-    ShownRow shown;
-    if (const MvTableModel::Row* const row = Panel.TableModel->RowAt(Row))
+    if (static_cast<std::size_t>(Row) >= Panel.Clips.size())
     {
-        shown.Cells = *row;
+        return {};
     }
-    if (static_cast<std::size_t>(Row) < Panel.Clips.size())
-    {
-        shown.Color = ColorOf(Panel.Clips[static_cast<std::size_t>(Row)]);
-    }
-    shown.Export = States.Of(Row);
-    return shown;
+    const MvClipControlPanel::SavedClip& clip = Panel.Clips[static_cast<std::size_t>(Row)];
+    const auto component = [](float Value) { return std::clamp(Value, 0.0F, 1.0F); };
+    return QColor::fromRgbF(component(clip.ColorR), component(clip.ColorG), component(clip.ColorB));
 }
 
 int ClipTableModel::LongestText(int Column) const
@@ -122,7 +102,7 @@ QVariant ClipTableModel::data(const QModelIndex& Index, int Role) const
         return Index.column() == NameColumn ? QVariant::fromValue(States.Of(Index.row()))
                                             : QVariant();
     case ColorRole:
-        return Index.column() == ColorColumn ? QColor(RowNow(Index.row()).Color) : QVariant();
+        return Index.column() == ColorColumn ? ColorOfClip(Index.row()) : QVariant();
     default:
         return {};
     }

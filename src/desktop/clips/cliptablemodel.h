@@ -1,8 +1,8 @@
 // The panel's clips as a Qt model: the texts of the panel's MvTableModel, the colours of its Clips, and the
 // state of each clip's export.
 //
-// It reads the panel and the states whenever a view asks and keeps no copy but of the rows in view, by which it finds
-// out what to have painted anew. UI thread only; both must outlive it.
+// It reads the panel and the states whenever a view asks and keeps no copy; their revisions say when the rows
+// in view are to be painted anew. UI thread only; both must outlive it.
 
 #pragma once
 
@@ -12,8 +12,8 @@
 #include <QColor>
 #include <QMetaType>
 
-#include <string>
-#include <vector>
+#include <cstdint>
+#include <utility>
 
 class ClipTableModel : public QAbstractTableModel
 {
@@ -42,9 +42,9 @@ public:
 
     /// Tells the views of rows that came or went. Costs nothing when the count is the same.
     bool TakeRowCount();
-    /// Tells the views when something in these rows differs from what they were told last; the other
-    /// rows are read when they come into view. Rows out of range are left out.
-    bool TakeRows(int FirstRow, int LastRow);
+    /// Tells the views that these rows are others, when a clip or an export has changed since the last
+    /// call; the rest are read when they come into view. Rows out of range are left out.
+    void TakeRows(int FirstRow, int LastRow);
 
     /// The length of the longest text in a column, in bytes; 0 in an empty table. O(rows).
     int LongestText(int Column) const;
@@ -55,23 +55,14 @@ public:
     QVariant headerData(int Section, Qt::Orientation Orientation, int Role) const override;
 
 private:
-    struct ShownRow
-    {
-        std::vector<std::string> Cells;
-        QRgb Color = 0;
-        ClipExport Export;
-
-        bool operator==(const ShownRow&) const = default;
-    };
-
-    ShownRow RowNow(int Row) const;
+    QColor ColorOfClip(int Row) const;
     QString CellText(int Row, int Column) const;
     QString TextWithState(int Row, int Column, const QString& Separator) const;
 
     const MvClipControlPanel& Panel;
     const ExportStates& States;
     int ToldRowCount = 0;
-    std::vector<ShownRow> ToldRows; ///< the rows of the last TakeRows
+    std::pair<std::uint64_t, std::uint64_t> ToldRevisions; ///< of the clips and of their exports
 };
 
 Q_DECLARE_METATYPE(ClipExport)

@@ -1,5 +1,6 @@
 #include "desktop/export/clipexports.h"
 
+#include <unordered_set>
 #include <utility>
 
 ClipExports::ClipExports(MvClipControlPanel& UserPanel, ExportQueue& ItsQueue)
@@ -92,6 +93,7 @@ void ClipExports::Export(std::vector<int> Rows)
 
 void ClipExports::ExportAll()
 {
+    ClipStates.CheckFiles();
     const std::vector<int> rows = ClipStates.RowsToExport();
     if (rows.empty() && !Panel.Clips.empty() && !IsRunning())
     {
@@ -106,14 +108,18 @@ void ClipExports::ExportAll()
     Export(rows);
 }
 
-void ClipExports::RemoveFromQueue(int Row)
+void ClipExports::RemoveFromQueue(const std::vector<int>& Rows)
 {
-    const ExportStates::ClipID clip = ClipStates.IdOf(Row);
+    std::unordered_set<ExportStates::ClipID> clips;
+    for (const int row : Rows)
+    {
+        clips.insert(ClipStates.IdOf(row));
+    }
     std::vector<ExportId> entries;
     for (const QueuedExport& entry : Queue.Waiting())
     {
         const auto owner = ClipOfEntry.find(entry.Id);
-        if (owner != ClipOfEntry.end() && owner->second == clip)
+        if (owner != ClipOfEntry.end() && clips.contains(owner->second))
         {
             entries.push_back(entry.Id);
         }

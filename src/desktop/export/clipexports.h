@@ -31,10 +31,12 @@ public:
     void Export(std::vector<int> Rows);
     /// Exports each clip whose file is missing or outdated.
     void ExportAll();
-    /// Takes the waiting exports of the clip in a row out of the queue.
-    void RemoveFromQueue(int Row);
+    /// Takes the waiting exports of the clips in these rows out of the queue.
+    void RemoveFromQueue(const std::vector<int>& Rows);
     void Stop() { Queue.Stop(); } ///< the running export; the next one follows
     void StopAll();               ///< and all that wait
+    /// As ExportStates::CheckFiles.
+    bool CheckFiles() { return ClipStates.CheckFiles(); }
     /// As ExportStates::Follow.
     void Follow(int ActedOnRow) { ClipStates.Follow(ActedOnRow); }
 

@@ -97,7 +97,9 @@ void PaintExportMark(QPainter& Painter, const QRect& Square, ExportState State)
     Painter.restore();
 }
 
-QString ExportStateText(const ClipExport& Export)
+namespace
+{
+QString StateText(const ClipExport& Export)
 {
     switch (Export.State)
     {
@@ -115,4 +117,15 @@ QString ExportStateText(const ClipExport& Export)
         break;
     }
     return {};
+}
+} // namespace
+
+QString ExportStateText(const ClipExport& Export)
+{
+    const QString state = StateText(Export);
+    if (!Export.bStopped)
+    {
+        return state;
+    }
+    return state.isEmpty() ? "export stopped" : state + " (last export stopped)";
 }

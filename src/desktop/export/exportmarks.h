@@ -14,5 +14,5 @@ class QRect;
 void PaintExportMark(QPainter& Painter, const QRect& Square, ExportState State);
 
 /// The state in words, such as "exported" or "waits for its export"; empty for none. A running one tells
-/// its percent.
+/// its percent, one whose last export was stopped says so.
 QString ExportStateText(const ClipExport& Export);

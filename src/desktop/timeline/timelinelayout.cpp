@@ -142,14 +142,14 @@ void TimelineIndex::PlaceClips(const QList<TimelineClip>& Clips, int LaneCount)
     }
 }
 
-void TimelineIndex::SortMarkers(const std::vector<TimelineMarker>& Markers)
+void TimelineIndex::SortMarkers(const QList<TimelineMarker>& Markers)
 {
-    MarkersByTime.resize(Markers.size());
-    std::iota(MarkersByTime.begin(), MarkersByTime.end(), std::size_t{0});
+    MarkersByTime.resize(static_cast<std::size_t>(Markers.size()));
+    std::iota(MarkersByTime.begin(), MarkersByTime.end(), qsizetype{0});
     std::erase_if(MarkersByTime,
-                  [&](std::size_t Each) { return !std::isfinite(Markers[Each].TimeSec); });
+                  [&](qsizetype Each) { return !std::isfinite(Markers[Each].TimeSec); });
     std::ranges::stable_sort(MarkersByTime, {},
-                             [&](std::size_t Each) { return Markers[Each].TimeSec; });
+                             [&](qsizetype Each) { return Markers[Each].TimeSec; });
 }
 
 std::span<const PlacedClip> TimelineIndex::ClipsIn(int Lane, double FromSec, double ToSec) const
@@ -161,14 +161,13 @@ std::span<const PlacedClip> TimelineIndex::ClipsIn(int Lane, double FromSec, dou
     return first < last ? std::span(first, last) : std::span<const PlacedClip>();
 }
 
-std::span<const std::size_t> TimelineIndex::MarkersIn(const std::vector<TimelineMarker>& Markers,
-                                                      double FromSec,
-                                                      double ToSec) const
+std::span<const qsizetype>
+TimelineIndex::MarkersIn(const QList<TimelineMarker>& Markers, double FromSec, double ToSec) const
 {
-    const auto timeOf = [&](std::size_t Each) { return Markers[Each].TimeSec; };
+    const auto timeOf = [&](qsizetype Each) { return Markers[Each].TimeSec; };
     const auto first = std::ranges::lower_bound(MarkersByTime, FromSec, {}, timeOf);
     const auto last = std::ranges::upper_bound(MarkersByTime, ToSec, {}, timeOf);
-    return first < last ? std::span(first, last) : std::span<const std::size_t>();
+    return first < last ? std::span(first, last) : std::span<const qsizetype>();
 }
 
 QRectF GripRect(const TimelineRows& Rows, const TimelineScale& Scale, RangeEnd End, double Sec)
@@ -194,7 +193,7 @@ std::vector<PlacedFlag> FlagsIn(const TimelinePicture& Picture)
     const double flagPx = Theme::ScaledPx(10);
     const double topPx = rows.Markers.center().y() - flagPx / 2.0;
     std::vector<PlacedFlag> flags;
-    for (const std::size_t i : Picture.Index.MarkersIn(
+    for (const qsizetype i : Picture.Index.MarkersIn(
              Picture.State.Markers, Picture.Scale.SecAt(rows.Whole.left() - LongestLabelPx()),
              Picture.Scale.SecAt(rows.Whole.right())))
     {
@@ -229,13 +228,13 @@ std::optional<RangeEnd> RangeEndAt(const TimelinePicture& Picture, QPointF Point
     return toIn && (!toOut || *toIn < *toOut) ? RangeEnd::In : RangeEnd::Out;
 }
 
-std::optional<std::size_t> MarkerAt(const TimelinePicture& Picture, QPointF Point)
+std::optional<qsizetype> MarkerAt(const TimelinePicture& Picture, QPointF Point)
 {
     if (!Picture.Rows.Markers.contains(Point))
     {
         return std::nullopt;
     }
-    std::optional<std::size_t> found;
+    std::optional<qsizetype> found;
     for (const PlacedFlag& flag : FlagsIn(Picture))
     {
         // Later flags are painted over earlier ones.
@@ -265,7 +264,7 @@ std::optional<qsizetype> ClipAt(const TimelinePicture& Picture, QPointF Point)
             const QRectF bar =
                 BarRect(Picture.Rows, Picture.Scale, lane, clip.StartSec, clip.EndSec);
             const bool bHit = Point.x() >= bar.left() && Point.x() <= bar.right();
-            if (bHit && !(found && Picture.State.Clips[*found].bSelected))
+            if (bHit && !(found && Picture.IsSelected(*found)))
             {
                 found =
                     clip.Index; // the selected bar is painted over all others, then the later ones

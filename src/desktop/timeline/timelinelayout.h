@@ -14,7 +14,6 @@
 #include <QSizeF>
 #include <QString>
 
-#include <cstddef>
 #include <optional>
 #include <span>
 #include <vector>
@@ -31,6 +30,7 @@ struct TimelineRows
     double InsetPx = 0.0; ///< free at the left and right, so that grips at the ends stay whole
     int LaneCount = 1;
 
+    bool operator==(const TimelineRows&) const = default;
     QRectF Lane(int Index) const;
 };
 
@@ -56,19 +56,19 @@ public:
     /// Spreads the clips over the lanes so that none covers another while lanes are free; what finds
     /// none free goes where it covers least. What has no finite time is left out.
     void PlaceClips(const QList<TimelineClip>& Clips, int LaneCount);
-    void SortMarkers(const std::vector<TimelineMarker>& Markers);
+    void SortMarkers(const QList<TimelineMarker>& Markers);
 
     int LaneCount() const { return static_cast<int>(Lanes.size()); }
     /// The clips of a lane that may touch the times from FromSec to ToSec, by their start; some that
     /// end before may be among them, where clips cover each other.
     std::span<const PlacedClip> ClipsIn(int Lane, double FromSec, double ToSec) const;
     /// Indices into TimelineState::Markers, by time.
-    std::span<const std::size_t>
-    MarkersIn(const std::vector<TimelineMarker>& Markers, double FromSec, double ToSec) const;
+    std::span<const qsizetype>
+    MarkersIn(const QList<TimelineMarker>& Markers, double FromSec, double ToSec) const;
 
 private:
     std::vector<std::vector<PlacedClip>> Lanes;
-    std::vector<std::size_t> MarkersByTime;
+    std::vector<qsizetype> MarkersByTime;
 };
 
 /// The ends of the range.
@@ -108,12 +108,18 @@ struct TimelinePicture
     std::optional<double> HoverPx = std::nullopt;  ///< where the pointer's line stands
     std::optional<RangeEnd> HotEnd = std::nullopt; ///< the grip under the pointer or in the hand
     bool bFocused = false;
+
+    /// Whether the clip at this index of State.Clips is the selected one.
+    bool IsSelected(qsizetype ClipIndex) const
+    {
+        return State.Clips[ClipIndex].Row == State.SelectedRow;
+    }
 };
 
 /// A visible marker: its flag, and what of its label finds room before the next flag.
 struct PlacedFlag
 {
-    std::size_t Index = 0; ///< in TimelineState::Markers
+    qsizetype Index = 0; ///< in TimelineState::Markers
     QRectF Flag;
     QRectF Label; ///< empty when there is no room
     QString LabelText;
@@ -133,6 +139,6 @@ std::vector<PlacedFlag> FlagsIn(const TimelinePicture& Picture);
 /// The end of the range whose grip is at Point, or whose line is where nothing else can be picked.
 std::optional<RangeEnd> RangeEndAt(const TimelinePicture& Picture, QPointF Point);
 /// Index into State.Markers of the flag or the label at Point.
-std::optional<std::size_t> MarkerAt(const TimelinePicture& Picture, QPointF Point);
+std::optional<qsizetype> MarkerAt(const TimelinePicture& Picture, QPointF Point);
 /// Index into State.Clips of the topmost bar at Point.
 std::optional<qsizetype> ClipAt(const TimelinePicture& Picture, QPointF Point);

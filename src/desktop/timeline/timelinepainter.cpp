@@ -214,18 +214,22 @@ void PaintName(QPainter& Painter, const QRectF& Bar, double TextEndPx, const QSt
 }
 
 // Two plain fills make bar and edge: a stroked outline takes ten times as long.
-void PaintBar(QPainter& Painter, const TimelineClip& Clip, const QRectF& Bar, double TextEndPx)
+void PaintBar(QPainter& Painter,
+              const TimelineClip& Clip,
+              bool bSelected,
+              const QRectF& Bar,
+              double TextEndPx)
 {
     const bool bReversed = Clip.EndSec < Clip.StartSec;
     const QColor own = WithAlpha(Clip.Color, 255);
-    const double edgePx = Clip.bSelected ? Theme::ScaledPx(2) : 1.0;
+    const double edgePx = bSelected ? Theme::ScaledPx(2) : 1.0;
     if (Bar.width() <= 3.0 * edgePx)
     {
         Painter.fillRect(Bar, own);
         return;
     }
-    const QColor fill = bReversed ? Theme::Window : Clip.bSelected ? own : own.darker(112);
-    const QColor edge = Clip.bSelected ? Theme::Text : bReversed ? own : own.darker(160);
+    const QColor fill = bReversed ? Theme::Window : bSelected ? own : own.darker(112);
+    const QColor edge = bSelected ? Theme::Text : bReversed ? own : own.darker(160);
     Painter.fillRect(Bar, edge);
     Painter.fillRect(Bar.adjusted(edgePx, edgePx, -edgePx, -edgePx), fill);
     Painter.setPen(InkOn(fill));
@@ -256,7 +260,7 @@ void PaintLane(QPainter& Painter,
     {
         const QRectF bar = barOf(clips[i]);
         const TimelineClip& clip = Picture.State.Clips[clips[i].Index];
-        if (clip.bSelected)
+        if (Picture.IsSelected(clips[i].Index))
         {
             OutSelected.push_back({clips[i].Index, bar});
             continue;
@@ -267,7 +271,7 @@ void PaintLane(QPainter& Painter,
             continue;
         }
         const double textEndPx = i + 1 < clips.size() ? barOf(clips[i + 1]).left() : bar.right();
-        PaintBar(Painter, clip, bar, textEndPx);
+        PaintBar(Painter, clip, false, bar, textEndPx);
         paintedLeftPx = bar.left();
         paintedRightPx = std::max(paintedRightPx, bar.right());
     }
@@ -282,7 +286,7 @@ void PaintClips(QPainter& Painter, const TimelinePicture& Picture)
     }
     for (const auto& [index, bar] : selected)
     {
-        PaintBar(Painter, Picture.State.Clips[index], bar, bar.right());
+        PaintBar(Painter, Picture.State.Clips[index], true, bar, bar.right());
     }
 }
 
@@ -344,20 +348,30 @@ void PaintFocus(QPainter& Painter, const TimelinePicture& Picture)
 }
 } // namespace
 
-void PaintTimeline(QPainter& Painter, const TimelinePicture& Picture)
+void PaintMarking(QPainter& Painter, const TimelinePicture& Picture)
 {
     Painter.save();
     Painter.setFont(Theme::SmallFont());
     PaintGround(Painter, Picture);
     if (!Picture.Scale.IsEmpty())
     {
-        PaintRuler(Painter, Picture);
         PaintRangeBand(Painter, Picture);
         PaintMarkers(Painter, Picture);
         PaintClips(Painter, Picture);
         PaintRangeEnds(Painter, Picture);
         PaintPending(Painter, Picture, RangeEnd::In, Picture.State.PendingInSec);
         PaintPending(Painter, Picture, RangeEnd::Out, Picture.State.PendingOutSec);
+    }
+    Painter.restore();
+}
+
+void PaintHands(QPainter& Painter, const TimelinePicture& Picture)
+{
+    Painter.save();
+    Painter.setFont(Theme::SmallFont());
+    if (!Picture.Scale.IsEmpty())
+    {
+        PaintRuler(Painter, Picture);
         PaintPlayhead(Painter, Picture);
         PaintHover(Painter, Picture);
     }

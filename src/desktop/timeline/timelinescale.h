@@ -18,6 +18,7 @@ public:
     /// Takes the place of the timeline in the widget. The visible span stays.
     void SetExtent(double NewLeftPx, double NewWidthPx);
 
+    bool operator==(const TimelineScale&) const = default;
     double DurationSec() const { return SourceSec; }
     double StartSec() const { return FirstSec; }
     double EndSec() const { return FirstSec + ShownSec; }

@@ -8,15 +8,13 @@
 #include <QString>
 
 #include <optional>
-#include <vector>
+#include <tuple>
 
 struct TimelineMarker
 {
     double TimeSec = 0.0;
     QString Label;
     QColor Color;
-
-    bool operator==(const TimelineMarker&) const = default;
 };
 
 /// A saved clip of the shown source. Its Out may lie before its In.
@@ -27,9 +25,6 @@ struct TimelineClip
     QColor Color;
     double StartSec = 0.0;
     double EndSec = 0.0;
-    bool bSelected = false;
-
-    bool operator==(const TimelineClip&) const = default;
 };
 
 struct TimelineState
@@ -42,8 +37,21 @@ struct TimelineState
     double RangeEndSec = 0.0;
     std::optional<double> PendingInSec;  ///< In was set and Out was not yet
     std::optional<double> PendingOutSec; ///< Out was set and In was not yet
-    std::vector<TimelineMarker> Markers;
-    QList<TimelineClip> Clips; ///< shared between copies, and then compared without a look at each
+    QList<TimelineMarker> Markers;
+    QList<TimelineClip> Clips;
+    int SelectedRow = -1; ///< of the clip that is selected, -1 for none
 
-    bool operator==(const TimelineState&) const = default;
+    /// Two states are the same only with the very same lists, which copies of a state share: no marker and
+    /// no clip is looked at. Whoever changes one thing in a list makes it another list.
+    bool operator==(const TimelineState& Other) const
+    {
+        const auto values = [](const TimelineState& State)
+        {
+            return std::tie(State.DurationSec, State.PlayheadSec, State.FramesPerSecond,
+                            State.bHasRange, State.RangeStartSec, State.RangeEndSec,
+                            State.PendingInSec, State.PendingOutSec, State.SelectedRow);
+        };
+        return values(*this) == values(Other) && Markers.isSharedWith(Other.Markers) &&
+               Clips.isSharedWith(Other.Clips);
+    }
 };

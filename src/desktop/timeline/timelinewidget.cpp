@@ -71,12 +71,12 @@ void TimelineWidget::SetState(const TimelineState& NewState)
     }
 }
 
-// A state that names the same clips, as a playing one does, keeps their lanes.
+// The same clips keep their lanes.
 void TimelineWidget::TakeMarking(const TimelineState& NewState)
 {
     const bool bSourceChanged = NewState.DurationSec != Shown.DurationSec;
-    const bool bClipsChanged = NewState.Clips != Shown.Clips;
-    const bool bMarkersChanged = NewState.Markers != Shown.Markers;
+    const bool bClipsChanged = !NewState.Clips.isSharedWith(Shown.Clips);
+    const bool bMarkersChanged = !NewState.Markers.isSharedWith(Shown.Markers);
     Shown = NewState;
     View.SetSource(Shown.DurationSec, Shown.FramesPerSecond);
     if (bClipsChanged)
@@ -360,7 +360,24 @@ bool TimelineWidget::event(QEvent* pEvent)
 void TimelineWidget::paintEvent(QPaintEvent* /*pEvent*/)
 {
     QPainter painter(this);
-    PaintTimeline(painter, Picture());
+    const TimelinePicture picture = Picture();
+    painter.drawPixmap(0, 0, Marking(picture, painter.deviceTransform().m11()));
+    PaintHands(painter, picture);
+}
+
+const QPixmap& TimelineWidget::Marking(const TimelinePicture& Wanted, double PixelRatio)
+{
+    MarkingLook look = {Shown, Places, View, Wanted.Range, HotEnd, PixelRatio};
+    look.State.PlayheadSec = 0.0;
+    if (PaintedMarking.isNull() || look != PaintedLook)
+    {
+        PaintedMarking = QPixmap((QSizeF(size()) * PixelRatio).toSize());
+        PaintedMarking.setDevicePixelRatio(PixelRatio);
+        QPainter painter(&PaintedMarking);
+        PaintMarking(painter, Wanted);
+        PaintedLook = std::move(look);
+    }
+    return PaintedMarking;
 }
 
 void TimelineWidget::resizeEvent(QResizeEvent* /*pEvent*/)

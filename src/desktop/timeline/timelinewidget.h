@@ -11,6 +11,7 @@
 
 #include "desktop/timeline/timelinelayout.h"
 
+#include <QPixmap>
 #include <QWidget>
 
 #include <functional>
@@ -111,7 +112,21 @@ private:
         TimelineRange Range; ///< the working copy
     };
 
+    /// All that the painted marking is made of.
+    struct MarkingLook
+    {
+        TimelineState State; ///< with the playhead at 0
+        TimelineRows Rows;
+        TimelineScale Scale;
+        std::optional<TimelineRange> Range;
+        std::optional<RangeEnd> HotEnd;
+        double PixelRatio = 0.0;
+
+        bool operator==(const MarkingLook&) const = default;
+    };
+
     void TakeMarking(const TimelineState& NewState);
+    const QPixmap& Marking(const TimelinePicture& Wanted, double PixelRatio);
     void PlayheadMoved(double OldSec);
     void LayOut();
     void ZoomByStep(double Factor);
@@ -131,6 +146,8 @@ private:
     TimelineScale View;
     TimelineRows Places;
     TimelineIndex Index;
+    QPixmap PaintedMarking; ///< kept, so that a playhead that moves has no clip painted
+    MarkingLook PaintedLook;
     Hold Held;
     DragRule RuleOfDrag = &TimelineWidget::FreeDrag;
     std::optional<double> PointerPx; ///< while the pointer is over the widget

@@ -30,6 +30,17 @@ constexpr int MarginPx = 8;
 constexpr int LargestIconPx = 36;
 constexpr int WidestGapPx = 20;
 constexpr int LongestSliderPx = 120;
+constexpr int ShortestSliderPx = 60;
+
+int LongestVolumePx()
+{
+    return std::min(Theme::ScaledPx(SliderPx), LongestSliderPx);
+}
+
+int ShortestVolumePx()
+{
+    return std::min(LongestVolumePx(), ShortestSliderPx);
+}
 
 int GapOf(int Px)
 {
@@ -41,10 +52,11 @@ QString SpeedText(double Factor)
     return QLocale::c().toString(Factor, 'g', 3) + QChar(0x00D7);
 }
 
-QString TimesText(const TransportState& State)
+QString TimesText(const TransportState& State, bool bLengthBelow)
 {
     const QString timeText = TimeText(State.TimeSec);
-    return State.DurationSec > 0.0 ? timeText + " / " + TimeText(State.DurationSec) : timeText;
+    const QString gap = bLengthBelow ? " /\n" : " / ";
+    return State.DurationSec > 0.0 ? timeText + gap + TimeText(State.DurationSec) : timeText;
 }
 
 // As wide as that of the last frame, so that nothing moves while the numbers run.
@@ -214,7 +226,7 @@ void TransportBar::SetState(const TransportState& NewState)
 
 void TransportBar::ShowTime()
 {
-    const QString times = TimesText(State);
+    const QString times = TimesText(State, Placed.bLengthBelow);
     const QString frame = FrameText(State);
     const bool bOtherWidth =
         times.size() != pTime->text().size() || frame.size() != pFrame->text().size();
@@ -243,6 +255,7 @@ void TransportBar::ShowSpeed()
     {
         item->setChecked(qFuzzyCompare(item->data().toDouble(), State.Speed));
     }
+    PlaceGroupsWhereChanged();
 }
 
 void TransportBar::ShowSound()
@@ -270,7 +283,6 @@ void TransportBar::ApplySizes()
         label->setFont(Theme::TimeFont());
     }
     pVolume->setStyleSheet(SliderStyle());
-    pVolume->setFixedWidth(std::min(Theme::ScaledPx(SliderPx), LongestSliderPx));
     for (QWidget* const group : {pPlayGroup, pTimeGroup, pSoundGroup})
     {
         group->layout()->setSpacing(GapOf(GapPx));
@@ -282,41 +294,77 @@ void TransportBar::ApplySizes()
     PlaceGroups();
 }
 
-// Of the time and the frame's number side by side.
-int TransportBar::TimesWidthPx() const
+int TransportBar::SoundWidthPx(int VolumePx) const
 {
-    const int framePx =
-        pFrame->isVisibleTo(pTimeGroup) ? pTimes->spacing() + pFrame->sizeHint().width() : 0;
-    return pTime->sizeHint().width() + framePx;
+    return pMute->sizeHint().width() + pSoundGroup->layout()->spacing() + VolumePx;
 }
 
-int TransportBar::RowWidthPx() const
+TransportBar::Placement TransportBar::FittingPlacement() const
 {
-    return pPlayGroup->sizeHint().width() + TimesWidthPx() + pSoundGroup->sizeHint().width() +
-           2 * pGrid->horizontalSpacing() + 2 * MarginPx;
+    const int roomPx = width() - 2 * MarginPx;
+    const int gapPx = pGrid->horizontalSpacing();
+    const int playPx = pPlayGroup->sizeHint().width() + gapPx;
+    const int timePx = pTime->fontMetrics().horizontalAdvance(TimesText(State, false));
+    const int framePx =
+        pFrame->isVisibleTo(pTimeGroup) ? pTimes->spacing() + pFrame->sizeHint().width() : 0;
+    Placement fitting;
+    fitting.bStacked = roomPx < playPx + timePx + framePx + gapPx + SoundWidthPx(LongestVolumePx());
+    fitting.bFrameBelow = roomPx < timePx + framePx;
+    fitting.bLengthBelow = roomPx < timePx;
+    fitting.bSoundBelow = roomPx < playPx + SoundWidthPx(ShortestVolumePx());
+    fitting.VolumePx = fitting.bSoundBelow ? LongestVolumePx()
+                                           : std::clamp(roomPx - playPx - SoundWidthPx(0),
+                                                        ShortestVolumePx(), LongestVolumePx());
+    return fitting;
 }
 
 void TransportBar::PlaceGroups()
 {
-    bStacked = width() < RowWidthPx();
-    bFrameBelow = width() < TimesWidthPx() + 2 * MarginPx;
-    pTimes->setDirection(bFrameBelow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    Placed = FittingPlacement();
+    pVolume->setFixedWidth(Placed.VolumePx);
+    pTime->setText(TimesText(State, Placed.bLengthBelow));
+    pTimes->setDirection(Placed.bFrameBelow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     for (QWidget* const group : {pPlayGroup, pTimeGroup, pSoundGroup})
     {
         pGrid->removeWidget(group);
     }
+    if (!Placed.bStacked)
+    {
+        pGrid->addWidget(pPlayGroup, 0, 0);
+        pGrid->addWidget(pTimeGroup, 0, 1, Qt::AlignCenter);
+        pGrid->addWidget(pSoundGroup, 0, 2);
+        return;
+    }
+    pGrid->addWidget(pTimeGroup, 1, 0, 1, 2, Qt::AlignCenter);
+    if (Placed.bSoundBelow)
+    {
+        pGrid->addWidget(pPlayGroup, 0, 0, 1, 2, Qt::AlignCenter);
+        pGrid->addWidget(pSoundGroup, 2, 0, 1, 2, Qt::AlignCenter);
+        return;
+    }
     pGrid->addWidget(pPlayGroup, 0, 0);
-    pGrid->addWidget(pTimeGroup, bStacked ? 1 : 0, bStacked ? 0 : 1, 1, bStacked ? 3 : 1,
-                     Qt::AlignCenter);
-    pGrid->addWidget(pSoundGroup, 0, 2);
+    pGrid->addWidget(pSoundGroup, 0, 1, Qt::AlignRight);
+}
+
+void TransportBar::PlaceGroupsWhereChanged()
+{
+    if (pGrid != nullptr && Placed != FittingPlacement())
+    {
+        PlaceGroups();
+    }
 }
 
 QSize TransportBar::minimumSizeHint() const
 {
-    const int buttonsPx = pPlayGroup->sizeHint().width() + pSoundGroup->sizeHint().width() +
-                          2 * pGrid->horizontalSpacing();
-    const int textPx = std::max(pTime->sizeHint().width(), pFrame->sizeHint().width());
-    return {std::max(buttonsPx, textPx) + 2 * MarginPx, pGrid->totalMinimumSize().height()};
+    const QFontMetrics metrics = pTime->fontMetrics();
+    const QStringList times = TimesText(State, true).split('\n');
+    int widthPx = std::max({pPlayGroup->sizeHint().width(), SoundWidthPx(ShortestVolumePx()),
+                            pFrame->sizeHint().width()});
+    for (const QString& line : times)
+    {
+        widthPx = std::max(widthPx, metrics.horizontalAdvance(line));
+    }
+    return {widthPx + 2 * MarginPx, pGrid->totalMinimumSize().height()};
 }
 
 void TransportBar::changeEvent(QEvent* pEvent)
@@ -334,9 +382,5 @@ void TransportBar::changeEvent(QEvent* pEvent)
 void TransportBar::resizeEvent(QResizeEvent* pEvent)
 {
     QWidget::resizeEvent(pEvent);
-    if (bStacked != (width() < RowWidthPx()) ||
-        bFrameBelow != (width() < TimesWidthPx() + 2 * MarginPx))
-    {
-        PlaceGroups();
-    }
+    PlaceGroupsWhereChanged();
 }

@@ -2,8 +2,9 @@
 //
 // It shows a TransportState and knows no player: buttons trigger the actions of their window, the
 // volume and the speed are signals. Where the window is too narrow for the row, the time gets a second
-// one, and with large text the frame's number a third. The widgets have object names: PlayPause,
-// StepFrameBack, StepFrameForward, Speed, Time, Frame, Mute and Volume. UI thread only.
+// one; with large text the volume gets shorter, and the frame's number, the length and the sound get rows of
+// their own. The widgets have object names: PlayPause, StepFrameBack, StepFrameForward, Speed, Time,
+// Frame, Mute and Volume. UI thread only.
 
 #pragma once
 
@@ -51,15 +52,28 @@ protected:
     void resizeEvent(QResizeEvent* pEvent) override;
 
 private:
+    /// Where the parts stand in the width that there is.
+    struct Placement
+    {
+        bool bStacked = false;     ///< the time has a row of its own
+        bool bFrameBelow = false;  ///< and the frame's number has one below it
+        bool bLengthBelow = false; ///< the time stands above the length
+        bool bSoundBelow = false;  ///< the sound has the last row
+        int VolumePx = 0;
+
+        bool operator==(const Placement&) const = default;
+    };
+
     QToolButton* AddButton(QWidget& Group, const char* Name, IconKind Kind, QAction& Triggered);
     QWidget* MakePlayGroup(const TransportActions& Actions);
     QWidget* MakeTimeGroup();
     QWidget* MakeSoundGroup(QAction& MuteAction);
     void FillSpeedMenu();
     void ApplySizes();
+    Placement FittingPlacement() const;
     void PlaceGroups();
-    int TimesWidthPx() const;
-    int RowWidthPx() const;
+    void PlaceGroupsWhereChanged();
+    int SoundWidthPx(int VolumePx) const;
     void ShowTime();
     void ShowPlaying();
     void ShowSpeed();
@@ -77,6 +91,5 @@ private:
     QLabel* pFrame = nullptr;
     QToolButton* pMute = nullptr;
     QSlider* pVolume = nullptr;
-    bool bStacked = false;    ///< the time has a row of its own
-    bool bFrameBelow = false; ///< and the frame's number has one below it
+    Placement Placed;
 };
