@@ -642,9 +642,10 @@ TEST_F(ColumnLayout, ComesToTheSameBitsAsTheRules)
         Panel->Clips.clear();
         for (int clips = whole(0, 4); clips > 0; --clips)
         {
-            AddClip(std::string(static_cast<std::size_t>(whole(0, 60)), 'n'), number(-10.0, 9000.0),
-                    number(-10.0, 900000.0))
-                .SourceLabel = std::string(static_cast<std::size_t>(whole(0, 60)), 's');
+            SavedClip& clip = AddClip(std::string(static_cast<std::size_t>(whole(0, 60)), 'n'),
+                                      number(-10.0, 9000.0), number(-10.0, 900000.0));
+            clip.ColorName = std::string(static_cast<std::size_t>(whole(0, 30)), 'c');
+            clip.SourceLabel = std::string(static_cast<std::size_t>(whole(0, 60)), 's');
         }
 
         int textPx = 0;
