@@ -69,6 +69,13 @@ TEST_F(StatusLine, MayBeSetToItself)
     EXPECT_THAT(Heard, ElementsAre(std::string(100, 'x')));
 }
 
+TEST_F(StatusLine, MayBeSetToTheExportsMessage)
+{
+    Panel->ExportResultMessage = "Exported";
+    Panel->SetStatusTextInternal(Panel->ExportResultMessage, true);
+    EXPECT_EQ(Panel->StatusText, "Exported");
+}
+
 TEST_F(StatusLine, IsStoredAndShownBeforeItIsAnnounced)
 {
     Panel->StatusChanged.connect(

@@ -397,13 +397,13 @@ TEST_F(ColumnLayout, ChangesNothingInAPanelWithoutAreaThoughItsInnerAreaHasOne)
 TEST_F(ColumnLayout, ChangesNothingInAnInnerAreaInsideOutThoughTheTableHasAnArea)
 {
     Application.pCoreSDL->Height = 100000;
-    Panel->PaddingPx = Application.pCoreSDL->Width;
+    Panel->PaddingPx = 2.0 * Application.pCoreSDL->Width;
     std::swap(Table.RelX1, Table.RelX2); // turns the table back
     ExpectNothingChanges();
     std::swap(Table.RelX1, Table.RelX2);
     Application.pCoreSDL->Height = 720;
     Application.pCoreSDL->Width = 100000;
-    Panel->PaddingPx = Application.pCoreSDL->Height;
+    Panel->PaddingPx = 2.0 * Application.pCoreSDL->Height;
     std::swap(Table.RelY1, Table.RelY2);
     ExpectNothingChanges();
 }
@@ -598,10 +598,10 @@ TEST_F(ColumnLayout, RoundsHalfAPixelOfTextUp)
 TEST_F(ColumnLayout, MeasuresTheHeightAgainstOnePixelAtLeast)
 {
     Table.bAutoScaleText = true;
-    Table.TextPx = 10;
+    Table.TextPx = 100;
     Application.pRend->FontSmallPx = 0;
     Application.pCoreSDL->Height = 2;
-    EXPECT_EQ(ScaledText(), "ScaleTextPx(20, 8, 220)");
+    EXPECT_EQ(ScaledText(), "ScaleTextPx(200, 8, 220)");
 }
 
 TEST_F(ColumnLayout, ComesToTheSameBitsAsTheRules)
@@ -642,9 +642,10 @@ TEST_F(ColumnLayout, ComesToTheSameBitsAsTheRules)
         Panel->Clips.clear();
         for (int clips = whole(0, 4); clips > 0; --clips)
         {
-            AddClip(std::string(static_cast<std::size_t>(whole(0, 60)), 'n'), number(-10.0, 9000.0),
-                    number(-10.0, 900000.0))
-                .SourceLabel = std::string(static_cast<std::size_t>(whole(0, 60)), 's');
+            SavedClip& clip = AddClip(std::string(static_cast<std::size_t>(whole(0, 60)), 'n'),
+                                      number(-10.0, 9000.0), number(-10.0, 900000.0));
+            clip.ColorName = std::string(static_cast<std::size_t>(whole(0, 30)), 'c');
+            clip.SourceLabel = std::string(static_cast<std::size_t>(whole(0, 60)), 's');
         }
 
         int textPx = 0;
