@@ -390,6 +390,14 @@ TEST_F(ExportRequest, RunsOnTheSpotWhenTheJobSystemDoesNotRun)
                             "2200)"));
 }
 
+TEST_F(ExportRequest, KeepsNulBytesOfAResultOnTheSpot)
+{
+    Host().bJobSystemRuns = false;
+    FfmpegDoes({.ExitCode = 1, .ErrorText = std::string("a\0b", 3)});
+    Export();
+    EXPECT_EQ(Panel->ExportResultMessage, "Clip export failed: " + std::string("a\0b", 3));
+}
+
 TEST_F(ExportRequest, RunsOnTheSpotWithoutAJobSystem)
 {
     Application.pJobSystem.reset();
