@@ -26,8 +26,8 @@ TEST(OpenFile, SaysWhatToDoUnderTheNameThatItIsGiven)
     WriteFile(folder.Path() / "film.mp4", "bytes");
     ASSERT_EQ(mkfifo((folder.Path() / "pipe").c_str(), 0600), 0);
     fs::create_symlink("loop", folder.Path() / "loop");
-    const auto reason = [&](const std::string& Name)
-    { return ReasonNotToOpen((folder.Path() / Name).native(), "x"); };
+    const auto reason = [&](const std::string& FileName)
+    { return ReasonNotToOpen((folder.Path() / FileName).native(), "x"); };
     EXPECT_EQ(reason("none"), "x does not exist: check the name.");
     EXPECT_EQ(reason("film.mp4/none"), "x does not exist: check the name.");
     EXPECT_EQ(reason(std::string("film.mp4\0", 9)), "x does not exist: check the name.");
