@@ -86,6 +86,16 @@ bool HasNoRoom(int Fd)
     return fstatvfs(Fd, &disk) == 0 && disk.f_bavail == 0;
 }
 
+// ffmpeg puts "[h264 @ 0x5629a84a0600] " before what a part of it says. It means nothing to a user.
+std::string WithoutLogContext(std::string Line)
+{
+    const std::size_t end = Line.find("] ");
+    const std::size_t address = Line.find(" @ 0x");
+    return Line.starts_with('[') && address < end && end != std::string::npos
+               ? WithoutLogContext(Line.substr(end + 2))
+               : Line;
+}
+
 class EncoderRun
 {
 public:
@@ -329,7 +339,7 @@ void EncoderRun::TakeErrors()
 // Why the file is not complete; empty when it is.
 std::string EncoderRun::FailureSentence(int Status)
 {
-    const std::string line = Errors.substr(0, Errors.find_first_of("\r\n"));
+    const std::string line = WithoutLogContext(Errors.substr(0, Errors.find_first_of("\r\n")));
     if (Status != 0)
     {
         return bFullDisk ? DiskIsFull(Command.OutputPath)

@@ -3,6 +3,7 @@
 #include "base/uniquefd.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <system_error>
 #include <vector>
@@ -33,6 +34,16 @@ bool IsOwnFile(const struct stat& Status)
     return S_ISREG(Status.st_mode) && Status.st_uid == geteuid();
 }
 
+// Nothing yet, or the beginning of Matroska (RFC 8794, 11.2.1). Others give the same names to their own
+// unfinished files: a browser does it.
+bool IsOfAnExport(int Part)
+{
+    std::array<char, 4> bytes{};
+    const ssize_t count = pread(Part, bytes.data(), bytes.size(), 0);
+    return count == 0 || (count == static_cast<ssize_t>(bytes.size()) &&
+                          std::string_view(bytes.data(), bytes.size()) == "\x1A\x45\xDF\xA3");
+}
+
 // Folder is a descriptor: it stays the same folder even if folders are renamed meanwhile.
 void RemoveIfAbandoned(int Folder, const std::string& Name)
 {
@@ -48,7 +59,7 @@ void RemoveIfAbandoned(int Folder, const std::string& Name)
     }
     // Another process may have replaced it between the open and the lock.
     if (fstatat(Folder, part.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
-        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
+        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev || !IsOfAnExport(file.Get()))
     {
         return;
     }

@@ -16,6 +16,7 @@ inline constexpr std::string_view PartEnding = ".part";
 /// Removes each unlocked NAME.part in Folder, and NAME if it is an empty file.
 ///
 /// It touches only names of exports ("clip_", five digits, "_") and regular files of this user, and follows no link.
+/// A part that holds anything but the beginning of Matroska is not an export's, and stays with its NAME.
 /// Ignores a folder that can't be read.
 void RemoveAbandonedExports(const std::filesystem::path& Folder);
 

@@ -40,12 +40,14 @@ protected:
     TempFolder Folder;
 };
 using Names = std::set<std::string>;
+// As Matroska begins (RFC 8794, 11.2.1).
+const std::string Unfinished = "\x1A\x45\xDF\xA3 half";
 } // namespace
 
 TEST_F(AbandonedExports, GoInPairs)
 {
     Make("clip_00000_A.mkv");
-    Make("clip_00000_A.mkv.part", "half");
+    Make("clip_00000_A.mkv.part", Unfinished);
     Make("clip_00001_without an extension");
     Make("clip_00001_without an extension.part");
     EXPECT_EQ(LeftAfterRemoval(), Names());
@@ -60,8 +62,21 @@ TEST_F(AbandonedExports, GoAloneWhereTheNameWasNotTakenYet)
 TEST_F(AbandonedExports, KeepAFileThatIsNotEmpty)
 {
     Make("clip_00000_A.mkv", "whole");
-    Make("clip_00000_A.mkv.part", "half");
+    Make("clip_00000_A.mkv.part", Unfinished);
     EXPECT_EQ(LeftAfterRemoval(), Names({"clip_00000_A.mkv"}));
+}
+
+// A browser names what it is still fetching the same way.
+TEST_F(AbandonedExports, AreNoFilesThatAnExportDoesNotWrite)
+{
+    Make("clip_00000_A.mkv");
+    const std::string fetched = "RIFF of a browser";
+    for (const std::string& text : {fetched, fetched.substr(0, 1), std::string(50'000, '\0')})
+    {
+        Make("clip_00000_A.mkv.part", text);
+        EXPECT_EQ(LeftAfterRemoval(), Names({"clip_00000_A.mkv", "clip_00000_A.mkv.part"}));
+        EXPECT_EQ(ReadFile(Folder.Path() / "clip_00000_A.mkv.part"), text);
+    }
 }
 
 TEST_F(AbandonedExports, KeepAnEmptyFileWithoutAPart)
@@ -73,7 +88,7 @@ TEST_F(AbandonedExports, KeepAnEmptyFileWithoutAPart)
 TEST_F(AbandonedExports, AreNotThoseThatSomebodyHasLocked)
 {
     Make("clip_00000_A.mkv");
-    Make("clip_00000_A.mkv.part", "half");
+    Make("clip_00000_A.mkv.part", Unfinished);
     UniqueFd locked(open((Folder.Path() / "clip_00000_A.mkv.part").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(flock(locked.Get(), LOCK_EX | LOCK_NB), 0);
     EXPECT_EQ(LeftAfterRemoval(), Names({"clip_00000_A.mkv", "clip_00000_A.mkv.part"}));

@@ -470,6 +470,12 @@ TEST_F(EncoderFailure, IsToldWithTheFirstLineOfFfmpeg)
     EXPECT_THAT(ClipNames(), IsEmpty());
 }
 
+TEST_F(EncoderFailure, IsToldWithoutWhichPartOfFfmpegSaidIt)
+{
+    FfmpegIs("echo '[NULL @ 0x5629a84a0600] [x @ 0x1] Invalid NAL [unit @ 0x2] size.' >&2; exit 1");
+    EXPECT_EQ(Export(SampleVideo(), "1.000", "1.000").Err, "Invalid NAL [unit @ 0x2] size.\n");
+}
+
 TEST_F(EncoderFailure, WithoutAWordIsToldInASentence)
 {
     FfmpegIs("exit 3");
