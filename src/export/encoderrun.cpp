@@ -134,6 +134,7 @@ private:
     std::string Errors;                // ffmpeg's output from its first non-blank line on, cut
     std::string LastErrors;
     bool bFullDisk = false; // any line of ffmpeg said so
+    bool bStopped = false;
 };
 
 int EncoderRun::Fail(const std::string& Sentence)
@@ -177,12 +178,16 @@ int EncoderRun::Run()
     {
         return Fail(ChildFailure(0));
     }
-    Source = SourceFile::Open(Command.SourcePath, sentence);
+    Source = SourceFile::Open(Command.SourcePath, sentence, [this] { return ReadsStop(); });
     if (Source == nullptr)
     {
-        return Fail(sentence);
+        return Fail(bStopped ? "stopped." : sentence);
     }
     const EncoderPlan plan = MakePlan();
+    if (bStopped)
+    {
+        return Fail("stopped.");
+    }
     if (ChildPlan != plan)
     {
         Child.reset();
@@ -212,9 +217,10 @@ int EncoderRun::Run()
         status = Child->Wait();
     }
     Link.Send({ExportMessageType::Progress, {}, ExportPhase::Finish, 1.0});
-    if (const std::string failure = FailureSentence(status); !failure.empty())
+    const std::string failure = FailureSentence(status);
+    if (bStopped || !failure.empty())
     {
-        return Fail(failure);
+        return Fail(bStopped ? "stopped." : failure);
     }
     // Again: at the start, the ffmpeg of a front killed just before may still have held its lock.
     RemoveAbandonedExports(std::filesystem::path(Command.OutputPath).parent_path());
@@ -322,7 +328,9 @@ bool EncoderRun::Follow()
 bool EncoderRun::ReadsStop()
 {
     signalfd_siginfo signal = {};
-    return read(StopSignals.Get(), &signal, sizeof(signal)) == sizeof(signal) || Link.ReadsStop();
+    bStopped = bStopped || read(StopSignals.Get(), &signal, sizeof(signal)) == sizeof(signal) ||
+               Link.ReadsStop();
+    return bStopped;
 }
 
 void EncoderRun::TakeErrors()

@@ -45,6 +45,7 @@ void* FindFunction(const char* Name)
 // NOLINTEND(bugprone-macro-parentheses)
 
 // clang-format off
+PASS_ON(AVFormatContext*, avformat_alloc_context, (), ())
 PASS_ON(int, avformat_open_input,
         (AVFormatContext** ps, const char* url, const AVInputFormat* fmt, AVDictionary** options),
         (ps, url, fmt, options))

@@ -17,8 +17,10 @@ extern "C"
 #include <cmath>
 #include <limits>
 #include <map>
+#include <new>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -106,10 +108,24 @@ std::optional<double> ReadDurationTag(const AVStream& Stream)
     return seconds;
 }
 
-std::unique_ptr<SourceFile> SourceFile::Open(const std::string& Path, std::string& OutSentence)
+SourceFile::SourceFile(std::function<bool()> NewIsStopped)
+    : IsStopped(std::move(NewIsStopped))
+    , pFile(avformat_alloc_context())
+{
+    if (pFile == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    const auto ask = [](void* pThis)
+    { return static_cast<SourceFile*>(pThis)->IsStopped() ? 1 : 0; };
+    pFile->interrupt_callback = {ask, this};
+}
+
+std::unique_ptr<SourceFile>
+SourceFile::Open(const std::string& Path, std::string& OutSentence, std::function<bool()> IsStopped)
 {
     av_log_set_level(AV_LOG_QUIET); // the ffmpeg process prints the same
-    std::unique_ptr<SourceFile> source(new SourceFile);
+    std::unique_ptr<SourceFile> source(new SourceFile(std::move(IsStopped)));
     AVDictionary* pOptions = nullptr;
     av_dict_set(&pOptions, "format_whitelist", AllowedContainers, 0);
     av_dict_set(&pOptions, "protocol_whitelist", AllowedProtocols, 0);

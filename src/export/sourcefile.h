@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,7 +33,11 @@ class SourceFile
 {
 public:
     /// Opens the file. On failure returns null and sets OutSentence, which names a format that is not allowed.
-    static std::unique_ptr<SourceFile> Open(const std::string& Path, std::string& OutSentence);
+    ///
+    /// IsStopped is asked at each read from the disk, also later. Once it says true, all reading ends as at the
+    /// end of the file, and what is said of the file means nothing.
+    static std::unique_ptr<SourceFile>
+    Open(const std::string& Path, std::string& OutSentence, std::function<bool()> IsStopped);
     ~SourceFile();
     SourceFile(const SourceFile&) = delete;
     SourceFile& operator=(const SourceFile&) = delete;
@@ -65,12 +70,13 @@ private:
         double ToSec;
     };
 
-    SourceFile() = default;
+    explicit SourceFile(std::function<bool()> NewIsStopped);
     void Learn();
     std::optional<double> DeclaredSec() const;
     bool Seek(double Sec);
     std::optional<Piece> Read();
 
+    std::function<bool()> IsStopped;
     AVFormatContext* pFile = nullptr;
     double StartSec = 0.0;
     SourceFacts Known;

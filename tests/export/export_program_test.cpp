@@ -1,10 +1,12 @@
 #include "export/encoderprogram.h"
 #include "export/packetsof.h"
+#include "export/sourcefile.h"
 #include "support/fakeapplication.h"
 #include "support/tinydisk.h"
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -639,6 +641,30 @@ TEST_F(EncoderStop, ByTheApplicationOrItsDeathLeavesNothing)
             EXPECT_EQ(application.ReceiveAll().back(), (ExportMessage{Type::Failed, "stopped."}));
         }
     }
+}
+
+// The whole of a film of uneven rate is read before it is known how it is cut.
+TEST(SourceFile, IsReadNoFurtherOnceItIsStopped)
+{
+    const TempFolder folder;
+    const std::string film = (folder.Path() / "film.mp4").native();
+    MakeMedia("-stream_loop 200 -i " + SampleVideo() + " -c copy", film);
+    int reads = 0;
+    int stopAt = std::numeric_limits<int>::max();
+    const auto isStopped = [&] { return ++reads >= stopAt; };
+    std::string sentence;
+    const auto source = SourceFile::Open(film, sentence, isStopped);
+    ASSERT_NE(source, nullptr) << sentence;
+    reads = 0;
+    (void)source->HasCrowdedPictures(0.0, 800.0);
+    const int whole = reads;
+    EXPECT_GT(whole, 100);
+    reads = 0;
+    stopAt = 10;
+    (void)source->HasCrowdedPictures(0.0, 800.0);
+    EXPECT_LT(reads, 50);
+    reads = stopAt;
+    EXPECT_EQ(SourceFile::Open(film, sentence, isStopped), nullptr);
 }
 
 // -- Deaths
