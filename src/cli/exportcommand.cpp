@@ -355,16 +355,16 @@ private:
         }
     }
 
+    // After a stop one sentence at the end covers all clips.
     void TakeRemoval(const QueuedExport& Entry)
     {
-        const std::string text =
-            bStopped ? "not exported: stopped." : "not exported: an earlier clip failed.";
-        Report.PrintResult({Entry.Clip.Name, false, {}, text});
-        // After a stop one sentence at the end covers all clips.
-        if (!bStopped)
+        if (bStopped)
         {
-            PrintError(Entries.at(Entry.Id).Origin + ": " + text);
+            return;
         }
+        const std::string text = "not exported: an earlier clip failed.";
+        Report.PrintResult({Entry.Clip.Name, false, {}, text});
+        PrintError(Entries.at(Entry.Id).Origin + ": " + text);
     }
 
     const WakeUp& Wake;
