@@ -355,16 +355,16 @@ private:
         }
     }
 
-    // After a stop one sentence at the end covers all clips.
     void TakeRemoval(const QueuedExport& Entry)
     {
-        if (bStopped)
-        {
-            return;
-        }
-        const std::string text = "not exported: an earlier clip failed.";
+        const std::string text =
+            bStopped ? "not exported: stopped." : "not exported: an earlier clip failed.";
         Report.PrintResult({Entry.Clip.Name, false, {}, text});
-        PrintError(Entries.at(Entry.Id).Origin + ": " + text);
+        // After a stop one sentence at the end covers all clips.
+        if (!bStopped)
+        {
+            PrintError(Entries.at(Entry.Id).Origin + ": " + text);
+        }
     }
 
     const WakeUp& Wake;

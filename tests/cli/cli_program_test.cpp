@@ -735,9 +735,10 @@ protected:
     }
 
     /// Starts an export of two clips and returns when ffmpeg runs.
-    std::unique_ptr<ProgramRun> StartExport()
+    std::unique_ptr<ProgramRun> StartExport(const std::vector<std::string>& More = {})
     {
         Setup.Arguments = {"export", SampleVideo(), "--clip", "a=0-1", "--clip", "b=1-2"};
+        Setup.Arguments.insert(Setup.Arguments.end(), More.begin(), More.end());
         auto run = std::make_unique<ProgramRun>(Setup);
         EXPECT_TRUE(WaitFor([this] { return fs::exists(Started); })) << "ffmpeg is not run";
         return run;
@@ -811,6 +812,27 @@ TEST_F(CliStop, TakesTwoSignalsAtOnceForOne)
     run->Signal(SIGTERM);
     run->SignalGroup(SIGTERM);
     ExpectStopped(*run, SIGTERM, "SIGTERM");
+}
+
+TEST_F(CliStop, NamesAsJsonEachClipThatItKeptFromItsTurn)
+{
+    UseEndlessFake();
+    const auto run = StartExport({"--clip", "c=2-3", "--json"});
+    run->Signal(SIGINT);
+    std::vector<std::string> results;
+    for (const std::string& line : LinesOf(run->Finish().Out))
+    {
+        const Json object = Json::parse(line);
+        if (object["type"] == "result")
+        {
+            EXPECT_EQ(object["ok"], false);
+            results.push_back(object["clip"].get<std::string>() + ": " +
+                              object["text"].get<std::string>());
+        }
+    }
+    EXPECT_THAT(results, testing::UnorderedElementsAre("a: Clip export failed: stopped.",
+                                                       "b: not exported: stopped.",
+                                                       "c: not exported: stopped."));
 }
 
 TEST_F(CliStop, ExportsNothingWhenTheSignalIsThereFirst)
